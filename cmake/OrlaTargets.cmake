@@ -1,0 +1,58 @@
+# How our targets are compiled: one function per kind of target, so that a rule stands once.
+
+include(CheckCXXCompilerFlag)
+include(GenerateExportHeader)
+
+# Warnings and sanitizers, for everything of ours (never for what we only use).
+function(orla_developer_flags target)
+  target_compile_features(${target} PRIVATE c_std_99 cxx_std_20)
+  set_target_properties(${target} PROPERTIES C_EXTENSIONS ON CXX_EXTENSIONS OFF)
+  if(ORLA_WARNINGS)
+    target_compile_options(${target} PRIVATE
+      -Wall -Wextra -Wconversion -Wsign-conversion -Wshadow)
+  endif()
+  if(ORLA_SANITIZE)
+    target_compile_options(${target} PRIVATE
+      -fsanitize=${ORLA_SANITIZE} -fno-sanitize-recover=all -fno-omit-frame-pointer)
+    target_link_options(${target} PRIVATE -fsanitize=${ORLA_SANITIZE})
+  endif()
+endfunction()
+
+# Compile options of library code. A plain C boundary: no exception or type information crosses it,
+# and the only library needed at run time is the C library.
+function(orla_library_code target)
+  orla_developer_flags(${target})
+  target_compile_options(${target} PRIVATE
+    $<$<COMPILE_LANGUAGE:CXX>:-fno-exceptions -fno-rtti -fno-threadsafe-statics>)
+  # Exported functions reach each other through their exported names, so that a program may stand in
+  # for any of them. GCC does so by default.
+  check_cxx_compiler_flag(-fsemantic-interposition ORLA_HAVE_SEMANTIC_INTERPOSITION)
+  if(ORLA_HAVE_SEMANTIC_INTERPOSITION)
+    target_compile_options(${target} PRIVATE -fsemantic-interposition)
+  endif()
+  target_include_directories(${target} PRIVATE "${PROJECT_SOURCE_DIR}")
+endfunction()
+
+# A shared library of ours: its exports are the names in `map`, its soname carries the major version.
+function(orla_plain_library target map)
+  orla_library_code(${target})
+  set_target_properties(${target} PROPERTIES
+    VERSION ${PROJECT_VERSION}
+    SOVERSION ${PROJECT_VERSION_MAJOR}
+    CXX_VISIBILITY_PRESET hidden
+    VISIBILITY_INLINES_HIDDEN ON
+    LINKER_LANGUAGE C
+    LINK_DEPENDS "${PROJECT_SOURCE_DIR}/${map}")
+  target_link_options(${target} PRIVATE
+    "LINKER:--version-script=${PROJECT_SOURCE_DIR}/${map}" -static-libgcc)
+  if(NOT ORLA_SANITIZE)
+    target_link_options(${target} PRIVATE LINKER:--no-undefined)
+  endif()
+  generate_export_header(${target}
+    BASE_NAME orla
+    EXPORT_FILE_NAME "${PROJECT_BINARY_DIR}/include/orla/export.h")
+  target_include_directories(${target} PUBLIC
+    "$<BUILD_INTERFACE:${PROJECT_SOURCE_DIR}/include>"
+    "$<BUILD_INTERFACE:${PROJECT_BINARY_DIR}/include>"
+    "$<INSTALL_INTERFACE:${CMAKE_INSTALL_INCLUDEDIR}>")
+endfunction()

@@ -1,0 +1,293 @@
+/** @file
+ *  Calendar and time: stamps, date numbers, calendar fields, and date and time text.
+ *
+ *  A *stamp* is 32 bits of seconds since 1970-01-01 00:00:00 UTC. The clock returns it signed; the
+ *  28-year fold (wek_gmtime(), wek_localtime()) and every division of a stamp into days read it as
+ *  unsigned, so that stamps reach 2106. A *date number* is 16 bits of days, counted so that 0 is Sunday
+ *  1986-12-28; all arithmetic on it wraps: 1970-01-01 is 59331, 1986-12-27 is 65535. It carries no time
+ *  of day and no zone.
+ *
+ *  Corners a caller must know:
+ *  - A year is a leap year exactly when it is divisible by 4. There is no century rule: 1900 and 2100
+ *    count as leap years, in every function here.
+ *  - time_to_string() does not fold: a stamp of 2^31 or more prints as a date between 1901 and 1970.
+ *  - string_to_time() answers 0 for a failure, for 01/01/1970 and for 12/28/1986 (date number 0).
+ *  - A daylight saving shift is always taken as one hour.
+ *
+ *  Threads: the broken-down times are the C library's own static record, shared by the whole process.
+ *  A function that is not marked safe wants a lock of the caller's own around it.
+ *
+ *  On 32-bit x86 a program compiled with -D_TIME_BITS=64 has another `time_t` than the library; the four
+ *  pass-throughs that take one are not declared there.
+ */
+#ifndef ORLA_TIME_H
+#define ORLA_TIME_H
+
+#include <orla/base.h>
+#include <stddef.h>
+#include <stdio.h>
+#include <time.h>
+
+/** Bytes that the buffers of date_to_string() and time_to_string() need, the terminator counted. */
+#define ORLA_DATE_TEXT_SIZE 30
+
+ORLA_BEGIN_DECLS
+
+/** Reads the clock.
+ *
+ *  @return  seconds since 1970-01-01 00:00:00 UTC, the low 32 bits of the clock: negative from
+ *           2038-01-19 03:14:08 on, and then to be read as unsigned. 0 when there is no clock.
+ *  Errors: none. Threads: safe.
+ */
+ORLA_EXPORT int32_t wek_time_stamp(void) ORLA_NOEXCEPT;
+
+/** Tells how far local time is from UTC at this moment.
+ *
+ *  The zone is read anew at each call, so a change of `TZ` takes effect at once. The figure is the C
+ *  library's `timezone`, less 3600 while daylight saving is in effect, whatever shift the zone's rules
+ *  name. It describes the present, not a stamp to which it may be applied later.
+ *
+ *  @return  seconds west of UTC: positive in the Americas, negative east of Greenwich.
+ *  Errors: without a local time the bare `timezone`. Threads: rewrites the shared record (serialise).
+ */
+ORLA_EXPORT int32_t wek_localtime_offset(void) ORLA_NOEXCEPT;
+
+/** Reads the clock as local wall-clock time, counted as if it were UTC.
+ *
+ *  @return  wek_time_stamp() minus wek_localtime_offset(), seconds, modulo 2^32.
+ *  Errors: none. Threads: rewrites the shared record (serialise).
+ */
+ORLA_EXPORT uint32_t wek_time_stamp_local(void) ORLA_NOEXCEPT;
+
+/** Tells today's local date.
+ *
+ *  @return  date number of the local day.
+ *  Errors: none. Threads: rewrites the shared record (serialise).
+ */
+ORLA_EXPORT uint16_t wek_date_stamp(void) ORLA_NOEXCEPT;
+
+/** Tells the length of a year.
+ *
+ *  @param[in] year  in full, such as 2007.
+ *  @return    365, or 366 for a year divisible by 4.
+ *  Errors: none. Threads: safe.
+ */
+ORLA_EXPORT int32_t days_in_year(int32_t year) ORLA_NOEXCEPT;
+
+/** Tells the length of a month.
+ *
+ *  @param[in] year   in full, such as 2007.
+ *  @param[in] month  1 to 12. Not checked: any other value reads outside a table.
+ *  @return    28 to 31.
+ *  Errors: none. Threads: safe.
+ */
+ORLA_EXPORT int32_t days_in_month(int32_t year, int32_t month) ORLA_NOEXCEPT;
+
+/** Turns calendar fields into a date number.
+ *
+ *  A year before 1970 is counted as if it began on 1970-01-01; a date past 2149-06-05 wraps onto
+ *  1970-01-01 again.
+ *
+ *  @param[in]  years_since_1900  such as 107 for 2007.
+ *  @param[in]  month             1 to 12.
+ *  @param[in]  day               1 to the length of the month.
+ *  @param[out] date              the date number.
+ *  @return     1, or 0 for a month or a day that does not exist; `*date` is then left as it was.
+ *  Threads: safe.
+ */
+ORLA_EXPORT int data_to_date(int32_t years_since_1900, int32_t month, int32_t day,
+                             uint16_t *date) ORLA_NOEXCEPT;
+
+/** Breaks a stamp down into UTC calendar fields, right from 1970 to 2106.
+ *
+ *  A stamp past 2038-01-19 03:14:07 is converted 28, 56 or 84 years earlier and the years are put back.
+ *  Past 2100-02-28 the result runs a day behind the Gregorian date, because 2100 is a leap year here.
+ *
+ *  @param[in] stamp  seconds since 1970-01-01 00:00:00 UTC, read as unsigned. Never changed.
+ *  @return    the C library's static record, good until the next conversion in the process.
+ *  Errors: none. Threads: shares the record (serialise).
+ */
+ORLA_EXPORT struct tm *wek_gmtime(const int32_t *stamp) ORLA_NOEXCEPT;
+
+/** Breaks a stamp down into local calendar fields, as wek_gmtime() does for UTC.
+ *
+ *  For a folded stamp the zone rules applied, daylight saving among them, are those of the earlier year.
+ *
+ *  @param[in] stamp  seconds since 1970-01-01 00:00:00 UTC, read as unsigned. Never changed.
+ *  @return    the C library's static record, good until the next conversion in the process.
+ *  Errors: none. Threads: shares the record (serialise).
+ */
+ORLA_EXPORT struct tm *wek_localtime(const int32_t *stamp) ORLA_NOEXCEPT;
+
+#if !defined(__USE_TIME_BITS64) || defined(__LP64__)
+/** Calls mktime() of the C library: argument, result and errors are its own. Threads: as mktime(). */
+ORLA_EXPORT time_t tav_mktime(struct tm *fields) ORLA_NOEXCEPT;
+
+/** Calls gmtime() of the C library: no fold, and the record is its own. Threads: as gmtime(). */
+ORLA_EXPORT struct tm *tav_gmtime(const time_t *when) ORLA_NOEXCEPT;
+
+/** Calls ctime() of the C library: the text, 26 bytes, is its own. Threads: as ctime(). */
+ORLA_EXPORT char *tav_ctime(const time_t *when) ORLA_NOEXCEPT;
+
+/** Calls localtime() of the C library: no fold, and the record is its own. Threads: as localtime(). */
+ORLA_EXPORT struct tm *tav_localtime(const time_t *when) ORLA_NOEXCEPT;
+#endif
+
+/** Does nothing. The library never changes `TZ`, so there is nothing to put back. Threads: safe. */
+ORLA_EXPORT void RestoreTZ(void) ORLA_NOEXCEPT;
+
+/** Writes a date as "MM/DD/YYYY", such as "12/28/1986".
+ *
+ *  @param[out] text  char[ORLA_DATE_TEXT_SIZE], always terminated.
+ *  @param[in]  date  date number; every one of the 65,536 has a text, from 01/01/1970 to 06/05/2149.
+ *  @return     characters written, always 10.
+ *  Errors: none. Threads: safe.
+ */
+ORLA_EXPORT size_t date_to_string(char *text, uint16_t date) ORLA_NOEXCEPT;
+
+/** Writes a stamp as UTC text in the process's time locale, such as "Sun Dec 28 00:00:00 1986".
+ *
+ *  @param[out] text   char[ORLA_DATE_TEXT_SIZE].
+ *  @param[in]  stamp  seconds since 1970-01-01 00:00:00 UTC, read as signed: 1901 to 2038.
+ *  @return     characters written, 24 in the "C" locale; 0 when the locale's names do not fit in 30
+ *              bytes, and the buffer's contents are then undefined.
+ *  Threads: shares the record (serialise).
+ */
+ORLA_EXPORT size_t time_to_string(char *text, int32_t stamp) ORLA_NOEXCEPT;
+
+/** Writes a prefix, a date as "MM/DD/YYYY" and a line feed.
+ *
+ *  @param[in]  date    date number.
+ *  @param[out] line    room for the prefix and 12 bytes more; always terminated.
+ *  @param[in]  prefix  optional cstr, copied as it stands and with nothing put behind it.
+ *  @return     characters written.
+ *  Errors: none. Threads: safe.
+ */
+ORLA_EXPORT int date_to_line(uint16_t date, char *line, const char *prefix) ORLA_NOEXCEPT;
+
+/** Writes a prefix, the UTC day of a stamp as "MM/DD/YYYY" and a line feed; never the time of day.
+ *
+ *  @param[in]  stamp   seconds since 1970-01-01 00:00:00 UTC, read as unsigned.
+ *  @param[out] line    room for the prefix and 12 bytes more; always terminated.
+ *  @param[in]  prefix  optional cstr, copied as it stands and with nothing put behind it.
+ *  @return     characters written.
+ *  Errors: none. Threads: safe.
+ */
+ORLA_EXPORT int time_to_line(int32_t stamp, char *line, const char *prefix) ORLA_NOEXCEPT;
+
+/** Prints the line of date_to_line() on standard output, the prefix read as a printf() format.
+ *
+ *  In the prefix "%%" prints a percent sign and "%m" the text of `errno`. There are no arguments, so any
+ *  other conversion is printed as it stands. A prefix may have any length; when the heap is exhausted,
+ *  one over 2,000 characters is cut.
+ *
+ *  @param[in] date    date number.
+ *  @param[in] prefix  optional cstr.
+ *  @return    characters printed, or a negative value when the stream reports an error.
+ *  Threads: safe.
+ */
+ORLA_EXPORT int print_date_line(uint16_t date, const char *prefix) ORLA_NOEXCEPT;
+
+/** Prints the line of time_to_line() on standard output; prefix and result as for print_date_line().
+ *
+ *  @param[in] stamp   seconds since 1970-01-01 00:00:00 UTC, read as unsigned.
+ *  @param[in] prefix  optional cstr.
+ *  Threads: safe.
+ */
+ORLA_EXPORT int print_time_line(int32_t stamp, const char *prefix) ORLA_NOEXCEPT;
+
+/** Prints the line of date_to_line() on a stream; prefix and result as for print_date_line().
+ *
+ *  @param[in] stream  open for writing.
+ *  @param[in] date    date number.
+ *  @param[in] prefix  optional cstr.
+ *  Threads: safe.
+ */
+ORLA_EXPORT int fprint_date_line(FILE *stream, uint16_t date, const char *prefix) ORLA_NOEXCEPT;
+
+/** Prints the line of time_to_line() on a stream; prefix and result as for print_date_line().
+ *
+ *  @param[in] stream  open for writing.
+ *  @param[in] stamp   seconds since 1970-01-01 00:00:00 UTC, read as unsigned.
+ *  @param[in] prefix  optional cstr.
+ *  Threads: safe.
+ */
+ORLA_EXPORT int fprint_time_line(FILE *stream, int32_t stamp, const char *prefix) ORLA_NOEXCEPT;
+
+/** Turns a date format into a printf() format whose arguments are month, day and year, in that order.
+ *
+ *  | in   | out     |
+ *  | ---- | ------- |
+ *  | `%m` | `%1$2d` |
+ *  | `%d` | `%2$2d` |
+ *  | `%y` | `%3$2d` |
+ *  | `%Y` | `%3$4d` |
+ *  | `%%` | a single `%`, which then combines with the character behind it |
+ *  | `%` and any other character | nothing |
+ *
+ *  Widths pad with spaces, never zeros. A lone "%" at the end is dropped.
+ *
+ *  @param[in]  format   cstr.
+ *  @param[out] numeric  room for two and a half times the format's length and the terminator.
+ *  Errors: none. Threads: safe.
+ */
+ORLA_EXPORT void k7_date_format(const char *format, char *numeric) ORLA_NOEXCEPT;
+
+/** Reads day, month and year out of a text by a strptime() format.
+ *
+ *  Whether the text matched is not told: a field that it does not reach is 0, the year -1. A year read as
+ *  more than 1900 years since 1900 (3801 and up) is lowered by 1900.
+ *
+ *  @param[in]     text    cstr.
+ *  @param[in]     format  cstr, of strptime().
+ *  @param[in,out] fields  only `tm_mday`, `tm_mon` and `tm_year` are set.
+ *  Threads: safe.
+ */
+ORLA_EXPORT void orla_strptime(const char *text, const char *format,
+                               struct tm *fields) ORLA_NOEXCEPT;
+
+/** Reads a date text.
+ *
+ *  The input mode is decided once per process, at the first call: the old mode when the environment
+ *  variable `ORLALS_DATE_FORMAT_OLD` exists, with any value, and the standard mode otherwise.
+ *
+ *  | mode     | text                         | year |
+ *  | -------- | ---------------------------- | ---- |
+ *  | standard | `12/31/2007`, `1/2/2007`     | with its century; "12/31/07" is rejected |
+ *  | old      | `2007 12 31` or `2007/12/31` | over 1900 in full, otherwise since 1900 |
+ *
+ *  White space before a number and text behind the third are accepted. That the day exists in its
+ *  month is left to data_to_date().
+ *
+ *  @param[in]  text   cstr.
+ *  @param[out] year   years since 1900.
+ *  @param[out] month  1 to 12.
+ *  @param[out] day    1 to 31.
+ *  @return     0 when accepted, 255 when rejected; the outputs are then undefined.
+ *  Threads: safe, but for a change of the environment during the first call.
+ */
+ORLA_EXPORT int k7_parse_date(const char *text, int32_t *year, int32_t *month,
+                              int32_t *day) ORLA_NOEXCEPT;
+
+/** Turns a date text into a date number, by k7_parse_date() and data_to_date().
+ *
+ *  @param[in]  text  cstr.
+ *  @param[out] date  date number.
+ *  @return     1, or 0 for a text that is rejected or a day that does not exist; `*date` is then left
+ *              as it was.
+ *  Threads: as k7_parse_date().
+ */
+ORLA_EXPORT int string_to_date(const char *text, uint16_t *date) ORLA_NOEXCEPT;
+
+/** Turns a date text into the stamp of 00:00:00 UTC of that date.
+ *
+ *  @param[in] text  cstr.
+ *  @return    seconds since 1970-01-01 00:00:00 UTC, to be read as unsigned; 0 for a text that is
+ *             rejected, and, kept as it is, for 12/28/1986 (whose date number is 0).
+ *  Threads: as k7_parse_date().
+ */
+ORLA_EXPORT int32_t string_to_time(const char *text) ORLA_NOEXCEPT;
+
+ORLA_END_DECLS
+
+#endif

@@ -1,0 +1,72 @@
+/** @file
+ *  Trace writer: the library's one diagnostic channel.
+ *
+ *  A program formats one message and hands it to TavTrace(), which appends it, stamped with the local
+ *  date, the time of day and the process id, to the file that the environment variable `K7LOG_PATH`
+ *  names. It is a diagnostic aid, not a log of record: nothing is locked and no failure is reported to
+ *  the caller.
+ *
+ *  A line of the trace file:
+ *
+ *      11/21/2026  9:05:07 4711 KVRCA0001I tavGetDisks: entering.
+ *      date        time    pid  message
+ *
+ *  Once the file has grown past ORLA_TRACE_ROTATION_SIZE bytes it is renamed to its path with ".1"
+ *  behind it, in place of an earlier one, and the next line starts a new file.
+ *
+ *  | environment variable | read                         | effect                                      |
+ *  | -------------------- | ---------------------------- | ------------------------------------------- |
+ *  | `K7LIB_VERB`         | when the library is loaded   | "y" or "Y" first: ::orlalib_verbose is 255  |
+ *  | `K7THR_VERB`         | when the library is loaded   | "y" or "Y" first: ::orlathr_verbose is 255  |
+ *  | `K7LOG_PATH`         | at every call                | path of the trace file; unset: the bare message goes to standard output |
+ *
+ *  Corners a caller must know:
+ *  - A trace file is created with the process's file-creation mask at 0, so anybody may read and write
+ *    it; when it cannot be opened, the mask stays 0.
+ *  - An open file is not looked at again: after a change of `K7LOG_PATH` lines keep going to the old
+ *    file until a close request, and a rotation moves the file at the new path.
+ *  - On standard output a message that ends in a line feed is followed by an empty line.
+ *
+ *  Threads: switches, buffer and stream are plain globals; two threads that trace at the same time can
+ *  mix their lines.
+ */
+#ifndef ORLA_TRACE_H
+#define ORLA_TRACE_H
+
+#include <orla/base.h>
+
+/** Bytes of ::statuslog, the terminator counted. */
+#define ORLA_STATUSLOG_SIZE 1024
+
+/** Bytes that a trace file may have after a line without being rotated. */
+#define ORLA_TRACE_ROTATION_SIZE 4000000
+
+ORLA_BEGIN_DECLS
+
+/** Library trace switch: 0 is off, 255 is what switching on stores. The library's services test it. */
+ORLA_EXPORT extern int32_t orlalib_verbose;
+
+/** Thread trace switch, same values. TavTrace() writes when either switch is on. */
+ORLA_EXPORT extern int32_t orlathr_verbose;
+
+/** Message buffer of the traced services: a line is formatted here and handed to TavTrace(). */
+ORLA_EXPORT extern char statuslog[ORLA_STATUSLOG_SIZE];
+
+/** Writes one trace line, or closes the trace file.
+ *
+ *  Does nothing while both switches are 0. In the trace file "%%" in the message comes out as one
+ *  percent sign and "%m" as the text of `errno`; any other "%" stands as it is. On standard output the
+ *  message stands as it is throughout, followed by a line feed. No line end is added in the file: a
+ *  message brings its own. A line reaches the file in one write, whatever its length; when the heap is
+ *  exhausted, one over 2,000 characters is cut.
+ *
+ *  @param[in] message  optional cstr; null is the close request: the trace file is closed.
+ *  Errors: a file that cannot be opened is named on standard error, at every call, and the line is
+ *  lost. Every other failure is silent.
+ *  Threads: shares the trace stream (serialise).
+ */
+ORLA_EXPORT void TavTrace(char *message) ORLA_NOEXCEPT;
+
+ORLA_END_DECLS
+
+#endif

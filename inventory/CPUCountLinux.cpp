@@ -1,0 +1,123 @@
+// Processor probes and the count that rests on them. The probes reach each other through their exported
+// names; what the answers mean is decoded in cpu_decode.cpp.
+
+#include <orla/inventory.h>
+#include <sys/klog.h>
+#include <sys/sysinfo.h>
+#include <sys/utsname.h>
+
+#include <cstdio>
+#include <cstdlib>
+#include <cstring>
+
+#include "inventory/cpu_decode.h"
+
+namespace {
+
+constexpr int kKernelFailed = -1;
+constexpr int kReadWholeLog = 3;  // action of klogctl()
+constexpr int kLogSize = 16392;
+constexpr int kLineSize = 1024;
+
+int figure_from_cpuinfo() {
+  std::FILE *file = std::fopen("/proc/cpuinfo", "r");
+  if (file == nullptr) {
+    std::fputs("Can't open /proc/cpuinfo\n", stderr);
+    return kKernelFailed;
+  }
+  orla::SiblingsFigure figure;
+  bool usable = true;
+  char line[kLineSize];
+  while (usable && std::fgets(line, sizeof line, file) != nullptr) usable = figure.take(line);
+  std::fclose(file);
+  return usable ? figure.value() : kKernelFailed;
+}
+
+int figure_from_kernel_log() {
+  char log[kLogSize];
+  const int length = klogctl(kReadWholeLog, log, sizeof log);
+  if (length < 0) {
+    std::perror("klogctl");
+    std::exit(1);  // the caller gets no return: kept
+  }
+  return orla::count_sibling_maps({log, static_cast<std::size_t>(length)});
+}
+
+}  // namespace
+
+std::uint32_t count_physical_proc(int *count) noexcept {
+  const int configured = get_nprocs_conf();
+  *count = configured;
+  const int per_package = HTSupported();
+  if (per_package == 0) return ORLA_COUNT_NO_HYPER_THREADING;
+  const int kernel_figure = ht_os_cpus();
+  if (kernel_figure == 0) return ORLA_COUNT_NO_KERNEL_FIGURE;
+  if (kernel_figure == 1 || kernel_figure != configured) return ORLA_COUNT_UNUSABLE_KERNEL_FIGURE;
+  *count = kernel_figure / per_package;
+  return ORLA_COUNT_PACKAGES;
+}
+
+int HTSupported() noexcept {
+  if (CPUID_is_supported() == 0) return 0;
+  std::uint32_t eax;
+  std::uint32_t ebx;
+  std::uint32_t ecx;
+  std::uint32_t edx;
+  cpuid(0, &eax, &ebx, &ecx, &edx);
+  if (!orla::is_genuine_intel(ebx, edx, ecx)) return 0;
+  cpuid(1, &eax, &ebx, &ecx, &edx);
+  return orla::logical_processors_per_package(eax, ebx);
+}
+
+int ht_os_cpus() noexcept {
+  utsname host;
+  if (uname(&host) != 0) return kKernelFailed;
+  const std::string_view release(host.release, strnlen(host.release, sizeof host.release));
+  switch (orla::figure_source(release)) {
+    case orla::FigureSource::kCpuinfo:
+      return figure_from_cpuinfo();
+    case orla::FigureSource::kKernelLog:
+      return figure_from_kernel_log();
+    case orla::FigureSource::kUnusable:
+      break;
+  }
+  return kKernelFailed;
+}
+
+int CPUID_is_supported() noexcept {
+#if defined(__i386__)
+  // The instruction exists exactly when the ID flag, bit 21 of the flags register, can be changed.
+  constexpr unsigned kIdFlag = 0x200000;
+  unsigned saved;
+  unsigned inverted;
+  __asm__ volatile(
+      "pushfl\n\t"
+      "pushfl\n\t"
+      "popl %0\n\t"
+      "movl %0, %1\n\t"
+      "xorl %2, %1\n\t"
+      "pushl %1\n\t"
+      "popfl\n\t"
+      "pushfl\n\t"
+      "popl %1\n\t"
+      "popfl"
+      : "=&r"(saved), "=&r"(inverted)
+      : "i"(kIdFlag)
+      : "cc");
+  return ((saved ^ inverted) & kIdFlag) != 0;
+#elif defined(__x86_64__)
+  return 1;
+#else
+  return 0;
+#endif
+}
+
+void cpuid(std::uint32_t leaf, std::uint32_t *eax, std::uint32_t *ebx, std::uint32_t *ecx,
+           std::uint32_t *edx) noexcept {
+#if defined(__i386__) || defined(__x86_64__)
+  __asm__ volatile("cpuid" : "=a"(*eax), "=b"(*ebx), "=c"(*ecx), "=d"(*edx) : "a"(leaf));
+#else
+  static_cast<void>(leaf);
+  *eax = *ebx = *ecx = *edx = 0;
+#endif
+}

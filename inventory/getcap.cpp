@@ -1,0 +1,85 @@
+// The host-inventory entry points: processors, memory, disks, each with its trace lines.
+
+#include <fcntl.h>
+#include <linux/hdreg.h>
+#include <orla/inventory.h>
+#include <sys/ioctl.h>
+#include <sys/sysinfo.h>
+#include <unistd.h>
+
+#include <cerrno>
+#include <cstdio>
+#include <cstring>
+
+#include "support/traced_service.h"
+
+namespace {
+
+constexpr orla_status kSuccess = 0;
+constexpr orla_status kFailure = 1;
+constexpr char kDeviceKinds[] = {'h', 's'};
+constexpr const char *kNullPointer = "Null pointer exception.";
+
+// Writes the error detail and the exit line of a service that fails.
+orla_status fail(const orla::TracedService &service, const char *detail) {
+  service.error(detail);
+  return service.exit(kFailure);
+}
+
+orla_status count_processors(const char *trace_name, int *count) {
+  const orla::TracedService service(trace_name);
+  if (count == nullptr) return fail(service, kNullPointer);
+  count_physical_proc(count);
+  if (*count < 0) {
+    char detail[1024];
+    std::snprintf(detail, sizeof detail, "sysconf failed -> %s", std::strerror(errno));
+    return fail(service, detail);
+  }
+  return service.exit(kSuccess);
+}
+
+bool answers_geometry_request(const char *device) {
+  const int descriptor = open(device, O_RDONLY);
+  if (descriptor == -1) return false;
+  hd_geometry geometry;  // only whether the request succeeds matters
+  const bool answers = ioctl(descriptor, HDIO_GETGEO, &geometry) != -1;
+  close(descriptor);
+  return answers;
+}
+
+}  // namespace
+
+orla_status tavGetOnlineProcs(int *count) noexcept {
+  return count_processors("tavGetOnlineProcs()", count);
+}
+
+orla_status tavGetConfigProcs(int *count) noexcept {
+  return count_processors("tavGetConfigProcs()", count);
+}
+
+orla_status tavGetMemorySize(int *size) noexcept {
+  const orla::TracedService service("tavGetMemorySize()");
+  if (size == nullptr) return fail(service, kNullPointer);
+  struct sysinfo host;
+  if (sysinfo(&host) != 0) return fail(service, "sysinfo failed.");
+  // The memory unit is not applied: the total is taken as a count of bytes. Callers rely on it.
+  *size = static_cast<int>(host.totalram >> 20);
+  return service.exit(kSuccess);
+}
+
+orla_status tavGetDisks(unsigned *count) noexcept {
+  const orla::TracedService service("tavGetDisks");  // without parentheses, as it always was
+  if (count == nullptr) return fail(service, kNullPointer);
+  if (geteuid() != 0) return fail(service, "geteuid failed -> you aren't root.");
+  *count = 0;
+  char device[] = "/dev/hda";
+  for (const char kind : kDeviceKinds) {
+    device[5] = kind;
+    // The drive letter stops at y: z has never been probed.
+    for (char letter = 'a'; letter <= 'y'; ++letter) {
+      device[7] = letter;
+      if (answers_geometry_request(device)) ++*count;
+    }
+  }
+  return service.exit(kSuccess);
+}

@@ -1,0 +1,82 @@
+#include "support/percent_text.h"
+
+#include <algorithm>
+#include <cerrno>
+#include <cstdlib>
+#include <cstring>
+
+namespace orla {
+namespace {
+
+// Appends within a bound and counts what it was given, so that the first pass tells the size needed.
+class Appender {
+ public:
+  Appender(char *out, std::size_t room) : out_(out), room_(room) {}
+
+  void add(const char *text, std::size_t length) {
+    if (wanted_ < room_) std::memcpy(out_ + wanted_, text, std::min(length, room_ - wanted_));
+    wanted_ += length;
+  }
+  void add(const char *text) { add(text, std::strlen(text)); }
+
+  std::size_t wanted() const { return wanted_; }
+
+ private:
+  char *out_;
+  std::size_t room_;
+  std::size_t wanted_ = 0;
+};
+
+void expand(Appender &out, const char *format, int error) {
+  for (;;) {
+    const char *percent = std::strchr(format, '%');
+    if (percent == nullptr) break;
+    out.add(format, static_cast<std::size_t>(percent - format));
+    const char conversion = percent[1];
+    if (conversion == '%') {
+      out.add("%", 1);
+    } else if (conversion == 'm') {
+      out.add(std::strerror(error));
+    } else {
+      out.add("%", 1);
+      format = percent + 1;
+      continue;
+    }
+    format = percent + 2;
+  }
+  out.add(format);
+}
+
+std::size_t compose(char *out, std::size_t room, const char *head, const char *format,
+                    const char *tail, int error) {
+  Appender appender(out, room);
+  appender.add(head);
+  expand(appender, format, error);
+  appender.add(tail);
+  return appender.wanted();
+}
+
+}  // namespace
+
+PercentText::PercentText(const char *head, const char *format, const char *tail) {
+  const int error = errno;
+  size_ = compose(in_place_, kInPlace, head, format, tail, error);
+  if (size_ <= kInPlace) return;
+  auto *heap = static_cast<char *>(std::malloc(size_));
+  if (heap == nullptr) {
+    size_ = kInPlace;
+    return;
+  }
+  compose(heap, size_, head, format, tail, error);
+  data_ = heap;
+}
+
+PercentText::~PercentText() {
+  if (data_ != in_place_) std::free(data_);
+}
+
+int PercentText::write(std::FILE *stream) const {
+  return std::fwrite(data_, 1, size_, stream) == size_ ? static_cast<int>(size_) : -1;
+}
+
+}  // namespace orla

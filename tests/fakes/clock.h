@@ -1,0 +1,42 @@
+// Fakes of the clock.
+
+#ifndef ORLA_TESTS_FAKES_CLOCK_H
+#define ORLA_TESTS_FAKES_CLOCK_H
+
+#include <sys/time.h>
+
+#include <cstdint>
+#include <ctime>
+
+#include "fake.h"
+
+extern Fake<std::time_t(std::time_t *)> fake_time;
+extern Fake<int(timeval *, void *)> fake_gettimeofday;
+extern Fake<std::tm *(const std::time_t *)> fake_localtime;
+
+// The kernel's 64-bit clock, as syscall() asks for it: seconds and nanoseconds are stored, the result is
+// that of the system call.
+extern Fake<long(std::int64_t *seconds, std::int64_t *nanoseconds)> fake_kernel_clock;
+
+// time() stands at `now`.
+class ClockAt {
+ public:
+  explicit ClockAt(std::time_t now);
+
+ private:
+  With<std::time_t(std::time_t *)> time_;
+};
+
+// A 32-bit host after 2038-01-19 03:14:07 UTC: time() and gettimeofday() fail with EOVERFLOW and only
+// the kernel's clock knows the moment.
+class ClockPast2038 {
+ public:
+  explicit ClockPast2038(std::int64_t now, std::int64_t nanoseconds = 0);
+
+ private:
+  With<std::time_t(std::time_t *)> time_;
+  With<int(timeval *, void *)> gettimeofday_;
+  With<long(std::int64_t *, std::int64_t *)> kernel_;
+};
+
+#endif

@@ -1,0 +1,43 @@
+// A folder of the test's own, removed with everything in it.
+
+#ifndef ORLA_TESTS_KIT_TEMP_DIR_H
+#define ORLA_TESTS_KIT_TEMP_DIR_H
+
+#include <cstdlib>
+#include <filesystem>
+#include <fstream>
+#include <iterator>
+#include <string>
+
+class TempDir {
+ public:
+  TempDir() {
+    std::string name = (std::filesystem::temp_directory_path() / "orla-test-XXXXXX").string();
+    path_ = mkdtemp(name.data()) != nullptr ? name : "";
+  }
+  ~TempDir() {
+    std::error_code ignored;
+    if (!path_.empty()) std::filesystem::remove_all(path_, ignored);
+  }
+  TempDir(const TempDir &) = delete;
+  TempDir &operator=(const TempDir &) = delete;
+
+  std::string path(const std::string &name) const { return path_ + "/" + name; }
+
+  std::string write(const std::string &name, const std::string &content) const {
+    std::ofstream(path(name), std::ios::binary) << content;
+    return path(name);
+  }
+
+  std::string read(const std::string &name) const {
+    std::ifstream file(path(name), std::ios::binary);
+    return {std::istreambuf_iterator<char>(file), std::istreambuf_iterator<char>()};
+  }
+
+  bool holds(const std::string &name) const { return std::filesystem::exists(path(name)); }
+
+ private:
+  std::string path_;
+};
+
+#endif

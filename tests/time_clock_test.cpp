@@ -1,0 +1,319 @@
+// The clock: stamps, offset, local date, the fold past 2038, and hosts whose clock leaves 32 bits.
+
+#include <gtest/gtest.h>
+#include <orla/time.h>
+
+#include <cerrno>
+#include <string>
+
+#include "fakes/clock.h"
+#include "kit/environment.h"
+
+namespace {
+
+constexpr std::time_t kWinter = 1170460800;  // 2007-02-03 00:00:00 UTC
+constexpr std::time_t kSummer = 1183420800;  // 2007-07-03 00:00:00 UTC
+
+std::string as_text(const std::tm &fields) {
+  char text[40];
+  std::strftime(text, sizeof text, "%Y-%m-%d %H:%M:%S", &fields);
+  return text;
+}
+
+TEST(Stamp, IsTheClocksTime) {
+  const ClockAt clock(kWinter);
+  EXPECT_EQ(wek_time_stamp(), kWinter);
+}
+
+TEST(Stamp, IsZeroWhenThereIsNoClock) {
+  const With clock(fake_time, [](std::time_t *) {
+    errno = EFAULT;
+    return std::time_t{-1};
+  });
+  EXPECT_EQ(wek_time_stamp(), 0);
+}
+
+TEST(Stamp, GivesTheVariableThatTheClockFilled) {
+  const With clock(fake_time, [](std::time_t *out) {
+    *out = 17;
+    return std::time_t{99};
+  });
+  EXPECT_EQ(wek_time_stamp(), 17);
+}
+
+TEST(Offset, IsTheZonesAndLess3600WhileDaylightSaving) {
+  const WithZone zone(kNewYork);
+  {
+    const ClockAt clock(kWinter);
+    EXPECT_EQ(wek_localtime_offset(), 18000);
+  }
+  const ClockAt clock(kSummer);
+  EXPECT_EQ(wek_localtime_offset(), 14400);
+}
+
+TEST(Offset, IsNegativeEastOfGreenwich) {
+  const WithZone zone(kBerlin);
+  const ClockAt clock(kSummer);
+  EXPECT_EQ(wek_localtime_offset(), -7200);
+}
+
+TEST(Offset, IsZeroInUtc) {
+  const WithZone zone("UTC0");
+  const ClockAt clock(kSummer);
+  EXPECT_EQ(wek_localtime_offset(), 0);
+}
+
+TEST(Offset, TakesOneHourForDaylightSavingEvenWhereTheRulesNameHalfAnHour) {
+  const WithZone zone("LHST-10:30LHDT-11,M10.1.0,M4.1.0");
+  const ClockAt clock(kWinter);  // summer in the south
+  EXPECT_EQ(wek_localtime_offset(), -37800 - 3600);
+}
+
+TEST(Offset, FollowsAChangeOfTheZoneAtTheNextCall) {
+  const ClockAt clock(kWinter);
+  const WithZone zone("AAA1");
+  EXPECT_EQ(wek_localtime_offset(), 3600);
+  setenv("TZ", "BBB2", 1);
+  EXPECT_EQ(wek_localtime_offset(), 7200);
+}
+
+TEST(Offset, IsTheBareZonesWithoutALocalTime) {
+  const WithZone zone(kNewYork);
+  const ClockAt clock(kSummer);
+  const With localtime(fake_localtime, [](const std::time_t *) { return nullptr; });
+  EXPECT_EQ(wek_localtime_offset(), 18000);
+}
+
+TEST(Offset, PutsAZeroIntoANegativeDaylightFlagOfTheSharedRecord) {
+  const WithZone zone(kNewYork);
+  const ClockAt clock(kSummer);
+  std::tm record = {};
+  record.tm_isdst = -1;
+  const With localtime(fake_localtime, [&](const std::time_t *) { return &record; });
+  EXPECT_EQ(wek_localtime_offset(), 18000);
+  EXPECT_EQ(record.tm_isdst, 0);
+}
+
+TEST(Offset, TakesAnyPositiveDaylightFlagForOneHour) {
+  const WithZone zone(kNewYork);
+  const ClockAt clock(kSummer);
+  std::tm record = {};
+  record.tm_isdst = 5;
+  const With localtime(fake_localtime, [&](const std::time_t *) { return &record; });
+  EXPECT_EQ(wek_localtime_offset(), 14400);
+  EXPECT_EQ(record.tm_isdst, 5);
+}
+
+TEST(Offset, ConvertsTheClocksPresentTime) {
+  const WithZone zone("UTC0");
+  const ClockAt clock(kSummer);
+  std::time_t asked = 0;
+  const With localtime(fake_localtime, [&](const std::time_t *when) {
+    asked = *when;
+    return fake_localtime.real(when);
+  });
+  wek_localtime_offset();
+  EXPECT_EQ(asked, kSummer);
+}
+
+TEST(LocalStamp, IsTheStampMinusTheOffset) {
+  const WithZone zone(kNewYork);
+  const ClockAt clock(kSummer);
+  EXPECT_EQ(wek_time_stamp_local(), static_cast<std::uint32_t>(kSummer) - 14400);
+}
+
+TEST(LocalStamp, WrapsBelowZero) {
+  const WithZone zone("AAA1");
+  const ClockAt clock(0);
+  EXPECT_EQ(wek_time_stamp_local(), 4294963696U);
+}
+
+TEST(LocalDate, IsTheLocalDayNotTheUtcDay) {
+  const WithZone zone(kNewYork);
+  const ClockAt clock(kWinter + 4 * 3600 + 1800);  // 23:30 on 2007-02-02 in New York
+  std::uint16_t expected = 0;
+  data_to_date(107, 2, 2, &expected);
+  EXPECT_EQ(wek_date_stamp(), expected);
+}
+
+TEST(LocalDate, ChangesAtLocalMidnight) {
+  const WithZone zone(kBerlin);
+  std::uint16_t before = 0;
+  {
+    const ClockAt clock(kWinter - 3601);
+    before = wek_date_stamp();
+  }
+  const ClockAt clock(kWinter - 3600);
+  EXPECT_EQ(wek_date_stamp(), before + 1);
+}
+
+TEST(LocalDate, ReadsTheLocalStampAsUnsigned) {
+  const WithZone zone("UTC0");
+  const ClockPast2038 clock(4294967295);
+  // 49710 days from 1970-01-01, less 6205.
+  EXPECT_EQ(wek_date_stamp(), 43505);
+}
+
+struct FoldRow {
+  std::uint32_t stamp;
+  const char *text;
+  int weekday;      // 0 is Sunday
+  int day_of_year;  // 0 is 1 January
+};
+
+TEST(Fold, ReadsEveryStampAsUnsigned) {
+  const FoldRow rows[] = {
+      {0, "1970-01-01 00:00:00", 4, 0},
+      {2147483647, "2038-01-19 03:14:07", 2, 18},
+      {2147483648, "2038-01-19 03:14:08", 2, 18},    // one round
+      {3031096447, "2066-01-19 03:14:07", 2, 18},    // the last stamp of one round
+      {3031096448, "2066-01-19 03:14:08", 2, 18},    // two rounds
+      {3914709248, "2094-01-19 03:14:08", 2, 18},    // three rounds
+      {4107542399, "2100-02-28 23:59:59", 0, 58},
+      {4107542400, "2100-02-29 00:00:00", 1, 59},    // a day that only this calendar has
+      {4107628800, "2100-03-01 00:00:00", 2, 60},
+      {4294967295, "2106-02-06 06:28:15", 0, 36},
+  };
+  for (const FoldRow &row : rows) {
+    const auto stamp = static_cast<std::int32_t>(row.stamp);
+    const std::tm *fields = wek_gmtime(&stamp);
+    EXPECT_EQ(as_text(*fields), row.text) << row.stamp;
+    EXPECT_EQ(fields->tm_wday, row.weekday) << row.stamp;
+    EXPECT_EQ(fields->tm_yday, row.day_of_year) << row.stamp;
+    EXPECT_EQ(static_cast<std::uint32_t>(stamp), row.stamp);  // the caller's value stays
+  }
+}
+
+TEST(Fold, PutsTheYearsBack) {
+  const std::int32_t stamp = INT32_MIN;
+  EXPECT_EQ(wek_gmtime(&stamp)->tm_year, 138);
+}
+
+TEST(Fold, AppliesTheZoneRulesOfTheFoldedYear) {
+  const WithZone zone(kNewYork);
+  const auto summer = static_cast<std::int32_t>(2224886400U);  // 2040-07-03 00:00:00 UTC
+  const std::tm *fields = wek_localtime(&summer);
+  EXPECT_EQ(as_text(*fields), "2040-07-02 20:00:00");
+  EXPECT_EQ(fields->tm_isdst, 1);
+}
+
+TEST(Fold, ConvertsLocallyBelow2038AsTheSystemDoes) {
+  const WithZone zone(kNewYork);
+  const auto stamp = static_cast<std::int32_t>(kWinter);
+  EXPECT_EQ(as_text(*wek_localtime(&stamp)), "2007-02-02 19:00:00");
+}
+
+TEST(Fold, ReturnsTheSystemsStaticRecord) {
+  const std::int32_t stamp = 86400;
+  const std::time_t when = 0;
+  const std::tm *folded = wek_gmtime(&stamp);
+  EXPECT_EQ(folded, std::gmtime(&when));
+  EXPECT_EQ(folded, wek_localtime(&stamp));
+}
+
+TEST(PassThrough, ConvertsTheSame32BitsToDatesFrom1901To1969) {
+  const struct {
+    std::int32_t stamp;
+    const char *text;
+  } rows[] = {
+      {INT32_MIN, "1901-12-13 20:45:52"},
+      {static_cast<std::int32_t>(3031096448U), "1929-12-13 20:45:52"},
+      {-1, "1969-12-31 23:59:59"},
+  };
+  for (const auto &row : rows) {
+    const std::time_t when = row.stamp;
+    EXPECT_EQ(as_text(*tav_gmtime(&when)), row.text);
+  }
+}
+
+TEST(PassThrough, ReturnsWhatTheSystemReturns) {
+  const WithZone zone(kNewYork);
+  const std::time_t when = kSummer;
+  EXPECT_EQ(tav_gmtime(&when), std::gmtime(&when));
+  EXPECT_EQ(tav_localtime(&when), std::localtime(&when));
+  EXPECT_EQ(as_text(*tav_localtime(&when)), "2007-07-02 20:00:00");
+  EXPECT_STREQ(tav_ctime(&when), "Mon Jul  2 20:00:00 2007\n");
+  std::tm fields = *std::localtime(&when);
+  EXPECT_EQ(tav_mktime(&fields), kSummer);
+}
+
+TEST(PassThrough, HandsItsArgumentOnUnchanged) {
+  const std::time_t when = 5;
+  std::tm record = {};
+  const std::time_t *asked = nullptr;
+  const With localtime(fake_localtime, [&](const std::time_t *argument) {
+    asked = argument;
+    return &record;
+  });
+  EXPECT_EQ(tav_localtime(&when), &record);
+  EXPECT_EQ(asked, &when);
+}
+
+TEST(RestoreTZ, LeavesTheZoneAlone) {
+  const WithZone zone(kNewYork);
+  RestoreTZ();
+  EXPECT_STREQ(std::getenv("TZ"), kNewYork);
+}
+
+// 2040-07-03 00:00:00 UTC, where 32 bits of signed seconds have ended.
+constexpr std::int64_t kSummer2040 = 2224886400;
+
+TEST(ClockPast2038, GivesTheLow32BitsOfTheKernelsClock) {
+  const ClockPast2038 clock(kSummer2040);
+  EXPECT_EQ(static_cast<std::uint32_t>(wek_time_stamp()), kSummer2040);
+}
+
+TEST(ClockPast2038, IsAskedOnlyWhenTheClockOverflows) {
+  int asked = 0;
+  const With kernel(fake_kernel_clock, [&](std::int64_t *, std::int64_t *) {
+    ++asked;
+    return 0L;
+  });
+  {
+    const ClockAt clock(kWinter);
+    wek_time_stamp();
+    wek_localtime_offset();
+  }
+  const With clock(fake_time, [](std::time_t *) {
+    errno = EINVAL;
+    return std::time_t{-1};
+  });
+  wek_time_stamp();
+  wek_localtime_offset();
+  EXPECT_EQ(asked, 0);
+}
+
+TEST(ClockPast2038, IsZeroWhenTheKernelDoesNotAnswerEither) {
+  const ClockPast2038 clock(kSummer2040);
+  const With kernel(fake_kernel_clock, [](std::int64_t *, std::int64_t *) {
+    errno = ENOSYS;
+    return -1L;
+  });
+  EXPECT_EQ(wek_time_stamp(), 0);
+}
+
+TEST(ClockPast2038, ReckonsDaylightSavingByTheFoldedYear) {
+  const WithZone zone(kNewYork);
+  {
+    const ClockPast2038 clock(kSummer2040);
+    EXPECT_EQ(wek_localtime_offset(), 14400);
+    EXPECT_EQ(wek_time_stamp_local(), kSummer2040 - 14400);
+  }
+  const ClockPast2038 clock(kSummer2040 + 183LL * 86400);
+  EXPECT_EQ(wek_localtime_offset(), 18000);
+}
+
+TEST(ClockPast2038, GivesTheLocalDate) {
+  const WithZone zone(kNewYork);
+  const ClockPast2038 clock(kSummer2040);
+  std::uint16_t expected = 0;
+  data_to_date(140, 7, 2, &expected);
+  EXPECT_EQ(wek_date_stamp(), expected);
+}
+
+TEST(ClockPast2038, StandsAtTheLastStamp) {
+  const ClockPast2038 clock(4294967295);
+  EXPECT_EQ(wek_time_stamp(), -1);
+}
+
+}  // namespace

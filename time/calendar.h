@@ -1,0 +1,89 @@
+// The library's calendar in closed form: pure functions over numbers, no clock and no zone.
+//
+// One year in four is a leap year, without exception, so days map to years by division. Days are counted
+// from 1970-01-01, which is day 0. Years are shifted to begin in March, which puts the leap day last.
+
+#ifndef ORLA_TIME_CALENDAR_H
+#define ORLA_TIME_CALENDAR_H
+
+#include <cstdint>
+
+namespace orla {
+
+struct CivilDate {
+  std::int32_t year;   // in full, such as 2007
+  std::int32_t month;  // 1 to 12
+  std::int32_t day;    // 1 to 31
+};
+
+inline constexpr std::int32_t kEpochYear = 1970;
+inline constexpr std::uint32_t kSecondsPerDay = 86400;
+
+// Days from 1970-01-01 to 1986-12-28, whose date number is 0.
+inline constexpr std::uint32_t kDateNumberShift = 6205;
+
+inline constexpr std::int32_t kMonthLengths[12] = {31, 0, 31, 30, 31, 30, 31, 31, 30, 31, 30, 31};
+
+// Every year whose two lowest bits are zero. 1900 and 2100 are leap years: callers rely on it.
+constexpr bool is_leap_year(std::int32_t year) { return (year & 3) == 0; }
+
+// Precondition: month is 1 to 12.
+constexpr std::int32_t month_length(std::int32_t year, std::int32_t month) {
+  const std::int32_t length = kMonthLengths[month - 1];
+  return length != 0 ? length : 28 + is_leap_year(year);
+}
+
+// Days before the first of a month in a year that is not a leap year.
+inline constexpr std::uint16_t kDaysBeforeMonth[12] = {0,   31,  59,  90,  120, 151,
+                                                       181, 212, 243, 273, 304, 334};
+
+// Days from 1970-01-01, modulo 2^32. A year before 1970 counts as if it began on 1970-01-01.
+// Precondition: the month and the day exist.
+constexpr std::uint32_t days_from_civil(CivilDate date) {
+  // Of the years from 1970 up to the one before, those divisible by 4: the first is 1972.
+  const std::uint32_t years =
+      date.year > kEpochYear ? static_cast<std::uint32_t>(date.year) - kEpochYear : 0;
+  const std::uint32_t leap_days = (years + 1) / 4;
+  const std::uint32_t this_leap_day = date.month > 2 && is_leap_year(date.year) ? 1 : 0;
+  return 365 * years + leap_days + kDaysBeforeMonth[date.month - 1] + this_leap_day +
+         static_cast<std::uint32_t>(date.day) - 1;
+}
+
+// The reverse for the 65,536 days that a date number can stand for: 1970-01-01 to 2149-06-05.
+constexpr CivilDate civil_from_days(std::uint16_t days) {
+  constexpr std::uint32_t kDaysFromMarch1968 = 671;
+  constexpr std::uint32_t kDaysPerFourYears = 1461;
+  constexpr std::uint32_t kMarchToDecember = 306;
+
+  const std::uint32_t quarter_days = 4 * (days + kDaysFromMarch1968) + 3;    // 2687 to 264,827
+  const std::uint32_t march_year = quarter_days / kDaysPerFourYears;         // 1 to 181, from 1968
+  const std::uint32_t day_of_year = quarter_days % kDaysPerFourYears / 4;    // 0 to 365
+  // March to January are 153 days in five months, twice, and a rest: a straight line in 1/65536 month.
+  const std::uint32_t position = 2141 * day_of_year + 197913;                // 197,913 to 979,378
+  const std::uint32_t month = position >> 16;                                // 3 to 14
+  const std::uint32_t day = (position & 0xFFFF) / 2141;                      // 0 to 30
+  const bool next_year = day_of_year >= kMarchToDecember;                    // January and February
+  return {static_cast<std::int32_t>(1968 + march_year + next_year),
+          static_cast<std::int32_t>(next_year ? month - 12 : month), static_cast<std::int32_t>(day + 1)};
+}
+
+constexpr std::uint16_t date_number_from_days(std::uint32_t days) {
+  return static_cast<std::uint16_t>(days - kDateNumberShift);
+}
+
+constexpr std::uint16_t days_from_date_number(std::uint16_t date) {
+  return static_cast<std::uint16_t>(date + kDateNumberShift);
+}
+
+// The UTC day of a stamp, which is read as unsigned.
+constexpr std::uint16_t date_number_from_stamp(std::uint32_t stamp) {
+  return date_number_from_days(stamp / kSecondsPerDay);
+}
+
+constexpr CivilDate civil_from_date_number(std::uint16_t date) {
+  return civil_from_days(days_from_date_number(date));
+}
+
+}  // namespace orla
+
+#endif

@@ -1,0 +1,108 @@
+// Dates out of text, in the input mode that the process decided on at its first parse.
+
+#include <orla/time.h>
+
+#include <cstdio>
+#include <cstdlib>
+#include <ctime>
+
+#include "time/calendar.h"
+#include "time/date_format.h"
+
+namespace {
+
+constexpr int kAccepted = 0;
+constexpr int kRejected = 255;
+
+// -1 until the first parse, then 0 (standard) or 1 (old) for the rest of the process.
+std::int32_t date_old_fmt = -1;
+
+void get_fmt_var() { date_old_fmt = std::getenv("ORLALS_DATE_FORMAT_OLD") != nullptr ? 1 : 0; }
+
+// 1900 itself stays, and so stands for the year 3800: callers rely on it.
+std::int32_t since_1900(std::int32_t year) { return year > 1900 ? year - 1900 : year; }
+
+bool is_month(std::int32_t month) { return month >= 1 && month <= 12; }
+bool is_day(std::int32_t day) { return day >= 1 && day <= 31; }
+
+bool scan_old(const char *text, std::int32_t *year, std::int32_t *month, std::int32_t *day) {
+  if (std::sscanf(text, "%d %d %d", year, month, day) != 3 &&
+      std::sscanf(text, "%d/%d/%d", year, month, day) != 3) {
+    return false;
+  }
+  *year = since_1900(*year);
+  return true;
+}
+
+// Up to 9 for a digit, more for any other character.
+std::uint32_t digit(char c) { return static_cast<unsigned char>(c) - std::uint32_t{'0'}; }
+
+bool two_digits(const char *text, std::int32_t *number) {
+  const std::uint32_t tens = digit(text[0]);
+  if (tens > 9) return false;
+  const std::uint32_t ones = digit(text[1]);
+  if (ones > 9) return false;
+  *number = static_cast<std::int32_t>(10 * tens + ones);
+  return true;
+}
+
+// The direct path for "MM/DD/YYYY", where strptime() can only say the same: two digits, a slash, two
+// digits, a slash and four digits, the month and the day within range. It reads no further than the
+// first character that does not fit.
+bool scan_canonical(const char *text, std::int32_t *year, std::int32_t *month, std::int32_t *day) {
+  std::int32_t century;
+  std::int32_t year_of_century;
+  if (!two_digits(text, month) || text[2] != '/') return false;
+  if (!two_digits(text + 3, day) || text[5] != '/') return false;
+  if (!two_digits(text + 6, &century) || !two_digits(text + 8, &year_of_century)) return false;
+  // A year over 3800 is lowered twice: where the fields are read, and where they are taken over.
+  *year = since_1900(since_1900(100 * century + year_of_century - 1900));
+  return is_month(*month) && is_day(*day);
+}
+
+void scan_standard(const char *text, std::int32_t *year, std::int32_t *month, std::int32_t *day) {
+  if (scan_canonical(text, year, month, day)) return;
+  std::tm fields = {};
+  orla_strptime(text, orla::orla_century_fmt(0), &fields);
+  *year = since_1900(fields.tm_year);
+  *month = fields.tm_mon + 1;
+  *day = fields.tm_mday;
+}
+
+}  // namespace
+
+void orla_strptime(const char *text, const char *format, std::tm *fields) noexcept {
+  std::tm read = {};
+  read.tm_year = -1;  // so that a text which breaks off before its year is not taken for 1900
+  strptime(text, format, &read);
+  fields->tm_year = since_1900(read.tm_year);
+  fields->tm_mon = read.tm_mon;
+  fields->tm_mday = read.tm_mday;
+}
+
+int k7_parse_date(const char *text, std::int32_t *year, std::int32_t *month,
+                  std::int32_t *day) noexcept {
+  if (date_old_fmt == -1) get_fmt_var();
+  if (date_old_fmt == 1) {
+    if (!scan_old(text, year, month, day)) return kRejected;
+  } else {
+    scan_standard(text, year, month, day);
+  }
+  return *year >= 0 && is_month(*month) && is_day(*day) ? kAccepted : kRejected;
+}
+
+int string_to_date(const char *text, std::uint16_t *date) noexcept {
+  std::int32_t year = 1969;
+  std::int32_t month = 0;
+  std::int32_t day = 1;
+  if (k7_parse_date(text, &year, &month, &day) == kRejected) return 0;
+  return data_to_date(year, month, day, date);
+}
+
+std::int32_t string_to_time(const char *text) noexcept {
+  std::uint16_t date = 0;
+  const int converted = string_to_date(text, &date);
+  if (date == 0) return 0;  // 12/28/1986 too: callers rely on it
+  if (converted == 0) return 0;
+  return static_cast<std::int32_t>(orla::days_from_date_number(date) * orla::kSecondsPerDay);
+}

@@ -1,0 +1,93 @@
+// Calendar and time: the clock, date numbers, month and year lengths, and stamps past 2038.
+//
+// Date and time text stands beside this in date_output.cpp and date_input.cpp.
+
+#include <orla/time.h>
+
+#include "time/calendar.h"
+#include "time/clock.h"
+
+namespace {
+
+// 28 years of this calendar are a whole number of weeks: weekdays and leap years recur.
+constexpr std::uint32_t kFoldSeconds = 883612800;
+constexpr int kFoldYears = 28;
+
+struct FoldedStamp {
+  std::time_t seconds;  // 0 to 2^31 - 1
+  int years;            // to be added to the year: 0, 28, 56 or 84
+};
+
+FoldedStamp fold(std::int32_t stamp) {
+  auto seconds = static_cast<std::uint32_t>(stamp);
+  int years = 0;
+  while (static_cast<std::int32_t>(seconds) < 0) {
+    seconds -= kFoldSeconds;
+    years += kFoldYears;
+  }
+  return {static_cast<std::time_t>(seconds), years};
+}
+
+}  // namespace
+
+std::int32_t wek_time_stamp() noexcept { return static_cast<std::int32_t>(orla::clock_seconds()); }
+
+std::int32_t wek_localtime_offset() noexcept {
+  tzset();
+  auto offset = static_cast<std::int32_t>(timezone);
+  std::tm *now = orla::clock_local();
+  if (now == nullptr) return offset;
+  if (now->tm_isdst < 0) now->tm_isdst = 0;
+  // Always one hour, whatever shift the zone's rules name.
+  if (now->tm_isdst != 0) offset -= 3600;
+  return offset;
+}
+
+std::uint32_t wek_time_stamp_local() noexcept {
+  const auto stamp = static_cast<std::uint32_t>(wek_time_stamp());
+  return stamp - static_cast<std::uint32_t>(wek_localtime_offset());
+}
+
+std::uint16_t wek_date_stamp() noexcept {
+  return orla::date_number_from_stamp(wek_time_stamp_local());
+}
+
+std::int32_t days_in_year(std::int32_t year) noexcept { return 365 + orla::is_leap_year(year); }
+
+std::int32_t days_in_month(std::int32_t year, std::int32_t month) noexcept {
+  return orla::month_length(year, month);
+}
+
+int data_to_date(std::int32_t years_since_1900, std::int32_t month, std::int32_t day,
+                 std::uint16_t *date) noexcept {
+  // Wraps like the 32-bit sum that it is: such a year lies before 1970.
+  const auto year = static_cast<std::int32_t>(static_cast<std::uint32_t>(years_since_1900) + 1900U);
+  if (month < 1 || month > 12) return 0;
+  if (day < 1 || day > orla::month_length(year, month)) return 0;
+  *date = orla::date_number_from_days(orla::days_from_civil({year, month, day}));
+  return 1;
+}
+
+std::tm *wek_gmtime(const std::int32_t *stamp) noexcept {
+  const FoldedStamp folded = fold(*stamp);
+  std::tm *fields = tav_gmtime(&folded.seconds);
+  fields->tm_year += folded.years;
+  return fields;
+}
+
+std::tm *wek_localtime(const std::int32_t *stamp) noexcept {
+  const FoldedStamp folded = fold(*stamp);
+  std::tm *fields = tav_localtime(&folded.seconds);
+  fields->tm_year += folded.years;
+  return fields;
+}
+
+std::time_t tav_mktime(std::tm *fields) noexcept { return std::mktime(fields); }
+
+std::tm *tav_gmtime(const std::time_t *when) noexcept { return std::gmtime(when); }
+
+char *tav_ctime(const std::time_t *when) noexcept { return std::ctime(when); }
+
+std::tm *tav_localtime(const std::time_t *when) noexcept { return std::localtime(when); }
+
+void RestoreTZ() noexcept {}

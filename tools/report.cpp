@@ -1,0 +1,73 @@
+#include "report.h"
+
+#include <algorithm>
+#include <iomanip>
+#include <ostream>
+
+namespace orla_tool {
+namespace {
+
+std::string as_text(const Json &value) {
+  return value.is_string() ? value.get<std::string>() : value.dump();
+}
+
+// Bytes that are not UTF-8 come out as replacement characters instead of ending the program.
+std::string as_json_text(const Json &value) {
+  return value.dump(2, ' ', false, Json::error_handler_t::replace);
+}
+
+}  // namespace
+
+Json &Report::target() { return section_key_.empty() ? json_ : json_[section_key_]; }
+
+void Report::section(const std::string &key, const std::string &title) {
+  section_key_ = key;
+  json_[key] = Json::object();
+  lines_.push_back({title, "", ""});
+}
+
+void Report::row(const std::string &key, const std::string &label, const Json &value,
+                 const std::string &note) {
+  target()[key] = value;
+  lines_.push_back({label, as_text(value), note});
+}
+
+void Report::missing(const std::string &key, const std::string &label, const std::string &reason) {
+  target()[key] = nullptr;
+  target()[key + "_missing"] = reason;
+  lines_.push_back({label, "-", reason});
+}
+
+void Report::print(std::ostream &out, bool as_json) const {
+  if (as_json) {
+    out << as_json_text(json_) << '\n';
+  } else {
+    print_text(out);
+  }
+}
+
+void Report::print_text(std::ostream &out) const {
+  const bool has_sections = !section_key_.empty();
+  std::size_t label_width = 0;
+  std::size_t value_width = 0;
+  for (const Line &line : lines_) {
+    if (line.value.empty()) continue;
+    label_width = std::max(label_width, line.label.size());
+    if (!line.note.empty()) value_width = std::max(value_width, line.value.size());
+  }
+  for (const Line &line : lines_) {
+    if (line.value.empty()) {
+      out << (&line == lines_.data() ? "" : "\n") << line.label << '\n';
+      continue;
+    }
+    out << (has_sections ? "  " : "") << std::left << std::setw(static_cast<int>(label_width))
+        << line.label << "  ";
+    if (line.note.empty()) {
+      out << line.value << '\n';
+    } else {
+      out << std::setw(static_cast<int>(value_width)) << line.value << "  " << line.note << '\n';
+    }
+  }
+}
+
+}  // namespace orla_tool
