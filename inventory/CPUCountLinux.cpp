@@ -28,7 +28,8 @@ int figure_from_cpuinfo() {
   orla::SiblingsFigure figure;
   bool usable = true;
   char line[kLineSize];
-  while (usable && std::fgets(line, sizeof line, file) != nullptr) usable = figure.take(line);
+  while (usable && std::fgets(line, sizeof line, file) != nullptr)
+    usable = figure.take(line);
   std::fclose(file);
   return usable ? figure.value() : kKernelFailed;
 }

@@ -8,9 +8,13 @@
 namespace orla {
 namespace {
 
-bool is_digit(char c) { return c >= '0' && c <= '9'; }
+bool is_digit(char c) {
+  return c >= '0' && c <= '9';
+}
 
-bool is_white_space(char c) { return c == ' ' || (c >= '\t' && c <= '\r'); }
+bool is_white_space(char c) {
+  return c == ' ' || (c >= '\t' && c <= '\r');
+}
 
 bool starts_with(const char *text, const char *prefix) {
   return std::strncmp(text, prefix, std::strlen(prefix)) == 0;
@@ -22,7 +26,8 @@ class ReleaseReader {
   explicit ReleaseReader(std::string_view release) : rest_(release) {}
 
   void skip_to_digit() {
-    while (!rest_.empty() && !is_digit(rest_.front())) rest_.remove_prefix(1);
+    while (!rest_.empty() && !is_digit(rest_.front()))
+      rest_.remove_prefix(1);
   }
 
   // Takes the digits at the front, none being 0, and the separator behind them. False when there is no
@@ -71,8 +76,10 @@ FigureSource figure_source(std::string_view release) {
 
 bool SiblingsFigure::take(const char *line) {
   if (!starts_with(line, "threads") && !starts_with(line, "siblings")) return true;
-  while (*line != '\0' && !is_white_space(*line)) ++line;
-  while (is_white_space(*line)) ++line;
+  while (*line != '\0' && !is_white_space(*line))
+    ++line;
+  while (is_white_space(*line))
+    ++line;
   if (*line != ':') return false;
   last_ = std::atoi(line + 1);
   if (last_ == agreed_) return true;

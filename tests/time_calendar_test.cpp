@@ -10,7 +10,8 @@ namespace {
 // The plain way, a year and a month at a time.
 std::uint16_t date_number_by_loops(std::int32_t year, std::int32_t month, std::int32_t day) {
   std::uint32_t days = static_cast<std::uint32_t>(day) - 1;
-  for (std::int32_t y = 1970; y < year; ++y) days += static_cast<std::uint32_t>(days_in_year(y));
+  for (std::int32_t y = 1970; y < year; ++y)
+    days += static_cast<std::uint32_t>(days_in_year(y));
   for (std::int32_t m = 1; m < month; ++m) {
     days += static_cast<std::uint32_t>(days_in_month(year, m));
   }
@@ -20,9 +21,11 @@ std::uint16_t date_number_by_loops(std::int32_t year, std::int32_t month, std::i
 orla::CivilDate civil_by_loops(std::uint16_t date) {
   std::int32_t rest = static_cast<std::uint16_t>(date + 6205);
   std::int32_t year = 1970;
-  for (; rest >= days_in_year(year); ++year) rest -= days_in_year(year);
+  for (; rest >= days_in_year(year); ++year)
+    rest -= days_in_year(year);
   std::int32_t month = 1;
-  for (; rest >= days_in_month(year, month); ++month) rest -= days_in_month(year, month);
+  for (; rest >= days_in_month(year, month); ++month)
+    rest -= days_in_month(year, month);
   return {year, month, rest + 1};
 }
 
@@ -60,9 +63,9 @@ struct FieldsRow {
 
 TEST(FieldsToDate, StoresTheDateNumber) {
   const FieldsRow rows[] = {
-      {86, 12, 28, 0},     {86, 12, 27, 65535}, {70, 1, 1, 59331},  {100, 1, 1, 4752},
-      {100, 2, 29, 4811},  {200, 2, 28, 41335}, {200, 2, 29, 41336}, {200, 3, 1, 41337},
-      {249, 6, 5, 59330},
+      {86, 12, 28, 0},     {86, 12, 27, 65535}, {70, 1, 1, 59331},
+      {100, 1, 1, 4752},   {100, 2, 29, 4811},  {200, 2, 28, 41335},
+      {200, 2, 29, 41336}, {200, 3, 1, 41337},  {249, 6, 5, 59330},
   };
   for (const FieldsRow &row : rows) {
     std::uint16_t date = 1;
@@ -80,9 +83,10 @@ TEST(FieldsToDate, WrapsBehind21490605OntoTheEpoch) {
 
 TEST(FieldsToDate, RejectsMonthsAndDaysThatDoNotExist) {
   const FieldsRow rows[] = {
-      {107, 0, 1, 0},  {107, 13, 1, 0}, {107, -1, 1, 0}, {107, 1, 0, 0},   {107, 1, -1, 0},
-      {107, 4, 31, 0}, {107, 1, 32, 0}, {107, 2, 29, 0}, {100, 2, 30, 0},  {107, 0, 0, 0},
-      {107, INT32_MIN, 1, 0},           {107, INT32_MAX, 1, 0},            {107, 1, INT32_MAX, 0},
+      {107, 0, 1, 0},         {107, 13, 1, 0}, {107, -1, 1, 0},        {107, 1, 0, 0},
+      {107, 1, -1, 0},        {107, 4, 31, 0}, {107, 1, 32, 0},        {107, 2, 29, 0},
+      {100, 2, 30, 0},        {107, 0, 0, 0},  {107, INT32_MIN, 1, 0}, {107, INT32_MAX, 1, 0},
+      {107, 1, INT32_MAX, 0},
   };
   for (const FieldsRow &row : rows) {
     std::uint16_t date = 4711;
@@ -116,7 +120,8 @@ TEST(FieldsToDate, EqualsTheLoopsForAllValidFieldsFrom1895To2300) {
       for (std::int32_t day = 1; day <= days_in_month(year, month); ++day) {
         std::uint16_t date = 0;
         ASSERT_EQ(data_to_date(year - 1900, month, day, &date), 1);
-        ASSERT_EQ(date, date_number_by_loops(year, month, day)) << year << '-' << month << '-' << day;
+        ASSERT_EQ(date, date_number_by_loops(year, month, day))
+            << year << '-' << month << '-' << day;
       }
     }
   }
@@ -145,8 +150,8 @@ TEST(DateSplit, GivesTheKnownDates) {
     std::uint16_t date;
     orla::CivilDate civil;
   } const rows[] = {
-      {0, {1986, 12, 28}},    {65535, {1986, 12, 27}}, {59331, {1970, 1, 1}},
-      {4752, {2000, 1, 1}},   {41336, {2100, 2, 29}},  {59330, {2149, 6, 5}},
+      {0, {1986, 12, 28}},  {65535, {1986, 12, 27}}, {59331, {1970, 1, 1}},
+      {4752, {2000, 1, 1}}, {41336, {2100, 2, 29}},  {59330, {2149, 6, 5}},
   };
   for (const auto &row : rows) {
     const orla::CivilDate civil = orla::civil_from_date_number(row.date);

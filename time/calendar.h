@@ -25,7 +25,9 @@ inline constexpr std::uint32_t kDateNumberShift = 6205;
 inline constexpr std::int32_t kMonthLengths[12] = {31, 0, 31, 30, 31, 30, 31, 31, 30, 31, 30, 31};
 
 // Every year whose two lowest bits are zero. 1900 and 2100 are leap years: callers rely on it.
-constexpr bool is_leap_year(std::int32_t year) { return (year & 3) == 0; }
+constexpr bool is_leap_year(std::int32_t year) {
+  return (year & 3) == 0;
+}
 
 // Precondition: month is 1 to 12.
 constexpr std::int32_t month_length(std::int32_t year, std::int32_t month) {
@@ -55,16 +57,17 @@ constexpr CivilDate civil_from_days(std::uint16_t days) {
   constexpr std::uint32_t kDaysPerFourYears = 1461;
   constexpr std::uint32_t kMarchToDecember = 306;
 
-  const std::uint32_t quarter_days = 4 * (days + kDaysFromMarch1968) + 3;    // 2687 to 264,827
-  const std::uint32_t march_year = quarter_days / kDaysPerFourYears;         // 1 to 181, from 1968
-  const std::uint32_t day_of_year = quarter_days % kDaysPerFourYears / 4;    // 0 to 365
+  const std::uint32_t quarter_days = 4 * (days + kDaysFromMarch1968) + 3;  // 2687 to 264,827
+  const std::uint32_t march_year = quarter_days / kDaysPerFourYears;       // 1 to 181, from 1968
+  const std::uint32_t day_of_year = quarter_days % kDaysPerFourYears / 4;  // 0 to 365
   // March to January are 153 days in five months, twice, and a rest: a straight line in 1/65536 month.
-  const std::uint32_t position = 2141 * day_of_year + 197913;                // 197,913 to 979,378
-  const std::uint32_t month = position >> 16;                                // 3 to 14
-  const std::uint32_t day = (position & 0xFFFF) / 2141;                      // 0 to 30
-  const bool next_year = day_of_year >= kMarchToDecember;                    // January and February
+  const std::uint32_t position = 2141 * day_of_year + 197913;  // 197,913 to 979,378
+  const std::uint32_t month = position >> 16;                  // 3 to 14
+  const std::uint32_t day = (position & 0xFFFF) / 2141;        // 0 to 30
+  const bool next_year = day_of_year >= kMarchToDecember;      // January and February
   return {static_cast<std::int32_t>(1968 + march_year + next_year),
-          static_cast<std::int32_t>(next_year ? month - 12 : month), static_cast<std::int32_t>(day + 1)};
+          static_cast<std::int32_t>(next_year ? month - 12 : month),
+          static_cast<std::int32_t>(day + 1)};
 }
 
 constexpr std::uint16_t date_number_from_days(std::uint32_t days) {

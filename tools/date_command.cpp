@@ -102,8 +102,9 @@ void number_of_fields(Run &run, const DateArguments &arguments) {
   const bool comes_back = std::atoi(text.c_str() + 6) == arguments.year;
   Report report;
   report.row("number", "number", number, "0 is 1986-12-28");
-  report.row("date", "date", text,
-             comes_back ? "" : "dates before 1970 and past 06/05/2149 do not come back as themselves");
+  report.row(
+      "date", "date", text,
+      comes_back ? "" : "dates before 1970 and past 06/05/2149 do not come back as themselves");
   run.finish(report);
 }
 
@@ -137,16 +138,19 @@ void show_stamp(Run &run, const DateArguments &arguments) {
 }  // namespace
 
 void add_date_command(CLI::App &program, Run &run) {
-  CLI::App *date = program.add_subcommand("date", "Turn dates between text, number, fields and stamp");
+  CLI::App *date =
+      program.add_subcommand("date", "Turn dates between text, number, fields and stamp");
   date->require_subcommand(1);
   const auto arguments = std::make_shared<DateArguments>();
 
   CLI::App *parse = add_command(*date, run, "parse", "Date text to number");
   parse->add_option("TEXT", arguments->text, "Such as 12/31/2007")->required();
-  CLI::Option *old_mode = parse->add_flag("--old", arguments->old_mode, "Old input mode: YYYY/MM/DD");
+  CLI::Option *old_mode =
+      parse->add_flag("--old", arguments->old_mode, "Old input mode: YYYY/MM/DD");
   parse->add_flag("--standard", arguments->standard_mode, "Standard input mode: MM/DD/YYYY")
       ->excludes(old_mode);
-  parse->footer("Without a mode the environment decides: ORLALS_DATE_FORMAT_OLD chooses the old one.");
+  parse->footer(
+      "Without a mode the environment decides: ORLALS_DATE_FORMAT_OLD chooses the old one.");
   parse->callback([&run, arguments] { parse_text(run, *arguments); });
 
   CLI::App *show = add_command(*date, run, "show", "Date number to text");

@@ -7,7 +7,9 @@
 
 namespace orla_tool {
 
-void Run::finish(const Report &report) const { report.print(std::cout, json); }
+void Run::finish(const Report &report) const {
+  report.print(std::cout, json);
+}
 
 void Run::fail(const std::string &message) {
   std::cerr << "orla: " << message << '\n';

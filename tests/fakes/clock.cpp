@@ -24,10 +24,11 @@ constinit Fake<long(long, long, long, long, long, long, long)> real_syscall("sys
 
 constinit Fake<long(std::int64_t *, std::int64_t *)> fake_kernel_clock(nullptr);
 
-ClockAt::ClockAt(std::time_t now) : time_(fake_time, [now](std::time_t *out) {
-    if (out != nullptr) *out = now;
-    return now;
-  }) {}
+ClockAt::ClockAt(std::time_t now)
+    : time_(fake_time, [now](std::time_t *out) {
+        if (out != nullptr) *out = now;
+        return now;
+      }) {}
 
 ClockPast2038::ClockPast2038(std::int64_t now, std::int64_t nanoseconds)
     : time_(fake_time,
@@ -48,17 +49,24 @@ ClockPast2038::ClockPast2038(std::int64_t now, std::int64_t nanoseconds)
 
 extern "C" {
 
-std::time_t time(std::time_t *out) noexcept { return fake_time(out); }
+std::time_t time(std::time_t *out) noexcept {
+  return fake_time(out);
+}
 
-int gettimeofday(timeval *out, void *zone) noexcept { return fake_gettimeofday(out, zone); }
+int gettimeofday(timeval *out, void *zone) noexcept {
+  return fake_gettimeofday(out, zone);
+}
 
-std::tm *localtime(const std::time_t *when) noexcept { return fake_localtime(when); }
+std::tm *localtime(const std::time_t *when) noexcept {
+  return fake_localtime(when);
+}
 
 long syscall(long number, ...) noexcept {
   long a[6];
   va_list list;
   va_start(list, number);
-  for (long &argument : a) argument = va_arg(list, long);
+  for (long &argument : a)
+    argument = va_arg(list, long);
   va_end(list);
   if (number == kReadKernelClock && fake_kernel_clock.is_armed()) {
     auto *out = reinterpret_cast<std::int64_t *>(a[1]);

@@ -16,8 +16,8 @@ class GuardedBuffer {
     const auto page = static_cast<std::size_t>(sysconf(_SC_PAGESIZE));
     const std::size_t data_pages = (size + page - 1) / page * page;
     mapped_ = data_pages + page;
-    base_ = static_cast<char *>(mmap(nullptr, mapped_, PROT_READ | PROT_WRITE,
-                                     MAP_PRIVATE | MAP_ANONYMOUS, -1, 0));
+    base_ = static_cast<char *>(
+        mmap(nullptr, mapped_, PROT_READ | PROT_WRITE, MAP_PRIVATE | MAP_ANONYMOUS, -1, 0));
     if (base_ == MAP_FAILED) throw std::runtime_error("mmap failed");
     mprotect(base_ + data_pages, page, PROT_NONE);
     data_ = base_ + data_pages - size;
