@@ -1,0 +1,248 @@
+// Memory and disks over a faked host.
+
+#include <fcntl.h>
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+#include <linux/hdreg.h>
+#include <orla/inventory.h>
+
+#include <cerrno>
+#include <map>
+#include <set>
+#include <string>
+#include <vector>
+
+#include "fakes/host.h"
+#include "fakes/trace_lines.h"
+
+namespace {
+
+using testing::ElementsAre;
+
+// A kernel that reports this much memory.
+With<int(struct sysinfo *)> memory(unsigned long total, unsigned unit = 1) {
+  return {fake_sysinfo, [=](struct sysinfo *host) {
+            *host = {};
+            host->totalram = total;
+            host->mem_unit = unit;
+            return 0;
+          }};
+}
+
+TEST(MemorySize, IsInWholeMebibytesTruncated) {
+  const struct {
+    unsigned long total;
+    int size;
+  } rows[] = {
+      {2147483648UL, 2048}, {1073741823UL, 1023}, {1048575UL, 0},
+      {1048576UL, 1},       {0UL, 0},             {4294967295UL, 4095},
+  };
+  for (const auto &row : rows) {
+    const auto host = memory(row.total);
+    int size = -1;
+    EXPECT_EQ(tavGetMemorySize(&size), 0U);
+    EXPECT_EQ(size, row.size) << row.total;
+  }
+}
+
+TEST(MemorySize, DoesNotApplyTheMemoryUnit) {
+  const auto host = memory(1048576, 4096);
+  int size = -1;
+  EXPECT_EQ(tavGetMemorySize(&size), 0U);
+  EXPECT_EQ(size, 1);
+}
+
+TEST(MemorySize, TakesTheWholeTotalOfA64BitKernel) {
+  if constexpr (sizeof(unsigned long) == 8) {
+    const auto host = memory(static_cast<unsigned long>(0x10000000000ULL));
+    int size = -1;
+    EXPECT_EQ(tavGetMemorySize(&size), 0U);
+    EXPECT_EQ(size, 1048576);
+  }
+}
+
+TEST(MemorySize, TracesEntryAndExit) {
+  const auto host = memory(1048576);
+  TraceLines trace;
+  int size = 0;
+  EXPECT_EQ(tavGetMemorySize(&size), 0U);
+  EXPECT_THAT(trace.lines,
+              ElementsAre("KVRCA0001I tavGetMemorySize(): entering.\n",
+                          "KVRCA0002I tavGetMemorySize(): exiting with status 0x0.\n"));
+  EXPECT_TRUE(trace.all_in_statuslog);
+  EXPECT_EQ(statuslog[0], '\0');
+}
+
+TEST(MemorySize, FailsWhenTheKernelDoesNotAnswerAndLeavesTheOutputAlone) {
+  for (const int result : {-1, 1}) {
+    const With host(fake_sysinfo, [&](struct sysinfo *) { return result; });
+    TraceLines trace;
+    int size = 4711;
+    EXPECT_EQ(tavGetMemorySize(&size), 1U);
+    EXPECT_EQ(size, 4711);
+    EXPECT_THAT(trace.lines,
+                ElementsAre("KVRCA0001I tavGetMemorySize(): entering.\n",
+                            "KVRCA0005E tavGetMemorySize(): sysinfo failed.\n",
+                            "KVRCA0003E tavGetMemorySize(): exiting with status 0x1.\n"));
+  }
+}
+
+TEST(MemorySize, AnswersANullPointerWithoutAskingTheKernel) {
+  const With host(fake_sysinfo, [](struct sysinfo *) {
+    ADD_FAILURE() << "asked";
+    return 0;
+  });
+  TraceLines trace;
+  EXPECT_EQ(tavGetMemorySize(nullptr), 1U);
+  EXPECT_THAT(trace.lines,
+              ElementsAre("KVRCA0001I tavGetMemorySize(): entering.\n",
+                          "KVRCA0005E tavGetMemorySize(): Null pointer exception.\n",
+                          "KVRCA0003E tavGetMemorySize(): exiting with status 0x1.\n"));
+}
+
+TEST(MemorySize, FormatsNothingWithTheSwitchOff) {
+  const With trace(fake_TavTrace, [](char *) { ADD_FAILURE() << "traced"; });
+  statuslog[0] = 'x';
+  int size = 0;
+  tavGetMemorySize(&size);
+  tavGetMemorySize(nullptr);
+  EXPECT_EQ(statuslog[0], 'x');
+}
+
+// A host with some device nodes, of which some answer the geometry request. Only for root.
+class Disks {
+ public:
+  explicit Disks(std::map<std::string, bool> nodes, uid_t user = 0)
+      : nodes_(std::move(nodes)),
+        user_(fake_geteuid, [user] { return user; }),
+        open_(fake_open, [this](const char *path, int flags) { return open_node(path, flags); }),
+        ioctl_(fake_ioctl, [this](int descriptor, unsigned long request,
+                                  void *geometry) { return ask(descriptor, request, geometry); }),
+        close_(fake_close, [this](int descriptor) { return close_node(descriptor); }) {}
+
+  std::vector<std::string> probed;
+  std::set<int> open_descriptors;
+
+ private:
+  static constexpr int kFirstDescriptor = 1000;
+
+  int open_node(const std::string &path, int flags) {
+    EXPECT_EQ(flags, O_RDONLY);
+    probed.push_back(path);
+    const auto node = nodes_.find(path);
+    if (node == nodes_.end()) {
+      errno = ENOENT;
+      return -1;
+    }
+    const int descriptor =
+        kFirstDescriptor + static_cast<int>(std::distance(nodes_.begin(), node));
+    open_descriptors.insert(descriptor);
+    return descriptor;
+  }
+
+  int ask(int descriptor, unsigned long request, void *geometry) {
+    EXPECT_EQ(request, 0x0301UL);
+    EXPECT_EQ(open_descriptors.count(descriptor), 1U);
+    if (!std::next(nodes_.begin(), descriptor - kFirstDescriptor)->second) return -1;
+    *static_cast<hd_geometry *>(geometry) = {255, 63, 1024, 0};
+    return 7;  // whatever is not -1 counts
+  }
+
+  int close_node(int descriptor) {
+    EXPECT_EQ(open_descriptors.erase(descriptor), 1U);
+    return 0;
+  }
+
+  std::map<std::string, bool> nodes_;
+  With<uid_t()> user_;
+  With<int(const char *, int)> open_;
+  With<int(int, unsigned long, void *)> ioctl_;
+  With<int(int)> close_;
+};
+
+TEST(DiskCount, CountsNodesThatAnswerTheGeometryRequest) {
+  const Disks host({{"/dev/hdc", true}, {"/dev/sda", true}, {"/dev/sdb", true}});
+  unsigned count = 99;
+  EXPECT_EQ(tavGetDisks(&count), 0U);
+  EXPECT_EQ(count, 3U);
+  EXPECT_TRUE(host.open_descriptors.empty());
+}
+
+TEST(DiskCount, IsZeroWithoutDisks) {
+  const Disks host({});
+  unsigned count = 99;
+  EXPECT_EQ(tavGetDisks(&count), 0U);
+  EXPECT_EQ(count, 0U);
+}
+
+TEST(DiskCount, PassesOverNodesThatOpenButDoNotAnswer) {
+  const Disks host({{"/dev/hda", false}, {"/dev/sda", true}});
+  unsigned count = 0;
+  EXPECT_EQ(tavGetDisks(&count), 0U);
+  EXPECT_EQ(count, 1U);
+  EXPECT_TRUE(host.open_descriptors.empty());
+}
+
+TEST(DiskCount, ProbesFiftyNamesInOrderAndNeverZ) {
+  std::vector<std::string> expected;
+  for (const char *base : {"/dev/hd", "/dev/sd"}) {
+    for (char letter = 'a'; letter <= 'y'; ++letter) expected.push_back(std::string(base) + letter);
+  }
+  const Disks host({{"/dev/hdz", true}, {"/dev/sdz", true}, {"/dev/sda1", true}});
+  unsigned count = 99;
+  EXPECT_EQ(tavGetDisks(&count), 0U);
+  EXPECT_EQ(count, 0U);
+  EXPECT_EQ(host.probed, expected);
+  EXPECT_EQ(host.probed.size(), 50U);
+}
+
+TEST(DiskCount, CountsTheLastNames) {
+  const Disks host({{"/dev/hdy", true}, {"/dev/sdy", true}});
+  unsigned count = 0;
+  EXPECT_EQ(tavGetDisks(&count), 0U);
+  EXPECT_EQ(count, 2U);
+}
+
+TEST(DiskCount, NeedsRootAndLeavesTheOutputAloneWithout) {
+  const Disks host({{"/dev/sda", true}}, 1000);
+  TraceLines trace;
+  unsigned count = 4711;
+  EXPECT_EQ(tavGetDisks(&count), 1U);
+  EXPECT_EQ(count, 4711U);
+  EXPECT_TRUE(host.probed.empty());
+  EXPECT_THAT(trace.lines, ElementsAre("KVRCA0001I tavGetDisks: entering.\n",
+                                       "KVRCA0005E tavGetDisks: geteuid failed -> you aren't root.\n",
+                                       "KVRCA0003E tavGetDisks: exiting with status 0x1.\n"));
+}
+
+TEST(DiskCount, AnswersANullPointerBeforeItAsksForTheUser) {
+  const Disks host({}, 1000);
+  TraceLines trace;
+  EXPECT_EQ(tavGetDisks(nullptr), 1U);
+  EXPECT_TRUE(host.probed.empty());
+  EXPECT_THAT(trace.lines, ElementsAre("KVRCA0001I tavGetDisks: entering.\n",
+                                       "KVRCA0005E tavGetDisks: Null pointer exception.\n",
+                                       "KVRCA0003E tavGetDisks: exiting with status 0x1.\n"));
+}
+
+TEST(DiskCount, TracesEntryAndExitAloneWhateverTheProbesMeet) {
+  const Disks host({{"/dev/hda", false}, {"/dev/sda", true}});
+  TraceLines trace;
+  unsigned count = 0;
+  EXPECT_EQ(tavGetDisks(&count), 0U);
+  EXPECT_THAT(trace.lines, ElementsAre("KVRCA0001I tavGetDisks: entering.\n",
+                                       "KVRCA0002I tavGetDisks: exiting with status 0x0.\n"));
+  EXPECT_EQ(statuslog[0], '\0');
+}
+
+TEST(DiskCount, FormatsNothingWithTheSwitchOff) {
+  const Disks host({}, 1000);
+  const With trace(fake_TavTrace, [](char *) { ADD_FAILURE() << "traced"; });
+  statuslog[0] = 'x';
+  unsigned count = 0;
+  tavGetDisks(&count);
+  tavGetDisks(nullptr);
+  EXPECT_EQ(statuslog[0], 'x');
+}
+
+}  // namespace

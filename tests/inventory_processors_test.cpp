@@ -1,0 +1,441 @@
+// The processor probes, the count that combines them and the two entry points, over a faked host.
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+#include <orla/inventory.h>
+#include <unistd.h>
+
+#include <algorithm>
+#include <cerrno>
+#include <cstring>
+#include <string>
+#include <vector>
+
+#include "fakes/fopen.h"
+#include "fakes/host.h"
+#include "fakes/trace_lines.h"
+#include "kit/captured.h"
+
+namespace {
+
+using testing::ElementsAre;
+using testing::ExitedWithCode;
+
+struct Registers {
+  std::uint32_t eax;
+  std::uint32_t ebx;
+  std::uint32_t ecx;
+  std::uint32_t edx;
+};
+
+constexpr Registers kIntel = {2, 0x756E6547, 0x6C65746E, 0x49656E69};
+constexpr Registers kAmd = {1, 0x68747541, 0x444D4163, 0x69746E65};
+
+// A processor that answers leaf 0 and leaf 1.
+class Processor {
+ public:
+  Processor(Registers leaf0, Registers leaf1)
+      : supported_(fake_CPUID_is_supported, [] { return 1; }),
+        cpuid_(fake_cpuid, [=, this](std::uint32_t leaf, std::uint32_t *eax, std::uint32_t *ebx,
+                                     std::uint32_t *ecx, std::uint32_t *edx) {
+          leaves.push_back(leaf);
+          const Registers &registers = leaf == 0 ? leaf0 : leaf1;
+          *eax = registers.eax;
+          *ebx = registers.ebx;
+          *ecx = registers.ecx;
+          *edx = registers.edx;
+        }) {}
+
+  std::vector<std::uint32_t> leaves;
+
+ private:
+  With<int()> supported_;
+  With<void(std::uint32_t, std::uint32_t *, std::uint32_t *, std::uint32_t *, std::uint32_t *)>
+      cpuid_;
+};
+
+// Family 15 with this many logical processors per package.
+Processor hyper_threaded(std::uint32_t per_package) {
+  return {kIntel, {0xF29, per_package << 16, 0, 0}};
+}
+
+// A kernel of this release.
+class Release {
+ public:
+  explicit Release(std::string release)
+      : uname_(fake_uname, [release = std::move(release)](utsname *host) {
+          std::memset(host, 'x', sizeof *host);
+          // A release that fills its field has no terminator there.
+          std::memcpy(host->release, release.c_str(),
+                      std::min(release.size() + 1, sizeof host->release));
+          return 0;
+        }) {}
+
+ private:
+  With<int(utsname *)> uname_;
+};
+
+// A /proc/cpuinfo with this text.
+class Cpuinfo {
+ public:
+  explicit Cpuinfo(std::string text)
+      : text_(std::move(text)),
+        fopen_(fake_fopen, [this](const char *path, const char *mode) -> std::FILE * {
+          EXPECT_STREQ(path, "/proc/cpuinfo");
+          EXPECT_STREQ(mode, "r");
+          std::FILE *file = std::tmpfile();
+          std::fwrite(text_.data(), 1, text_.size(), file);
+          std::rewind(file);
+          return file;
+        }) {}
+
+ private:
+  std::string text_;
+  With<std::FILE *(const char *, const char *)> fopen_;
+};
+
+TEST(CpuidInstruction, IsSupportedExactlyOneOrZero) {
+#if defined(__i386__) || defined(__x86_64__)
+  EXPECT_EQ(CPUID_is_supported(), 1);  // every processor that runs this test has it
+#else
+  EXPECT_EQ(CPUID_is_supported(), 0);
+#endif
+}
+
+#if defined(__i386__) || defined(__x86_64__)
+TEST(CpuidInstruction, StoresTheFourRegistersInOrder) {
+  Registers ours;
+  Registers direct;
+  cpuid(0, &ours.eax, &ours.ebx, &ours.ecx, &ours.edx);
+  __asm__ volatile("cpuid"
+                   : "=a"(direct.eax), "=b"(direct.ebx), "=c"(direct.ecx), "=d"(direct.edx)
+                   : "a"(0));
+  EXPECT_EQ(ours.eax, direct.eax);
+  EXPECT_EQ(ours.ebx, direct.ebx);
+  EXPECT_EQ(ours.ecx, direct.ecx);
+  EXPECT_EQ(ours.edx, direct.edx);
+}
+
+TEST(CpuidInstruction, LoadsTheLeaf) {
+  Registers leaf0;
+  Registers leaf1;
+  cpuid(0, &leaf0.eax, &leaf0.ebx, &leaf0.ecx, &leaf0.edx);
+  cpuid(1, &leaf1.eax, &leaf1.ebx, &leaf1.ecx, &leaf1.edx);
+  EXPECT_NE(leaf0.eax, leaf1.eax);  // the highest leaf, and the processor's signature
+}
+#endif
+
+TEST(HyperThreading, IsNotAskedForWithoutTheCpuidInstruction) {
+  const Processor processor = hyper_threaded(2);
+  const With supported(fake_CPUID_is_supported, [] { return 0; });
+  EXPECT_EQ(HTSupported(), 0);
+  EXPECT_THAT(processor.leaves, ElementsAre());
+}
+
+TEST(HyperThreading, IsTheFieldOfAnIntelProcessorOfFamily15) {
+  EXPECT_EQ((hyper_threaded(2), HTSupported()), 2);
+  const Processor processor = hyper_threaded(2);
+  EXPECT_EQ(HTSupported(), 2);
+  EXPECT_THAT(processor.leaves, ElementsAre(0, 1));
+}
+
+TEST(HyperThreading, IsZeroForAnotherVendorWithoutLookingFurther) {
+  const Processor processor(kAmd, {0xF29, 2 << 16, 0, 0});
+  EXPECT_EQ(HTSupported(), 0);
+  EXPECT_THAT(processor.leaves, ElementsAre(0));
+}
+
+TEST(HyperThreading, IsZeroForAnotherFamilyAndForOneLogicalProcessor) {
+  {
+    const Processor processor(kIntel, {0x6F2, 2 << 16, 0, 1 << 28});
+    EXPECT_EQ(HTSupported(), 0);
+  }
+  const Processor processor = hyper_threaded(1);
+  EXPECT_EQ(HTSupported(), 0);
+}
+
+TEST(HyperThreading, DoesNotConsultTheFeatureFlag) {
+  const Processor processor(kIntel, {0xF29, 2 << 16, 0, 0});
+  EXPECT_EQ(HTSupported(), 2);
+}
+
+TEST(KernelFigure, IsMinusOneWhenUnameFails) {
+  const With uname(fake_uname, [](utsname *) { return -1; });
+  EXPECT_EQ(ht_os_cpus(), -1);
+}
+
+TEST(KernelFigure, IsMinusOneWhenTheReleaseBreaksOff) {
+  const Release release("2.4.18");
+  EXPECT_EQ(ht_os_cpus(), -1);
+}
+
+TEST(KernelFigure, ReadsAReleaseThatFillsItsField) {
+  const Release release("2." + std::string(80, '5'));
+  EXPECT_EQ(ht_os_cpus(), -1);
+}
+
+TEST(KernelFigure, ComesFromCpuinfo) {
+  const Release release("2.6.9-22.ELsmp");
+  const Cpuinfo cpuinfo("processor\t: 0\nsiblings\t: 2\n\nprocessor\t: 1\nsiblings\t: 2\n");
+  EXPECT_EQ(ht_os_cpus(), 2);
+}
+
+TEST(KernelFigure, ReadsALastLineWithoutLineFeed) {
+  const Release release("3.10.0");
+  const Cpuinfo cpuinfo("siblings : 6");
+  EXPECT_EQ(ht_os_cpus(), 6);
+}
+
+// The buffer holds 1,023 characters, so what follows them is looked at as a line of its own.
+TEST(KernelFigure, TakesTheRestOfALongLineForALine) {
+  const Release release("3.10.0");
+  const Cpuinfo cpuinfo("flags" + std::string(1018, 'x') + "siblings : 7\n");
+  EXPECT_EQ(ht_os_cpus(), 7);
+}
+
+TEST(KernelFigure, IsZeroWithoutASiblingsLine) {
+  const Release release("3.10.0");
+  const Cpuinfo cpuinfo("processor\t: 0\n");
+  EXPECT_EQ(ht_os_cpus(), 0);
+}
+
+TEST(KernelFigure, IsMinusOneForCpuinfoThatIsUnusableOrDisagrees) {
+  const Release release("3.10.0");
+  {
+    const Cpuinfo cpuinfo("siblings: 2\n");
+    EXPECT_EQ(ht_os_cpus(), -1);
+  }
+  const Cpuinfo cpuinfo("siblings : 2\nsiblings : 4\nsiblings : 4\n");
+  EXPECT_EQ(ht_os_cpus(), -1);
+}
+
+TEST(KernelFigure, SaysOnStandardErrorThatCpuinfoDoesNotOpen) {
+  const Release release("3.10.0");
+  const With fopen(fake_fopen, [](const char *, const char *) { return nullptr; });
+  Captured error(STDERR_FILENO);
+  EXPECT_EQ(ht_os_cpus(), -1);
+  EXPECT_EQ(error.text(), "Can't open /proc/cpuinfo\n");
+}
+
+TEST(KernelFigure, ClosesCpuinfo) {
+  const Release release("3.10.0");
+  const auto next_descriptor = [] {
+    const int descriptor = dup(0);
+    close(descriptor);
+    return descriptor;
+  };
+  const int before = next_descriptor();
+  for (const char *text : {"", "siblings : 2\n", "siblings: 2\n", "siblings : 2\nsiblings : 4\n"}) {
+    const Cpuinfo cpuinfo(text);
+    ht_os_cpus();
+    EXPECT_EQ(next_descriptor(), before) << text;
+  }
+}
+
+TEST(KernelFigure, ComesFromTheKernelLog) {
+  const Release release("2.4.18-3");
+  int asked_action = 0;
+  int asked_size = 0;
+  const With klogctl(fake_klogctl, [&](int action, char *log, int size) {
+    asked_action = action;
+    asked_size = size;
+    static const char text[] = "<4>cpu_sibling_map[0] = 1\n<4>x cpu_sibling_map[1] = 0\n";
+    std::memcpy(log, text, sizeof text - 1);
+    return static_cast<int>(sizeof text - 1);
+  });
+  EXPECT_EQ(ht_os_cpus(), 2);
+  EXPECT_EQ(asked_action, 3);
+  EXPECT_EQ(asked_size, 16392);
+}
+
+TEST(KernelFigure, LooksAtNoMoreOfTheLogThanWasRead) {
+  const Release release("2.4.18-3");
+  const With klogctl(fake_klogctl, [](int, char *log, int size) {
+    std::memset(log, 0, static_cast<std::size_t>(size));
+    std::strcpy(log, "cpu_sibling_map[cpu_sibling_map[");
+    return 31;
+  });
+  EXPECT_EQ(ht_os_cpus(), 1);
+}
+
+TEST(KernelFigure, ReadsAFullLog) {
+  const Release release("2.4.18-3");
+  const With klogctl(fake_klogctl, [](int, char *log, int size) {
+    std::memset(log, 'x', static_cast<std::size_t>(size));
+    std::memcpy(log + size - 16, "cpu_sibling_map[", 16);
+    return size;
+  });
+  EXPECT_EQ(ht_os_cpus(), 1);
+}
+
+TEST(KernelFigure, EndsTheProcessWhenTheKernelLogCannotBeRead) {
+  const Release release("2.4.18-3");
+  const With klogctl(fake_klogctl, [](int, char *, int) {
+    errno = EPERM;
+    return -1;
+  });
+  EXPECT_EXIT(ht_os_cpus(), ExitedWithCode(1), "^klogctl: Operation not permitted\n$");
+}
+
+struct CountRow {
+  int configured;
+  int per_package;
+  int kernel_figure;
+  std::uint32_t method;
+  int count;
+};
+
+TEST(ProcessorCount, CombinesTheProbes) {
+  const CountRow rows[] = {
+      {2, 0, 2, 0, 2},      // no hyper-threading
+      {2, 2, 2, 1, 1},      // one package
+      {4, 2, 2, 3, 4},      // two packages: the kernel's figure differs from the configured count
+      {4, 2, 4, 1, 2},
+      {6, 4, 6, 1, 1},      // truncated
+      {3, 255, 3, 1, 0},
+      {2, 2, 0, 2, 2},      // the kernel reports none
+      {1, 2, 1, 3, 1},      // a kernel figure of 1 is unusable
+      {2, 2, -1, 3, 2},     // as is a kernel that cannot be asked
+      {-1, 2, -1, 1, 0},    // -1 / 2 rounds toward zero
+      {-1, 0, 2, 0, -1},
+      {0, 2, 2, 3, 0},
+  };
+  for (const CountRow &row : rows) {
+    const With configured(fake_get_nprocs_conf, [&] { return row.configured; });
+    const With processor(fake_HTSupported, [&] { return row.per_package; });
+    const With kernel(fake_ht_os_cpus, [&] { return row.kernel_figure; });
+    int count = 4711;
+    EXPECT_EQ(count_physical_proc(&count), row.method);
+    EXPECT_EQ(count, row.count) << row.configured << ' ' << row.per_package << ' '
+                                << row.kernel_figure;
+  }
+}
+
+TEST(ProcessorCount, DoesNotAskTheKernelWithoutHyperThreading) {
+  const With configured(fake_get_nprocs_conf, [] { return 8; });
+  const With processor(fake_HTSupported, [] { return 0; });
+  const With kernel(fake_ht_os_cpus, []() -> int {
+    ADD_FAILURE() << "asked";
+    return 0;
+  });
+  int count = 0;
+  EXPECT_EQ(count_physical_proc(&count), 0U);
+  EXPECT_EQ(count, 8);
+}
+
+TEST(ProcessorCount, ReachesThroughToTheHost) {
+  const With configured(fake_get_nprocs_conf, [] { return 2; });
+  const Processor processor = hyper_threaded(2);
+  const Release release("3.10.0-957");
+  const Cpuinfo cpuinfo("siblings\t: 2\nsiblings\t: 2\n");
+  int count = 0;
+  EXPECT_EQ(count_physical_proc(&count), 1U);
+  EXPECT_EQ(count, 1);
+}
+
+TEST(ProcessorCount, KeepsNothingBetweenCalls) {
+  int count = 0;
+  {
+    const With configured(fake_get_nprocs_conf, [] { return 8; });
+    tavGetOnlineProcs(&count);
+    EXPECT_EQ(count, 8);
+  }
+  const With configured(fake_get_nprocs_conf, [] { return 9; });
+  const Processor processor(kAmd, {});
+  tavGetOnlineProcs(&count);
+  EXPECT_EQ(count, 9);
+}
+
+struct EntryPoint {
+  orla_status (*call)(int *) noexcept;
+  const char *trace_name;
+};
+
+class ProcessorEntryPoint : public testing::TestWithParam<EntryPoint> {
+ protected:
+  std::string line(const char *identifier, const std::string &rest) const {
+    return std::string(identifier) + " " + GetParam().trace_name + ": " + rest + "\n";
+  }
+};
+
+INSTANTIATE_TEST_SUITE_P(Both, ProcessorEntryPoint,
+                         testing::Values(EntryPoint{tavGetOnlineProcs, "tavGetOnlineProcs()"},
+                                         EntryPoint{tavGetConfigProcs, "tavGetConfigProcs()"}));
+
+TEST_P(ProcessorEntryPoint, StoresTheCountAndIgnoresTheMethod) {
+  for (const std::uint32_t method : {0U, 1U, 2U, 3U}) {
+    const With counting(fake_count_physical_proc, [&](int *count) {
+      *count = 5;
+      return method;
+    });
+    int count = 0;
+    EXPECT_EQ(GetParam().call(&count), 0U);
+    EXPECT_EQ(count, 5);
+  }
+}
+
+TEST_P(ProcessorEntryPoint, TracesEntryAndExit) {
+  const With counting(fake_count_physical_proc, [](int *count) {
+    *count = 0;
+    return 0U;
+  });
+  TraceLines trace;
+  int count = 1;
+  EXPECT_EQ(GetParam().call(&count), 0U);
+  EXPECT_THAT(trace.lines, ElementsAre(line("KVRCA0001I", "entering."),
+                                       line("KVRCA0002I", "exiting with status 0x0.")));
+  EXPECT_TRUE(trace.all_in_statuslog);
+  EXPECT_EQ(statuslog[0], '\0');
+}
+
+TEST_P(ProcessorEntryPoint, AnswersANullPointerWithoutCounting) {
+  const With counting(fake_count_physical_proc, [](int *) -> std::uint32_t {
+    ADD_FAILURE() << "counted";
+    return 0;
+  });
+  TraceLines trace;
+  EXPECT_EQ(GetParam().call(nullptr), 1U);
+  EXPECT_THAT(trace.lines, ElementsAre(line("KVRCA0001I", "entering."),
+                                       line("KVRCA0005E", "Null pointer exception."),
+                                       line("KVRCA0003E", "exiting with status 0x1.")));
+}
+
+TEST_P(ProcessorEntryPoint, FailsForANegativeCountWhichItLeavesInPlace) {
+  const With counting(fake_count_physical_proc, [](int *count) {
+    *count = -2;
+    errno = ENOMEM;
+    return 0U;
+  });
+  TraceLines trace;
+  int count = 0;
+  EXPECT_EQ(GetParam().call(&count), 1U);
+  EXPECT_EQ(count, -2);
+  EXPECT_THAT(trace.lines,
+              ElementsAre(line("KVRCA0001I", "entering."),
+                          line("KVRCA0005E", "sysconf failed -> Cannot allocate memory"),
+                          line("KVRCA0003E", "exiting with status 0x1.")));
+}
+
+TEST_P(ProcessorEntryPoint, FormatsNothingWithTheSwitchOff) {
+  const With trace(fake_TavTrace, [](char *) { ADD_FAILURE() << "traced"; });
+  statuslog[0] = 'x';
+  orlathr_verbose = 255;  // the writer's other switch is not the services'
+  int count = 0;
+  EXPECT_EQ(GetParam().call(&count), 0U);
+  EXPECT_EQ(GetParam().call(nullptr), 1U);
+  EXPECT_EQ(statuslog[0], 'x');
+}
+
+TEST(Probes, WriteNoTraceLines) {
+  const Release release("3.10.0");
+  const Cpuinfo cpuinfo("");
+  const TraceLines trace;
+  int count = 0;
+  count_physical_proc(&count);
+  HTSupported();
+  ht_os_cpus();
+  CPUID_is_supported();
+  EXPECT_THAT(trace.lines, ElementsAre());
+}
+
+}  // namespace
