@@ -1,0 +1,545 @@
+// The trace writer: switches, lines, standard output, opening, closing and rotation.
+
+#include <fcntl.h>
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+#include <orla/inventory.h>
+#include <orla/time.h>
+#include <orla/trace.h>
+#include <sys/resource.h>
+#include <sys/socket.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include <cerrno>
+#include <cstdio>
+#include <cstring>
+#include <string>
+#include <vector>
+
+#include "fakes/clock.h"
+#include "fakes/file_status.h"
+#include "fakes/fopen.h"
+#include "fakes/heap.h"
+#include "kit/captured.h"
+#include "kit/environment.h"
+#include "kit/temp_dir.h"
+
+namespace {
+
+using testing::ElementsAre;
+using testing::HasSubstr;
+using testing::StartsWith;
+
+constexpr const char *kPath = "K7LOG_PATH";
+constexpr std::size_t kLimit = 4000000;
+
+void trace(std::string message) { TavTrace(message.data()); }
+
+std::string process_id() { return std::to_string(getpid()); }
+
+// Tracing on, into a file of a folder of its own, at 2007-02-03 09:05:07 in New York.
+class TraceFile : public testing::Test {
+ protected:
+  TraceFile() { orlalib_verbose = 255; }
+  ~TraceFile() override { orlalib_verbose = 0; }
+
+  std::string path(const std::string &name = "trace") const { return folder_.path(name); }
+  std::string read(const std::string &name = "trace") const { return folder_.read(name); }
+  static std::string stamp() { return "02/03/2007  9:05:07 " + process_id() + " "; }
+
+  // A trace file that stands `below` bytes under the limit.
+  void fill_to(std::size_t below) { folder_.write("trace", std::string(kLimit - below, 'x')); }
+
+  TempDir folder_;
+  WithZone zone_{kNewYork};
+  WithVariable path_variable_{kPath, folder_.path("trace").c_str()};
+  ClockAt clock_{1170511507};
+};
+
+std::string switches_with(const std::string &environment) {
+  const std::string command = "env -u K7LIB_VERB -u K7THR_VERB " + environment + " " PRINT_SWITCHES;
+  std::FILE *program = popen(command.c_str(), "r");
+  char text[64] = {};
+  const std::size_t length = std::fread(text, 1, sizeof text - 1, program);
+  pclose(program);
+  return {text, length};
+}
+
+TEST(TraceSwitches, AreReadWhenTheLibraryIsLoaded) {
+  EXPECT_EQ(switches_with(""), "0 0");
+  EXPECT_EQ(switches_with("K7LIB_VERB=y"), "255 0");
+  EXPECT_EQ(switches_with("K7LIB_VERB=yes"), "255 0");
+  EXPECT_EQ(switches_with("K7LIB_VERB=Y"), "255 0");
+  EXPECT_EQ(switches_with("K7THR_VERB=Yellow"), "0 255");
+  EXPECT_EQ(switches_with("K7LIB_VERB=y K7THR_VERB=y"), "255 255");
+}
+
+TEST(TraceSwitches, StayOffForAnyOtherValue) {
+  for (const char *value : {"no", "1", "", "on", "true", "' y'", "255"}) {
+    EXPECT_EQ(switches_with(std::string("K7LIB_VERB=") + value + " K7THR_VERB=" + value), "0 0");
+  }
+}
+
+TEST(StatusLog, Has1024BytesOfZeroAtLoad) {
+  EXPECT_EQ(sizeof statuslog, 1024U);
+  for (const char byte : statuslog) EXPECT_EQ(byte, 0);
+}
+
+TEST_F(TraceFile, IsNotTouchedWhileBothSwitchesAreOff) {
+  orlalib_verbose = 0;
+  Captured out(STDOUT_FILENO);
+  trace("message\n");
+  {
+    const WithVariable unset(kPath, nullptr);
+    trace("message\n");
+  }
+  EXPECT_EQ(out.text(), "");
+  EXPECT_FALSE(folder_.holds("trace"));
+}
+
+TEST_F(TraceFile, GetsDateTimeProcessAndMessage) {
+  trace("message\n");
+  trace("another");
+  EXPECT_EQ(read(), stamp() + "message\n" + stamp() + "another");
+}
+
+TEST_F(TraceFile, PadsTheHourWithABlankAndTheRestWithZeros) {
+  const ClockAt evening(1170511507 + 14 * 3600 + 54 * 60 + 52);
+  trace("m\n");
+  EXPECT_THAT(read(), StartsWith("02/03/2007 23:59:59 "));
+}
+
+TEST_F(TraceFile, IsStampedWithTheLocalDate) {
+  const ClockAt night(1170511507 + 18 * 3600);  // already the fourth in UTC and in New York
+  trace("m\n");
+  EXPECT_THAT(read(), StartsWith("02/04/2007  3:05:07 "));
+}
+
+TEST_F(TraceFile, IsWrittenWhenTheThreadSwitchAloneIsOnAndNeverWithAThreadNumber) {
+  orlalib_verbose = 0;
+  orlathr_verbose = 255;
+  trace("message\n");
+  EXPECT_EQ(read(), stamp() + "message\n");
+}
+
+TEST_F(TraceFile, GetsNoLineOfTheServicesWhenTheThreadSwitchAloneIsOn) {
+  orlalib_verbose = 0;
+  orlathr_verbose = 255;
+  int size = 0;
+  tavGetMemorySize(&size);
+  EXPECT_FALSE(folder_.holds("trace"));
+}
+
+TEST_F(TraceFile, GetsTheLinesOfTheServices) {
+  EXPECT_EQ(tavGetMemorySize(nullptr), 1U);
+  EXPECT_EQ(read(), stamp() + "KVRCA0001I tavGetMemorySize(): entering.\n" + stamp() +
+                        "KVRCA0005E tavGetMemorySize(): Null pointer exception.\n" + stamp() +
+                        "KVRCA0003E tavGetMemorySize(): exiting with status 0x1.\n");
+}
+
+TEST_F(TraceFile, GetsOnePercentSignForTwo) {
+  trace("100%% of %%%%\n");
+  EXPECT_EQ(read(), stamp() + "100% of %%\n");
+}
+
+TEST_F(TraceFile, GetsTheTextOfErrnoForPercentM) {
+  errno = ENOENT;
+  trace("open: %m\n");
+  EXPECT_EQ(read(), stamp() + "open: No such file or directory\n");
+}
+
+TEST_F(TraceFile, GetsAnyOtherConversionAsItStands) {
+  trace("%s %d %n %5d %-m %");
+  EXPECT_EQ(read(), stamp() + "%s %d %n %5d %-m %");
+}
+
+TEST_F(TraceFile, GetsLinesOfAnyLength) {
+  std::string expected;
+  for (const std::size_t length : {1000U, 2000U, 2010U, 2020U, 2100U, 4096U, 100000U}) {
+    trace(std::string(length, 'x') + "%%\n");
+    expected += stamp() + std::string(length, 'x') + "%\n";
+  }
+  EXPECT_EQ(read(), expected);
+}
+
+TEST_F(TraceFile, GetsALongLineCutWhenTheHeapIsExhausted) {
+  trace("first\n");
+  {
+    const HeapExhausted heap;
+    trace(std::string(5000, 'x'));
+  }
+  const std::string first = stamp() + "first\n";
+  EXPECT_EQ(read(), first + (stamp() + std::string(5000, 'x')).substr(0, 2048));
+}
+
+TEST_F(TraceFile, IsFlushedAfterEveryLine) {
+  trace("a\n");
+  EXPECT_EQ(read(), stamp() + "a\n");
+}
+
+// A datagram socket keeps the boundaries of writes.
+TEST_F(TraceFile, GetsEachLineInOneWrite) {
+  int ends[2];
+  ASSERT_EQ(socketpair(AF_UNIX, SOCK_DGRAM, 0, ends), 0);
+  const With fopen(fake_fopen, [&](const char *, const char *) { return fdopen(ends[0], "a"); });
+  const std::vector<std::string> messages = {"short\n", "", std::string(1023, 'x'), "50%% %m\n",
+                                             std::string(60000, 'y') + "%%\n"};
+  std::vector<char> datagram(100000);
+  for (const std::string &message : messages) {
+    trace(message);
+    const ssize_t length = recv(ends[1], datagram.data(), datagram.size(), MSG_DONTWAIT);
+    EXPECT_GE(length, static_cast<ssize_t>(stamp().size()));
+    EXPECT_EQ(recv(ends[1], datagram.data(), datagram.size(), MSG_DONTWAIT), -1);
+  }
+}
+
+TEST_F(TraceFile, HasMidnightForATimeWhereThereIsNone) {
+  const With localtime(fake_localtime, [](const std::time_t *) { return nullptr; });
+  trace("m\n");
+  EXPECT_THAT(read(), HasSubstr("  0:00:00 " + process_id() + " m\n"));
+}
+
+TEST_F(TraceFile, IsRightPast2038On32Bits) {
+  const ClockPast2038 clock(2224886400);  // 2040-07-03 00:00:00 UTC
+  trace("m\n");
+  EXPECT_EQ(read(), "07/02/2040 20:00:00 " + process_id() + " m\n");
+}
+
+TEST_F(TraceFile, IsMadeForEverybodyAndTheMaskIsPutBack) {
+  umask(027);
+  trace("m\n");
+  struct stat status;
+  ASSERT_EQ(stat(path().c_str(), &status), 0);
+  EXPECT_EQ(status.st_mode & 0777U, 0666U);
+  EXPECT_EQ(umask(0), 027U);
+}
+
+TEST_F(TraceFile, IsAppendedTo) {
+  folder_.write("trace", "before\n");
+  trace("m\n");
+  EXPECT_EQ(read(), "before\n" + stamp() + "m\n");
+}
+
+TEST_F(TraceFile, IsOpenedOnceForAppending) {
+  int opened = 0;
+  const With fopen(fake_fopen, [&](const char *name, const char *mode) {
+    ++opened;
+    EXPECT_EQ(name, path());
+    EXPECT_STREQ(mode, "a");
+    return fake_fopen.real(name, mode);
+  });
+  trace("a\n");
+  trace("b\n");
+  EXPECT_EQ(opened, 1);
+}
+
+TEST_F(TraceFile, ThatCannotBeOpenedIsNamedAtEveryCallAndLeavesTheMaskAtZero) {
+  const WithVariable nowhere(kPath, path("missing/trace").c_str());
+  umask(027);
+  Captured error(STDERR_FILENO);
+  trace("m\n");
+  EXPECT_EQ(umask(027), 0U);
+  trace("m\n");
+  EXPECT_EQ(umask(027), 0U);
+  const std::string once = "\n\tUnable to open log file " + path("missing/trace");
+  EXPECT_EQ(error.text(), once + once);
+}
+
+TEST_F(TraceFile, IsOpenedWhenItCanBeAfterAll) {
+  const WithVariable late(kPath, path("late/trace").c_str());
+  Captured error(STDERR_FILENO);
+  trace("lost\n");
+  ASSERT_EQ(mkdir(path("late").c_str(), 0755), 0);
+  trace("m\n");
+  EXPECT_EQ(read("late/trace"), stamp() + "m\n");
+}
+
+TEST_F(TraceFile, WithAnEmptyPathCannotBeOpened) {
+  const WithVariable empty(kPath, "");
+  Captured error(STDERR_FILENO);
+  trace("m\n");
+  EXPECT_EQ(error.text(), "\n\tUnable to open log file ");
+}
+
+TEST_F(TraceFile, StaysTheOldOneWhenThePathChangesWhileItIsOpen) {
+  trace("a\n");
+  const WithVariable other(kPath, path("other").c_str());
+  trace("b\n");
+  EXPECT_EQ(read(), stamp() + "a\n" + stamp() + "b\n");
+  EXPECT_FALSE(folder_.holds("other"));
+}
+
+TEST_F(TraceFile, IsClosedByANullMessage) {
+  trace("a\n");
+  TavTrace(nullptr);
+  const WithVariable other(kPath, path("other").c_str());
+  trace("b\n");
+  EXPECT_EQ(read(), stamp() + "a\n");
+  EXPECT_EQ(read("other"), stamp() + "b\n");
+}
+
+TEST_F(TraceFile, GivesItsDescriptorBackWhenClosed) {
+  const int before = dup(STDOUT_FILENO);
+  close(before);
+  trace("a\n");
+  EXPECT_EQ(fcntl(before, F_GETFD) & ~FD_CLOEXEC, 0);  // the trace file has it
+  TavTrace(nullptr);
+  EXPECT_EQ(fcntl(before, F_GETFD), -1);
+}
+
+TEST_F(TraceFile, StaysOpenOnACloseRequestWhileBothSwitchesAreOff) {
+  trace("a\n");
+  orlalib_verbose = 0;
+  TavTrace(nullptr);
+  orlalib_verbose = 255;
+  const WithVariable other(kPath, path("other").c_str());
+  trace("b\n");
+  EXPECT_EQ(read(), stamp() + "a\n" + stamp() + "b\n");
+}
+
+TEST_F(TraceFile, IsNotChangedByACloseRequestWithoutAnOpenStream) {
+  TavTrace(nullptr);
+  TavTrace(nullptr);
+  EXPECT_FALSE(folder_.holds("trace"));
+  trace("a\n");
+  EXPECT_EQ(read(), stamp() + "a\n");
+}
+
+TEST_F(TraceFile, OnTheStandardErrorDescriptorIsDroppedWithoutBeingClosed) {
+  const int error = dup(STDERR_FILENO);
+  close(STDERR_FILENO);
+  trace("a\n");
+  struct stat status;
+  fstat(STDERR_FILENO, &status);
+  TavTrace(nullptr);
+  const bool still_open = fcntl(STDERR_FILENO, F_GETFD) != -1;
+  trace("b\n");  // opens the file afresh, on another descriptor
+  dup2(error, STDERR_FILENO);
+  EXPECT_TRUE(S_ISREG(status.st_mode));
+  EXPECT_TRUE(still_open);
+  EXPECT_EQ(read(), stamp() + "a\n" + stamp() + "b\n");
+}
+
+TEST_F(TraceFile, OfExactlyTheLimitIsNotRotated) {
+  fill_to(stamp().size() + 2);
+  trace("m\n");
+  EXPECT_EQ(read().size(), kLimit);
+  EXPECT_FALSE(folder_.holds("trace.1"));
+}
+
+TEST_F(TraceFile, OneByteOverTheLimitIsRotatedAndTheNextLineStartsANewOne) {
+  fill_to(stamp().size() + 1);
+  folder_.write("trace.1", "an earlier one");
+  trace("m\n");
+  EXPECT_FALSE(folder_.holds("trace"));
+  const std::string rotated = read("trace.1");
+  EXPECT_EQ(rotated.size(), kLimit + 1);
+  EXPECT_EQ(rotated.substr(kLimit + 1 - stamp().size() - 2), stamp() + "m\n");
+  trace("n\n");
+  EXPECT_EQ(read(), stamp() + "n\n");
+  EXPECT_EQ(read("trace.1"), rotated);
+}
+
+TEST_F(TraceFile, IsRotatedAtTheNewPathWhenThePathHasChanged) {
+  fill_to(1);
+  folder_.write("other", "other");
+  TavTrace(nullptr);
+  int opened = 0;
+  const With fopen(fake_fopen, [&](const char *name, const char *mode) {
+    ++opened;
+    setenv(kPath, path("other").c_str(), 1);  // takes effect from the next call on
+    return fake_fopen.real(name, mode);
+  });
+  orlalib_verbose = 255;
+  folder_.write("trace", "");
+  trace("a\n");
+  folder_.write("trace", std::string(kLimit, 'x'));
+  trace("b\n");
+  EXPECT_EQ(opened, 1);
+  EXPECT_EQ(read("other.1"), "other");
+  EXPECT_EQ(read().size(), kLimit + stamp().size() + 2);
+}
+
+TEST_F(TraceFile, ThatCannotBeRenamedIsClosedAndAppendedToAndTriedAgainWithEveryLine) {
+  fill_to(1);
+  int renamed = 0;
+  int opened = 0;
+  const With rename(fake_rename, [&](const char *from, const char *to) {
+    ++renamed;
+    EXPECT_EQ(from, path());
+    EXPECT_EQ(to, path() + ".1");
+    return -1;
+  });
+  const With fopen(fake_fopen, [&](const char *name, const char *mode) {
+    ++opened;
+    return fake_fopen.real(name, mode);
+  });
+  trace("a\n");
+  trace("b\n");
+  trace("c\n");
+  EXPECT_EQ(renamed, 3);
+  EXPECT_EQ(opened, 3);
+  EXPECT_EQ(read().substr(kLimit - 1), stamp() + "a\n" + stamp() + "b\n" + stamp() + "c\n");
+}
+
+TEST_F(TraceFile, IsNotRotatedWhenItsStatusCannotBeRead) {
+  fill_to(1);
+  const With fstat(fake_fstat, [](int, struct stat *) {
+    errno = EIO;
+    return -1;
+  });
+  trace("a\n");
+  EXPECT_EQ(read().size(), kLimit - 1 + stamp().size() + 2);
+  EXPECT_FALSE(folder_.holds("trace.1"));
+}
+
+// On 32 bits the status of a file written after 2038 does not fit its record.
+TEST_F(TraceFile, IsRotatedPast2038On32Bits) {
+  const With fstat(fake_fstat, [](int, struct stat *) {
+    errno = EOVERFLOW;
+    return -1;
+  });
+  fill_to(stamp().size() + 2);
+  trace("a\n");
+  EXPECT_FALSE(folder_.holds("trace.1"));
+  trace("b\n");
+  EXPECT_EQ(read("trace.1").size(), kLimit + stamp().size() + 2);
+}
+
+TEST_F(TraceFile, IsNotRotatedWhenNeitherStatusNorPositionCanBeHad) {
+  int ends[2];
+  ASSERT_EQ(pipe(ends), 0);
+  const With fopen(fake_fopen, [&](const char *, const char *) { return fdopen(ends[1], "a"); });
+  const With fstat(fake_fstat, [](int, struct stat *) {
+    errno = EOVERFLOW;
+    return -1;
+  });
+  const With rename(fake_rename, [](const char *, const char *) {
+    ADD_FAILURE() << "renamed";
+    return 0;
+  });
+  trace("a\n");
+}
+
+TEST_F(TraceFile, ComparesItsSizeAsAnUnsigned32BitNumber) {
+  const auto rotates_at = [&](off_t size) {
+    bool renamed = false;
+    const With fstat(fake_fstat, [&](int, struct stat *status) {
+      status->st_size = size;
+      return 0;
+    });
+    const With rename(fake_rename, [&](const char *, const char *) {
+      renamed = true;
+      return 0;
+    });
+    trace("m\n");
+    return renamed;
+  };
+  EXPECT_FALSE(rotates_at(4000000));
+  EXPECT_TRUE(rotates_at(4000001));
+  EXPECT_TRUE(rotates_at(2147483647));
+  EXPECT_TRUE(rotates_at(-1));
+  if constexpr (sizeof(off_t) == 8) {
+    EXPECT_TRUE(rotates_at(static_cast<off_t>(3000000000LL)));
+    EXPECT_FALSE(rotates_at(static_cast<off_t>(4294967296LL)));
+    EXPECT_TRUE(rotates_at(static_cast<off_t>(4294967296LL + 4000001)));
+  }
+}
+
+// A path of `length` characters under the test's folder.
+std::string long_path(const TempDir &folder, std::size_t length) {
+  std::string path = folder.path("");
+  while (path.size() + 201 < length - 1) {
+    path += std::string(200, 'd');
+    mkdir(path.c_str(), 0755);
+    path += '/';
+  }
+  return path + std::string(length - path.size(), 'f');
+}
+
+bool rotates(const std::string &path) {
+  const WithVariable variable(kPath, path.c_str());
+  std::FILE *file = std::fopen(path.c_str(), "w");
+  EXPECT_NE(file, nullptr);
+  std::fputs(std::string(kLimit, 'x').c_str(), file);
+  std::fclose(file);
+  trace("m\n");
+  return access(path.c_str(), F_OK) != 0 && access((path + ".1").c_str(), F_OK) == 0;
+}
+
+TEST_F(TraceFile, IsRotatedUpToThePathThatFitsTheBufferOfTheRotatedName) {
+  EXPECT_TRUE(rotates(long_path(folder_, 1021)));
+}
+
+TEST_F(TraceFile, IsNotRotatedToANameThatWouldBeCut) {
+  const std::string path = long_path(folder_, 1022);
+  EXPECT_FALSE(rotates(path));
+  EXPECT_EQ(access(path.c_str(), F_OK), 0);
+}
+
+TEST_F(TraceFile, IgnoresFailingWrites) {
+  const WithVariable full(kPath, "/dev/full");
+  Captured out(STDOUT_FILENO);
+  Captured error(STDERR_FILENO);
+  trace("a\n");
+  trace("b\n");
+  EXPECT_EQ(out.text(), "");
+  EXPECT_EQ(error.text(), "");
+}
+
+// A line that could not be written is not kept back to come out before a later one.
+TEST_F(TraceFile, LosesAnUnwrittenLineForGood) {
+  trace("a\n");
+  struct rlimit earlier;
+  getrlimit(RLIMIT_FSIZE, &earlier);
+  struct rlimit tight = earlier;
+  tight.rlim_cur = stamp().size() + 2;
+  signal(SIGXFSZ, SIG_IGN);
+  setrlimit(RLIMIT_FSIZE, &tight);
+  trace("lost\n");
+  setrlimit(RLIMIT_FSIZE, &earlier);
+  trace("c\n");
+  EXPECT_EQ(read(), stamp() + "a\n" + stamp() + "c\n");
+}
+
+class TraceWithoutAPath : public testing::Test {
+ protected:
+  TraceWithoutAPath() { orlalib_verbose = 255; }
+  ~TraceWithoutAPath() override { orlalib_verbose = 0; }
+  WithVariable path_variable_{kPath, nullptr};
+};
+
+TEST_F(TraceWithoutAPath, WritesTheBareMessageAndALineFeedOnStandardOutput) {
+  Captured out(STDOUT_FILENO);
+  trace("abc\n");
+  trace("def");
+  EXPECT_EQ(out.text(), "abc\n\ndef\n");
+}
+
+TEST_F(TraceWithoutAPath, DoesNotReadTheMessageAsAFormat) {
+  Captured out(STDOUT_FILENO);
+  trace("100%% %s %m");
+  EXPECT_EQ(out.text(), "100%% %s %m\n");
+}
+
+TEST_F(TraceWithoutAPath, WritesPrintfsTextForANullMessage) {
+  Captured out(STDOUT_FILENO);
+  TavTrace(nullptr);
+  EXPECT_EQ(out.text(), "(null)\n");
+}
+
+TEST_F(TraceWithoutAPath, LooksThePathUpAtEveryCall) {
+  const TempDir folder;
+  Captured out(STDOUT_FILENO);
+  trace("a");
+  {
+    const WithVariable set(kPath, folder.path("trace").c_str());
+    trace("b");
+  }
+  trace("c");
+  EXPECT_EQ(out.text(), "a\nc\n");
+  EXPECT_THAT(folder.read("trace"), testing::EndsWith(" b"));
+}
+
+}  // namespace
