@@ -265,9 +265,9 @@ TEST(ClockPast2038, GivesTheLow32BitsOfTheKernelsClock) {
 
 TEST(ClockPast2038, IsAskedOnlyWhenTheClockOverflows) {
   int asked = 0;
-  const With kernel(fake_kernel_clock, [&](std::int64_t *, std::int64_t *) {
+  const With kernel(fake_kernel_clock, [&](clockid_t, ClockReading *) {
     ++asked;
-    return 0L;
+    return 0;
   });
   {
     const ClockAt clock(kWinter);
@@ -285,9 +285,9 @@ TEST(ClockPast2038, IsAskedOnlyWhenTheClockOverflows) {
 
 TEST(ClockPast2038, IsZeroWhenTheKernelDoesNotAnswerEither) {
   const ClockPast2038 clock(kSummer2040);
-  const With kernel(fake_kernel_clock, [](std::int64_t *, std::int64_t *) {
+  const With kernel(fake_kernel_clock, [](clockid_t, ClockReading *) {
     errno = ENOSYS;
-    return -1L;
+    return -1;
   });
   EXPECT_EQ(wek_time_stamp(), 0);
 }

@@ -1,31 +1,16 @@
 #include "time/clock.h"
 
 #include <orla/time.h>
-#include <sys/syscall.h>
-#include <unistd.h>
 
 #include <cerrno>
+
+#include "time/kernel_clock.h"
 
 namespace orla {
 namespace {
 
-// As the kernel fills it: 64 bits each, on 32-bit hosts too.
-struct KernelTime {
-  std::int64_t seconds;
-  std::int64_t nanoseconds;
-};
-
-#ifdef SYS_clock_gettime64
-constexpr long kReadKernelClock = SYS_clock_gettime64;
-#else
-constexpr long kReadKernelClock = SYS_clock_gettime;
-static_assert(sizeof(long) == 8, "the kernel's clock has 64 bits");
-#endif
-
 std::uint32_t kernel_clock_seconds() {
-  KernelTime now = {0, 0};
-  syscall(kReadKernelClock, CLOCK_REALTIME, &now);
-  return static_cast<std::uint32_t>(now.seconds);
+  return static_cast<std::uint32_t>(read_kernel_clock().seconds);
 }
 
 // False when the clock is past what the C library can tell; any other failure leaves `now` at 0.

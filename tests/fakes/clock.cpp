@@ -1,28 +1,23 @@
 #include "clock.h"
 
-#include <sys/syscall.h>
-#include <unistd.h>
-
 #include <cerrno>
-#include <cstdarg>
 
 constinit Fake<std::time_t(std::time_t *)> fake_time("time");
 constinit Fake<int(timeval *, void *)> fake_gettimeofday("gettimeofday");
 constinit Fake<std::tm *(const std::time_t *)> fake_localtime("localtime");
 
-namespace {
-
-#ifdef SYS_clock_gettime64
-constexpr long kReadKernelClock = SYS_clock_gettime64;
+// The C library's name for a clock with 64 bits of seconds.
+#ifdef __LP64__
+#define KERNEL_CLOCK clock_gettime
+#define KERNEL_CLOCK_NAME "clock_gettime"
+using KernelTimespec = timespec;
 #else
-constexpr long kReadKernelClock = SYS_clock_gettime;
+#define KERNEL_CLOCK __clock_gettime64
+#define KERNEL_CLOCK_NAME "__clock_gettime64"
+using KernelTimespec = ClockReading;
 #endif
 
-constinit Fake<long(long, long, long, long, long, long, long)> real_syscall("syscall");
-
-}  // namespace
-
-constinit Fake<long(std::int64_t *, std::int64_t *)> fake_kernel_clock(nullptr);
+constinit Fake<int(clockid_t, ClockReading *)> fake_kernel_clock(KERNEL_CLOCK_NAME);
 
 ClockAt::ClockAt(std::time_t now)
     : time_(fake_time, [now](std::time_t *out) {
@@ -30,7 +25,7 @@ ClockAt::ClockAt(std::time_t now)
         return now;
       }) {}
 
-ClockPast2038::ClockPast2038(std::int64_t now, std::int64_t nanoseconds)
+ClockPast2038::ClockPast2038(std::int64_t now, long nanoseconds)
     : time_(fake_time,
             [](std::time_t *) {
               errno = EOVERFLOW;
@@ -41,10 +36,10 @@ ClockPast2038::ClockPast2038(std::int64_t now, std::int64_t nanoseconds)
                       errno = EOVERFLOW;
                       return -1;
                     }),
-      kernel_(fake_kernel_clock, [now, nanoseconds](std::int64_t *seconds, std::int64_t *rest) {
-        *seconds = now;
-        *rest = nanoseconds;
-        return 0L;
+      kernel_(fake_kernel_clock, [now, nanoseconds](clockid_t clock, ClockReading *out) {
+        if (clock != CLOCK_REALTIME) return fake_kernel_clock.real(clock, out);
+        *out = {now, nanoseconds};
+        return 0;
       }) {}
 
 extern "C" {
@@ -61,17 +56,7 @@ std::tm *localtime(const std::time_t *when) noexcept {
   return fake_localtime(when);
 }
 
-long syscall(long number, ...) noexcept {
-  long a[6];
-  va_list list;
-  va_start(list, number);
-  for (long &argument : a)
-    argument = va_arg(list, long);
-  va_end(list);
-  if (number == kReadKernelClock && fake_kernel_clock.is_armed()) {
-    auto *out = reinterpret_cast<std::int64_t *>(a[1]);
-    return fake_kernel_clock(&out[0], &out[1]);
-  }
-  return real_syscall(number, a[0], a[1], a[2], a[3], a[4], a[5]);
+int KERNEL_CLOCK(clockid_t clock, KernelTimespec *out) noexcept {
+  return fake_kernel_clock(clock, reinterpret_cast<ClockReading *>(out));
 }
 }

@@ -14,9 +14,12 @@ extern Fake<std::time_t(std::time_t *)> fake_time;
 extern Fake<int(timeval *, void *)> fake_gettimeofday;
 extern Fake<std::tm *(const std::time_t *)> fake_localtime;
 
-// The kernel's 64-bit clock, as syscall() asks for it: seconds and nanoseconds are stored, the result is
-// that of the system call.
-extern Fake<long(std::int64_t *seconds, std::int64_t *nanoseconds)> fake_kernel_clock;
+// The kernel's 64-bit clock: what the C library's function for it fills, and that function's result.
+struct ClockReading {
+  std::int64_t seconds;
+  long nanoseconds;
+};
+extern Fake<int(clockid_t, ClockReading *)> fake_kernel_clock;
 
 // time() stands at `now`.
 class ClockAt {
@@ -31,12 +34,12 @@ class ClockAt {
 // the kernel's clock knows the moment.
 class ClockPast2038 {
  public:
-  explicit ClockPast2038(std::int64_t now, std::int64_t nanoseconds = 0);
+  explicit ClockPast2038(std::int64_t now, long nanoseconds = 0);
 
  private:
   With<std::time_t(std::time_t *)> time_;
   With<int(timeval *, void *)> gettimeofday_;
-  With<long(std::int64_t *, std::int64_t *)> kernel_;
+  With<int(clockid_t, ClockReading *)> kernel_;
 };
 
 #endif

@@ -1,0 +1,18 @@
+// This unit alone is compiled with a time_t of 64 bits: on 32-bit hosts that renames the functions which
+// it takes from the C library. Nothing else belongs here.
+
+#include "time/kernel_clock.h"
+
+#include <time.h>
+
+namespace orla {
+
+static_assert(sizeof(time_t) == 8);
+
+KernelTime read_kernel_clock() {
+  timespec now = {};
+  if (clock_gettime(CLOCK_REALTIME, &now) != 0) return {0, 0};
+  return {now.tv_sec, static_cast<std::int32_t>(now.tv_nsec)};
+}
+
+}  // namespace orla
