@@ -13,6 +13,7 @@
 #include <ctime>
 
 #include "support/percent_text.h"
+#include "time/calendar.h"
 #include "time/clock.h"
 
 std::int32_t orlalib_verbose = 0;
@@ -59,15 +60,17 @@ bool open_trace(const char *path) {
 
 constexpr std::size_t kStampSize = 64;
 
-// Writes "MM/DD/YYYY hh:mm:ss pid ". The slot behind the process id is reserved for a thread number,
-// which is held at 0 and therefore never written.
+// Writes "MM/DD/YYYY hh:mm:ss pid ". Date and time are of one reading of the clock and one conversion,
+// so that no line carries the date of one day and the time of the next. The slot behind the process id
+// is reserved for a thread number, which is held at 0 and therefore never written.
 void put_stamp(char *out) {
-  out += date_to_string(out, wek_date_stamp());
-  const std::tm *now = orla::clock_local();
+  const orla::LocalTime now = orla::clock_local();
+  const auto offset = static_cast<std::uint32_t>(orla::offset_west_of_utc(now.fields));
+  out += date_to_string(out, orla::date_number_from_stamp(now.stamp - offset));
   const std::tm midnight = {};
-  if (now == nullptr) now = &midnight;
-  std::snprintf(out, kStampSize - ORLA_DATE_TEXT_SIZE, " %2d:%02d:%02d %lu ", now->tm_hour,
-                now->tm_min, now->tm_sec, static_cast<unsigned long>(getpid()));
+  const std::tm &time = now.fields != nullptr ? *now.fields : midnight;
+  std::snprintf(out, kStampSize - ORLA_DATE_TEXT_SIZE, " %2d:%02d:%02d %lu ", time.tm_hour,
+                time.tm_min, time.tm_sec, static_cast<unsigned long>(getpid()));
 }
 
 void write_line(const char *message) {

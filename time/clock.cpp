@@ -26,11 +26,19 @@ std::uint32_t clock_seconds() {
   return read_c_library_clock(now) ? static_cast<std::uint32_t>(now) : kernel_clock_seconds();
 }
 
-std::tm *clock_local() {
+LocalTime clock_local() {
   std::time_t now;
-  if (read_c_library_clock(now)) return std::localtime(&now);
-  const auto stamp = static_cast<std::int32_t>(kernel_clock_seconds());
-  return wek_localtime(&stamp);
+  if (read_c_library_clock(now)) return {static_cast<std::uint32_t>(now), std::localtime(&now)};
+  const std::uint32_t seconds = kernel_clock_seconds();
+  const auto stamp = static_cast<std::int32_t>(seconds);
+  return {seconds, wek_localtime(&stamp)};
+}
+
+std::int32_t offset_west_of_utc(std::tm *fields) {
+  const auto zone = static_cast<std::int32_t>(timezone);
+  if (fields == nullptr) return zone;
+  if (fields->tm_isdst < 0) fields->tm_isdst = 0;
+  return fields->tm_isdst != 0 ? zone - 3600 : zone;
 }
 
 }  // namespace orla

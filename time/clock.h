@@ -14,8 +14,18 @@ namespace orla {
 // Seconds since 1970-01-01 00:00:00 UTC, the low 32 bits; 0 when there is no clock.
 std::uint32_t clock_seconds();
 
-// The current local time in the C library's static record; null when it cannot be converted.
-std::tm *clock_local();
+// One moment, as the clock and the zone have it.
+struct LocalTime {
+  std::uint32_t stamp;  // clock_seconds()
+  std::tm *fields;      // the C library's static record; null when the moment cannot be converted
+};
+
+LocalTime clock_local();
+
+// Seconds west of UTC, by the zone that the last conversion left in force: `timezone`, less one hour
+// while daylight saving is in effect, whatever shift the zone's rules name. A negative daylight flag is
+// set to 0 in the record itself.
+std::int32_t offset_west_of_utc(std::tm *fields);
 
 }  // namespace orla
 

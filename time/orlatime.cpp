@@ -36,13 +36,7 @@ std::int32_t wek_time_stamp() noexcept {
 
 std::int32_t wek_localtime_offset() noexcept {
   tzset();
-  auto offset = static_cast<std::int32_t>(timezone);
-  std::tm *now = orla::clock_local();
-  if (now == nullptr) return offset;
-  if (now->tm_isdst < 0) now->tm_isdst = 0;
-  // Always one hour, whatever shift the zone's rules name.
-  if (now->tm_isdst != 0) offset -= 3600;
-  return offset;
+  return orla::offset_west_of_utc(orla::clock_local().fields);
 }
 
 std::uint32_t wek_time_stamp_local() noexcept {

@@ -1,0 +1,160 @@
+#!/usr/bin/env python3
+"""The subcommands host, now and date, and what every subcommand shares."""
+
+import os
+import shutil
+import subprocess
+import tempfile
+import time
+
+import tool
+
+
+class Program(tool.Tool):
+    def test_help_lists_the_subcommands_and_exit_statuses(self):
+        result = self.orla("--help")
+        self.assertEqual(result.status, 0)
+        for name in ("host", "now", "date", "Exit status"):
+            self.assertIn(name, result.out)
+
+    def test_version(self):
+        self.assertRegex(self.orla("--version").out, r"^orla \d+\.\d+\.\d+\n$")
+
+    def test_wrong_use(self):
+        self.assert_wrong_use(naming="subcommand is required")
+        self.assert_wrong_use("nonsense")
+        self.assert_wrong_use("host", "nonsense")
+        self.assert_wrong_use("date")
+
+    def test_a_full_disk_under_standard_output_is_a_failure(self):
+        with open("/dev/full", "w", encoding="utf-8") as full:
+            result = subprocess.run([tool.PATH, "now"], stdout=full, stderr=subprocess.PIPE,
+                                    text=True, check=False)
+        self.assertEqual(result.returncode, 1)
+        self.assertIn("standard output", result.stderr)
+
+
+class Host(tool.Tool):
+    def test_json_holds_every_figure(self):
+        result = self.orla("host", "--json")
+        host = result.json
+        self.assertEqual(list(host), ["processors", "memory", "disks"])
+        processors = host["processors"]
+        self.assertEqual(processors["configured"], os.sysconf("SC_NPROCESSORS_CONF"))
+        self.assertIn(processors["method"], (0, 1, 2, 3))
+        self.assertGreaterEqual(processors["count"], 1)
+        self.assertEqual(processors["kernel_release"], os.uname().release)
+        memory = host["memory"]
+        self.assertEqual(memory["total"] // memory["unit"], memory["size"])
+        total = os.sysconf("SC_PAGE_SIZE") * os.sysconf("SC_PHYS_PAGES") >> 20
+        self.assertAlmostEqual(memory["total"], total, delta=1)
+
+    def test_text_shows_the_same_with_words(self):
+        result = self.orla("host")
+        for text in ("Processors\n", "Memory\n", "Disks\n", "processor says", "kernel says"):
+            self.assertIn(text, result.out)
+
+    def test_disks_need_root(self):
+        if os.geteuid() != 0:
+            self.check_disks_need_root({})
+            return
+        # Another user may not be able to reach the build folder, but can reach a copy.
+        with tempfile.TemporaryDirectory() as folder:
+            os.chmod(folder, 0o755)
+            build = os.path.dirname(tool.PATH)
+            for name in (os.path.basename(tool.PATH), "liborla.so.1"):
+                shutil.copy(os.path.join(build, name), folder)
+            self.check_disks_need_root({"user": 65534, "cwd": "/",
+                                        "path": os.path.join(folder, "orla")})
+
+    def check_disks_need_root(self, options):
+        result = self.orla("host", "--json", **options)
+        self.assertEqual(result.status, 1)
+        self.assertEqual(result.json["disks"], {"count": None, "count_missing": "needs root"})
+        self.assertGreaterEqual(result.json["processors"]["count"], 1)
+
+
+class Now(tool.Tool):
+    def test_agrees_with_the_clock(self):
+        before = int(time.time())
+        now = self.orla("now", "--json", environment={"TZ": "AAA-2"}).json
+        after = int(time.time())
+        self.assertLessEqual(before, now["stamp"])
+        self.assertLessEqual(now["stamp"], after)
+        self.assertEqual(now["offset"], -7200)
+        self.assertIn(now["local_stamp"] - now["stamp"], (7200, 7201))
+        local = time.gmtime(now["local_stamp"])
+        self.assertEqual(now["date"], time.strftime("%m/%d/%Y", local))
+        self.assertEqual(now["date_number"], (now["local_stamp"] // 86400 - 6205) % 65536)
+        self.assertEqual(now["time"], time.asctime(time.gmtime(now["stamp"])))
+
+    def test_text_is_aligned(self):
+        lines = self.orla("now").out.splitlines()
+        self.assertEqual(len(lines), 6)
+        self.assertEqual({len(line) - len(line[13:].lstrip()) for line in lines}, {13})
+
+
+class Date(tool.Tool):
+    def test_text_to_number_in_the_standard_mode(self):
+        parsed = self.orla("date", "parse", "12/31/2007", "--json").json
+        self.assertEqual(parsed, {"mode": "standard", "year": 2007, "month": 12, "day": 31,
+                                  "number": 7673, "stamp": 1199059200})
+
+    def test_text_to_number_in_the_old_mode(self):
+        old = {"ORLALS_DATE_FORMAT_OLD": ""}
+        for arguments, environment in ((["--old"], None), ([], old)):
+            result = self.orla("date", "parse", "2007 12 31", "--json", *arguments,
+                               environment=environment)
+            self.assertEqual(result.json["number"], 7673)
+            self.assertEqual(result.json["mode"], "old")
+        result = self.orla("date", "parse", "--standard", "12/31/2007", "--json", environment=old)
+        self.assertEqual(result.json["mode"], "standard")
+
+    def test_a_rejected_text_says_what_to_write(self):
+        self.assert_fails("date", "parse", "12/31/07", naming="write MM/DD/YYYY")
+        self.assert_fails("date", "parse", "--old", "12/31/2007", naming="write YYYY/MM/DD")
+        self.assert_fails("date", "parse", "02/29/2007", naming="has no day 29")
+
+    def test_both_modes_at_once_are_wrong_use(self):
+        self.assert_wrong_use("date", "parse", "--old", "--standard", "1/1/2000")
+
+    def test_a_date_past_2038_has_its_unsigned_stamp(self):
+        self.assertEqual(self.orla("date", "parse", "07/03/2040", "--json").json["stamp"],
+                         2224886400)
+
+    def test_stamps_that_stand_for_more_than_one_thing_are_explained(self):
+        self.assertIn("by design", self.orla("date", "parse", "12/28/1986").rows["stamp"])
+        self.assertIn("wrapped", self.orla("date", "parse", "02/07/2106").rows["stamp"])
+        self.assertNotIn("wrapped", self.orla("date", "parse", "02/06/2106").rows["stamp"])
+
+    def test_number_to_text(self):
+        self.assertEqual(self.orla("date", "show", "59331", "--json").json["date"], "01/01/1970")
+        self.assert_wrong_use("date", "show", "65536", naming="65535")
+        self.assert_wrong_use("date", "show", "-1")
+        self.assert_wrong_use("date", "show", "x")
+
+    def test_fields_to_number(self):
+        self.assertEqual(self.orla("date", "fields", "1986", "12", "28", "--json").json["number"], 0)
+        self.assert_fails("date", "fields", "2007", "2", "29", naming="no day 29 in month 2 of 2007")
+        self.assertIn("do not come back", self.orla("date", "fields", "1960", "1", "1").out)
+
+    def test_lengths(self):
+        lengths = self.orla("date", "lengths", "2100", "--json").json
+        self.assertEqual(lengths["year"], 366)
+        self.assertEqual(lengths["month_2"], 29)
+        self.assertEqual(len(lengths), 13)
+        self.assertEqual(self.orla("date", "lengths", "2007", "2", "--json").json,
+                         {"year": 365, "month_2": 28})
+        self.assert_wrong_use("date", "lengths", "2007", "13")
+
+    def test_a_stamp_beyond_2038_both_ways(self):
+        stamp = self.orla("date", "stamp", "4294967295", "--json").json
+        self.assertEqual(stamp["utc"], "2106-02-06 06:28:15")
+        self.assertEqual(stamp["time"], "Wed Dec 31 23:59:59 1969")
+        self.assertEqual(stamp["signed"], -1)
+        self.assertEqual(self.orla("date", "stamp", "--json", "-1").json, stamp)
+        self.assert_wrong_use("date", "stamp", "4294967296")
+
+
+if __name__ == "__main__":
+    tool.main()

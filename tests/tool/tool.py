@@ -1,0 +1,62 @@
+"""Runs the command-line tool for the tests of its subcommands.
+
+A test script holds unittest cases over Tool and ends with tool.main(); ctest gives it the tool's path as
+its first argument.
+"""
+
+import json
+import os
+import subprocess
+import sys
+import unittest
+
+PATH = None
+
+
+class Result:
+    def __init__(self, completed):
+        self.status = completed.returncode
+        self.out = completed.stdout
+        self.err = completed.stderr
+
+    @property
+    def json(self):
+        return json.loads(self.out)
+
+    @property
+    def rows(self):
+        """The rows of a report: label to the rest of the line."""
+        pairs = (line.strip().split("  ", 1) for line in self.out.splitlines())
+        return {pair[0]: " ".join(pair[1].split()) for pair in pairs if len(pair) == 2}
+
+
+class Tool(unittest.TestCase):
+    maxDiff = None
+
+    def orla(self, *arguments, environment=None, path=None, **options):
+        """Runs the tool in UTC and the C locale, without the variables that steer the library."""
+        variables = {"PATH": os.environ["PATH"], "TZ": "UTC0", "LC_ALL": "C"}
+        # A sanitizer's settings, and where its runtime and the library's companions are found.
+        for name in ("ASAN_OPTIONS", "UBSAN_OPTIONS", "LD_LIBRARY_PATH"):
+            if name in os.environ:
+                variables[name] = os.environ[name]
+        variables.update(environment or {})
+        return Result(subprocess.run([path or PATH, *arguments], env=variables, text=True,
+                                     capture_output=True, check=False, **options))
+
+    def assert_wrong_use(self, *arguments, naming=""):
+        result = self.orla(*arguments)
+        self.assertEqual(result.status, 2, result.out)
+        self.assertEqual(result.out, "")
+        self.assertIn(naming, result.err)
+
+    def assert_fails(self, *arguments, naming, environment=None):
+        result = self.orla(*arguments, environment=environment)
+        self.assertEqual(result.status, 1, result.out)
+        self.assertIn(naming, result.err)
+
+
+def main():
+    global PATH
+    PATH = sys.argv.pop(1)
+    unittest.main(module="__main__")
