@@ -10,9 +10,7 @@
 
 namespace {
 
-std::uint16_t next(std::uint16_t date) {
-  return static_cast<std::uint16_t>(date + 7919);
-}
+std::uint16_t next(std::uint16_t date) { return static_cast<std::uint16_t>(date + 7919); }
 
 void date_to_text() {
   bench::Table table("Date number to text");

@@ -29,7 +29,8 @@ void write_and_status(const std::string &path, long n) {
 
 void trace_lines(long n) {
   orlalib_verbose = 255;
-  for (; n > 0; --n) TavTrace(message);
+  for (; n > 0; --n)
+    TavTrace(message);
   TavTrace(nullptr);
   orlalib_verbose = 0;
 }

@@ -115,10 +115,17 @@ int CPUID_is_supported() noexcept {
 
 void cpuid(std::uint32_t leaf, std::uint32_t *eax, std::uint32_t *ebx, std::uint32_t *ecx,
            std::uint32_t *edx) noexcept {
+  std::uint32_t a = leaf;
+  std::uint32_t b = 0;
+  std::uint32_t c = 0;
+  std::uint32_t d = 0;
 #if defined(__i386__) || defined(__x86_64__)
-  __asm__ volatile("cpuid" : "=a"(*eax), "=b"(*ebx), "=c"(*ecx), "=d"(*edx) : "a"(leaf));
+  __asm__ volatile("cpuid" : "+a"(a), "=b"(b), "=c"(c), "=d"(d));
 #else
-  static_cast<void>(leaf);
-  *eax = *ebx = *ecx = *edx = 0;
+  a = 0;
 #endif
+  *eax = a;
+  *ebx = b;
+  *ecx = c;
+  *edx = d;
 }

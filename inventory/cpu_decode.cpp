@@ -8,13 +8,9 @@
 namespace orla {
 namespace {
 
-bool is_digit(char c) {
-  return c >= '0' && c <= '9';
-}
+bool is_digit(char c) { return c >= '0' && c <= '9'; }
 
-bool is_white_space(char c) {
-  return c == ' ' || (c >= '\t' && c <= '\r');
-}
+bool is_white_space(char c) { return c == ' ' || (c >= '\t' && c <= '\r'); }
 
 bool starts_with(const char *text, const char *prefix) {
   return std::strncmp(text, prefix, std::strlen(prefix)) == 0;

@@ -34,8 +34,8 @@ TEST(MemorySize, IsInWholeMebibytesTruncated) {
     unsigned long total;
     int size;
   } rows[] = {
-      {2147483648UL, 2048}, {1073741823UL, 1023}, {1048575UL, 0},
-      {1048576UL, 1},       {0UL, 0},             {4294967295UL, 4095},
+      {2147483648UL, 2048}, {1073741823UL, 1023}, {1048575UL, 0}, {1048576UL, 1}, {0UL, 0},
+      {4294967295UL, 4095},
   };
   for (const auto &row : rows) {
     const auto host = memory(row.total);
@@ -134,8 +134,7 @@ class Disks {
       errno = ENOENT;
       return -1;
     }
-    const int descriptor =
-        kFirstDescriptor + static_cast<int>(std::distance(nodes_.begin(), node));
+    const int descriptor = kFirstDescriptor + static_cast<int>(std::distance(nodes_.begin(), node));
     open_descriptors.insert(descriptor);
     return descriptor;
   }
@@ -186,7 +185,8 @@ TEST(DiskCount, PassesOverNodesThatOpenButDoNotAnswer) {
 TEST(DiskCount, ProbesFiftyNamesInOrderAndNeverZ) {
   std::vector<std::string> expected;
   for (const char *base : {"/dev/hd", "/dev/sd"}) {
-    for (char letter = 'a'; letter <= 'y'; ++letter) expected.push_back(std::string(base) + letter);
+    for (char letter = 'a'; letter <= 'y'; ++letter)
+      expected.push_back(std::string(base) + letter);
   }
   const Disks host({{"/dev/hdz", true}, {"/dev/sdz", true}, {"/dev/sda1", true}});
   unsigned count = 99;
@@ -210,9 +210,10 @@ TEST(DiskCount, NeedsRootAndLeavesTheOutputAloneWithout) {
   EXPECT_EQ(tavGetDisks(&count), 1U);
   EXPECT_EQ(count, 4711U);
   EXPECT_TRUE(host.probed.empty());
-  EXPECT_THAT(trace.lines, ElementsAre("KVRCA0001I tavGetDisks: entering.\n",
-                                       "KVRCA0005E tavGetDisks: geteuid failed -> you aren't root.\n",
-                                       "KVRCA0003E tavGetDisks: exiting with status 0x1.\n"));
+  EXPECT_THAT(trace.lines,
+              ElementsAre("KVRCA0001I tavGetDisks: entering.\n",
+                          "KVRCA0005E tavGetDisks: geteuid failed -> you aren't root.\n",
+                          "KVRCA0003E tavGetDisks: exiting with status 0x1.\n"));
 }
 
 TEST(DiskCount, AnswersANullPointerBeforeItAsksForTheUser) {

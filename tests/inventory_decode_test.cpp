@@ -36,19 +36,17 @@ struct LeafRow {
 
 TEST(LogicalProcessors, AreRecognisedOnFamily15Alone) {
   const LeafRow rows[] = {
-      {0x00000F29, 0x0002080B, 2},     // Pentium 4 with hyper-threading
-      {0x00000F64, 0x02040800, 4},     // Pentium D Extreme Edition
-      {0x00000F12, 0x00010808, 0},     // one logical processor per package
-      {0x00000F12, 0x00000808, 0},     // no figure
-      {0x00000F29, 0x00FF0000, 255},   // the largest
-      {0x00000F29, 0xFF02FFFF, 2},     // the other bits have no say
-      {0x000006FB, 0x00020800, 0},     // family 6 with two cores
-      {0x000C06F2, 0x00200800, 0},     // family 6 with 32
-      {0x00100F42, 0x00040800, 4},     // the extended family has no say
-      {0xFFFFFFFF, 0xFFFFFFFF, 255},
-      {0xFFFFF0FF, 0x00020000, 0},
-      {0x00000E00, 0x00020000, 0},
-      {0x00000700, 0x00020000, 0},
+      {0x00000F29, 0x0002080B, 2},    // Pentium 4 with hyper-threading
+      {0x00000F64, 0x02040800, 4},    // Pentium D Extreme Edition
+      {0x00000F12, 0x00010808, 0},    // one logical processor per package
+      {0x00000F12, 0x00000808, 0},    // no figure
+      {0x00000F29, 0x00FF0000, 255},  // the largest
+      {0x00000F29, 0xFF02FFFF, 2},    // the other bits have no say
+      {0x000006FB, 0x00020800, 0},    // family 6 with two cores
+      {0x000C06F2, 0x00200800, 0},    // family 6 with 32
+      {0x00100F42, 0x00040800, 4},    // the extended family has no say
+      {0xFFFFFFFF, 0xFFFFFFFF, 255}, {0xFFFFF0FF, 0x00020000, 0},
+      {0x00000E00, 0x00020000, 0},   {0x00000700, 0x00020000, 0},
   };
   for (const LeafRow &row : rows) {
     EXPECT_EQ(orla::logical_processors_per_package(row.eax, row.ebx), row.logical_processors)
@@ -96,7 +94,8 @@ TEST(KernelRelease, SaysWhereTheFigureStands) {
       {"2.99999999999999999999.", FigureSource::kCpuinfo},
       {"4294967296.4.18-", FigureSource::kCpuinfo},
   };
-  for (const auto &row : rows) EXPECT_EQ(figure_source(row.release), row.source) << row.release;
+  for (const auto &row : rows)
+    EXPECT_EQ(figure_source(row.release), row.source) << row.release;
 }
 
 // Feeds lines as /proc/cpuinfo gives them; -1 stands for a figure that cannot be used.
@@ -125,8 +124,8 @@ TEST(CpuinfoFigure, IsTheValueOfSiblingsAndThreadsLines) {
 
 TEST(CpuinfoFigure, IsZeroWithoutSuchALine) {
   EXPECT_EQ(figure_of({}), 0);
-  EXPECT_EQ(figure_of({"processor\t: 0\n", "", "\n", " siblings : 2\n", "Siblings : 2\n", "thread : 2",
-                       "sibling : 2"}),
+  EXPECT_EQ(figure_of({"processor\t: 0\n", "", "\n", " siblings : 2\n", "Siblings : 2\n",
+                       "thread : 2", "sibling : 2"}),
             0);
 }
 
@@ -154,7 +153,8 @@ int count_by_walking(const std::string &log) {
   for (std::size_t at = 0; at < log.size(); ++at) {
     if ((at == 0 || log[at - 1] == '\n') && log[at] == '<') {
       ++at;
-      while (at < log.size() && log[at] >= '0' && log[at] <= '9') ++at;
+      while (at < log.size() && log[at] >= '0' && log[at] <= '9')
+        ++at;
       if (at < log.size() && log[at] == '>') ++at;
     }
     if (at < log.size() && log.compare(at, map.size(), map) == 0) ++count;
@@ -188,10 +188,12 @@ TEST(KernelLogFigure, CountsEveryOccurrence) {
 
 TEST(KernelLogFigure, EqualsTheWalkOverRandomLogs) {
   std::mt19937 random(18);
-  const char *pieces[] = {"cpu_sibling_map[", "cpu_sibling_map", "[", "\n", "<", "4", ">", "c", "\n<"};
+  const char *pieces[] = {
+      "cpu_sibling_map[", "cpu_sibling_map", "[", "\n", "<", "4", ">", "c", "\n<"};
   for (int i = 0; i < 100000; ++i) {
     std::string log;
-    for (auto count = random() % 16; count > 0; --count) log += pieces[random() % 9];
+    for (auto count = random() % 16; count > 0; --count)
+      log += pieces[random() % 9];
     log.resize(log.size() - random() % (log.size() + 1) / 4);
     ASSERT_EQ(orla::count_sibling_maps(log), count_by_walking(log)) << log;
   }

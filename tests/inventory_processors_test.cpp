@@ -287,18 +287,15 @@ struct CountRow {
 
 TEST(ProcessorCount, CombinesTheProbes) {
   const CountRow rows[] = {
-      {2, 0, 2, 0, 2},      // no hyper-threading
-      {2, 2, 2, 1, 1},      // one package
-      {4, 2, 2, 3, 4},      // two packages: the kernel's figure differs from the configured count
-      {4, 2, 4, 1, 2},
-      {6, 4, 6, 1, 1},      // truncated
-      {3, 255, 3, 1, 0},
-      {2, 2, 0, 2, 2},      // the kernel reports none
-      {1, 2, 1, 3, 1},      // a kernel figure of 1 is unusable
-      {2, 2, -1, 3, 2},     // as is a kernel that cannot be asked
-      {-1, 2, -1, 1, 0},    // -1 / 2 rounds toward zero
-      {-1, 0, 2, 0, -1},
-      {0, 2, 2, 3, 0},
+      {2, 0, 2, 0, 2},  // no hyper-threading
+      {2, 2, 2, 1, 1},  // one package
+      {4, 2, 2, 3, 4},  // two packages: the kernel's figure differs from the configured count
+      {4, 2, 4, 1, 2},   {6, 4, 6, 1, 1},  // truncated
+      {3, 255, 3, 1, 0}, {2, 2, 0, 2, 2},  // the kernel reports none
+      {1, 2, 1, 3, 1},                     // a kernel figure of 1 is unusable
+      {2, 2, -1, 3, 2},                    // as is a kernel that cannot be asked
+      {-1, 2, -1, 1, 0},                   // -1 / 2 rounds toward zero
+      {-1, 0, 2, 0, -1}, {0, 2, 2, 3, 0},
   };
   for (const CountRow &row : rows) {
     const With configured(fake_get_nprocs_conf, [&] { return row.configured; });

@@ -83,7 +83,8 @@ TEST(TraceSwitches, StayOffForAnyOtherValue) {
 
 TEST(StatusLog, Has1024BytesOfZeroAtLoad) {
   EXPECT_EQ(sizeof statuslog, 1024U);
-  for (const char byte : statuslog) EXPECT_EQ(byte, 0);
+  for (const char byte : statuslog)
+    EXPECT_EQ(byte, 0);
 }
 
 TEST_F(TraceFile, IsNotTouchedWhileBothSwitchesAreOff) {

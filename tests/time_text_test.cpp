@@ -80,20 +80,21 @@ TEST(TimeText, ReadsAStampPast2038AsOneBefore1970) {
 TEST(TimeText, GoesThroughStrftimeWithThirtyBytesAndTheLongFormat) {
   std::size_t capacity = 0;
   std::string format;
-  const With strftime(fake_strftime, [&](char *out, std::size_t room, const char *asked,
-                                         const std::tm *fields) {
-    capacity = room;
-    format = asked;
-    return fake_strftime.real(out, room, asked, fields);
-  });
+  const With strftime(fake_strftime,
+                      [&](char *out, std::size_t room, const char *asked, const std::tm *fields) {
+                        capacity = room;
+                        format = asked;
+                        return fake_strftime.real(out, room, asked, fields);
+                      });
   time_text(0);
   EXPECT_EQ(capacity, 30U);
   EXPECT_EQ(format, "%a %b %e %H:%M:%S %Y");
 }
 
 TEST(TimeText, ReturnsZeroWhenTheNamesOfTheLocaleDoNotFit) {
-  const With strftime(fake_strftime,
-                      [](char *, std::size_t, const char *, const std::tm *) { return std::size_t{0}; });
+  const With strftime(fake_strftime, [](char *, std::size_t, const char *, const std::tm *) {
+    return std::size_t{0};
+  });
   GuardedBuffer text(ORLA_DATE_TEXT_SIZE);
   EXPECT_EQ(time_to_string(text.data(), 0), 0U);
 }
@@ -166,11 +167,8 @@ TEST_P(PrintedLine, ReadsThePrefixAsAFormat) {
     const char *prefix;
     const char *line;
   } rows[] = {
-      {nullptr, "12/28/1986\n"},
-      {"", "12/28/1986\n"},
-      {"Date: ", "Date: 12/28/1986\n"},
-      {"100%% ", "100% 12/28/1986\n"},
-      {"%%%%", "%%12/28/1986\n"},
+      {nullptr, "12/28/1986\n"},       {"", "12/28/1986\n"},       {"Date: ", "Date: 12/28/1986\n"},
+      {"100%% ", "100% 12/28/1986\n"}, {"%%%%", "%%12/28/1986\n"},
   };
   for (const auto &row : rows) {
     const Printed printed = print_all(0, 536112000, row.prefix, GetParam());
@@ -227,7 +225,8 @@ TEST(PrintedLineOnAStream, EqualsFprintfForPrefixesWithoutArguments) {
   const char *pieces[] = {"a", "%%", " ", "%m", "12", "/", "\n"};
   for (int i = 0; i < 5000; ++i) {
     std::string prefix;
-    for (auto count = random() % 12; count > 0; --count) prefix += pieces[random() % 7];
+    for (auto count = random() % 12; count > 0; --count)
+      prefix += pieces[random() % 7];
     const auto date = static_cast<std::uint16_t>(random());
     char line[256];
     char plain[512];
@@ -256,11 +255,11 @@ TEST(DateFormat, TranslatesToNumberedConversions) {
       {"50%%", "50%"},
       {"", ""},
       {"plain", "plain"},
-      {"%%d", "%d"},     // one "%", which combines with the character behind it
+      {"%%d", "%d"},  // one "%", which combines with the character behind it
       {"%%%d", "%%2$2d"},
       {"a%Hb%%%e", "ab%"},
       {"%\n%M%D", ""},
-      {"%", ""},         // a lone "%" at the end is dropped
+      {"%", ""},  // a lone "%" at the end is dropped
       {"%d%", "%2$2d"},
   };
   for (const auto &row : rows) {
@@ -347,24 +346,32 @@ void expect_parsed(const ParseRow &row) {
 TEST(StandardInput, AcceptsMonthDayAndYearWithItsCentury) {
   const WithVariable mode(kOldMode, nullptr);
   const ParseRow rows[] = {
-      {"12/31/2007", 0, 107, 12, 31},  {"1/2/2007", 0, 107, 1, 2},
-      {" 1/ 2/ 2007", 0, 107, 1, 2},   {"12/31/2007 and more", 0, 107, 12, 31},
-      {"02/29/2007", 0, 107, 2, 29},   {"01/01/1900", 0, 0, 1, 1},
-      {"12/31/20071", 0, 107, 12, 31}, {"12/31/3800", 0, 1900, 12, 31},
+      {"12/31/2007", 0, 107, 12, 31},
+      {"1/2/2007", 0, 107, 1, 2},
+      {" 1/ 2/ 2007", 0, 107, 1, 2},
+      {"12/31/2007 and more", 0, 107, 12, 31},
+      {"02/29/2007", 0, 107, 2, 29},
+      {"01/01/1900", 0, 0, 1, 1},
+      {"12/31/20071", 0, 107, 12, 31},
+      {"12/31/3800", 0, 1900, 12, 31},
       // Over 3800 the year is lowered by 1900, over 5700 twice.
-      {"12/31/3801", 0, 1, 12, 31},    {"12/31/5700", 0, 1900, 12, 31},
-      {"12/31/5701", 0, 1, 12, 31},    {"1/31/9999", 0, 4299, 1, 31},
+      {"12/31/3801", 0, 1, 12, 31},
+      {"12/31/5700", 0, 1900, 12, 31},
+      {"12/31/5701", 0, 1, 12, 31},
+      {"1/31/9999", 0, 4299, 1, 31},
       {"01/31/9999", 0, 4299, 1, 31},
   };
-  for (const ParseRow &row : rows) expect_parsed(row);
+  for (const ParseRow &row : rows)
+    expect_parsed(row);
 }
 
 TEST(StandardInput, RejectsEverythingElse) {
   const WithVariable mode(kOldMode, nullptr);
-  for (const char *text : {"12/31/07", "12/31/1899", "01/01/0001", "", " ", "12", "12/", "12/31",
-                           "12/31/", "13/01/2007", "00/01/2007", "01/00/2007", "01/32/2007",
-                           "2007/12/31", "2007 12 31", "12-31-2007", "a2/31/2007", "12/31/x", "/",
-                           "1 2/31/2007", "12 /31/2007"}) {
+  for (const char *text :
+       {"12/31/07",   "12/31/1899",  "01/01/0001", "",           " ",          "12",
+        "12/",        "12/31",       "12/31/",     "13/01/2007", "00/01/2007", "01/00/2007",
+        "01/32/2007", "2007/12/31",  "2007 12 31", "12-31-2007", "a2/31/2007", "12/31/x",
+        "/",          "1 2/31/2007", "12 /31/2007"}) {
     expect_parsed({text, 255, 0, 0, 0});
   }
 }
@@ -372,22 +379,29 @@ TEST(StandardInput, RejectsEverythingElse) {
 TEST(OldInput, AcceptsYearMonthAndDay) {
   const WithVariable mode(kOldMode, "");  // empty counts as set
   const ParseRow rows[] = {
-      {"2007 12 31", 0, 107, 12, 31},  {"2007/12/31", 0, 107, 12, 31},
-      {"107 12 31", 0, 107, 12, 31},   {"99 1 5", 0, 99, 1, 5},
-      {"7 1 5", 0, 7, 1, 5},           {"1900 1 1", 0, 1900, 1, 1},
-      {"1901 1 1", 0, 1, 1, 1},        {" \n\t 2007\t12\n31", 0, 107, 12, 31},
-      {"2007 12 31 rest", 0, 107, 12, 31}, {"2007/12/31rest", 0, 107, 12, 31},
-      {"  2007/ 12/ 31", 0, 107, 12, 31},  {"0 1 1", 0, 0, 1, 1},
+      {"2007 12 31", 0, 107, 12, 31},
+      {"2007/12/31", 0, 107, 12, 31},
+      {"107 12 31", 0, 107, 12, 31},
+      {"99 1 5", 0, 99, 1, 5},
+      {"7 1 5", 0, 7, 1, 5},
+      {"1900 1 1", 0, 1900, 1, 1},
+      {"1901 1 1", 0, 1, 1, 1},
+      {" \n\t 2007\t12\n31", 0, 107, 12, 31},
+      {"2007 12 31 rest", 0, 107, 12, 31},
+      {"2007/12/31rest", 0, 107, 12, 31},
+      {"  2007/ 12/ 31", 0, 107, 12, 31},
+      {"0 1 1", 0, 0, 1, 1},
       {"+2007 +12 +31", 0, 107, 12, 31},
   };
-  for (const ParseRow &row : rows) expect_parsed(row);
+  for (const ParseRow &row : rows)
+    expect_parsed(row);
 }
 
 TEST(OldInput, RejectsEverythingElse) {
   const WithVariable mode(kOldMode, "no");
-  for (const char *text : {"2007-12-31", "12/31/2007", "2007//12/31", "2007 /12/31", "2007", "",
-                           "x", "2007 12", "2007/12", "-1 1 1", "2007 13 1", "2007 0 1",
-                           "2007 1 0", "2007 1 32", "2007/12 31"}) {
+  for (const char *text :
+       {"2007-12-31", "12/31/2007", "2007//12/31", "2007 /12/31", "2007", "", "x", "2007 12",
+        "2007/12", "-1 1 1", "2007 13 1", "2007 0 1", "2007 1 0", "2007 1 32", "2007/12 31"}) {
     expect_parsed({text, 255, 0, 0, 0});
   }
 }
@@ -529,7 +543,8 @@ TEST(StandardInput, EqualsStrptimeForAMillionMutatedTexts) {
   std::mt19937 random(20070203);
   for (int i = 0; i < 1000000; ++i) {
     std::string text = random_date_text(random);
-    for (auto count = random() % 4; count > 0; --count) mutate(text, random);
+    for (auto count = random() % 4; count > 0; --count)
+      mutate(text, random);
     std::int32_t year = -7;
     std::int32_t month = -7;
     std::int32_t day = -7;

@@ -25,9 +25,7 @@ inline constexpr std::uint32_t kDateNumberShift = 6205;
 inline constexpr std::int32_t kMonthLengths[12] = {31, 0, 31, 30, 31, 30, 31, 31, 30, 31, 30, 31};
 
 // Every year whose two lowest bits are zero. 1900 and 2100 are leap years: callers rely on it.
-constexpr bool is_leap_year(std::int32_t year) {
-  return (year & 3) == 0;
-}
+constexpr bool is_leap_year(std::int32_t year) { return (year & 3) == 0; }
 
 // Precondition: month is 1 to 12.
 constexpr std::int32_t month_length(std::int32_t year, std::int32_t month) {

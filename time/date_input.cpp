@@ -17,21 +17,13 @@ constexpr int kRejected = 255;
 // -1 until the first parse, then 0 (standard) or 1 (old) for the rest of the process.
 std::int32_t date_old_fmt = -1;
 
-void get_fmt_var() {
-  date_old_fmt = std::getenv("ORLALS_DATE_FORMAT_OLD") != nullptr ? 1 : 0;
-}
+void get_fmt_var() { date_old_fmt = std::getenv("ORLALS_DATE_FORMAT_OLD") != nullptr ? 1 : 0; }
 
 // 1900 itself stays, and so stands for the year 3800: callers rely on it.
-std::int32_t since_1900(std::int32_t year) {
-  return year > 1900 ? year - 1900 : year;
-}
+std::int32_t since_1900(std::int32_t year) { return year > 1900 ? year - 1900 : year; }
 
-bool is_month(std::int32_t month) {
-  return month >= 1 && month <= 12;
-}
-bool is_day(std::int32_t day) {
-  return day >= 1 && day <= 31;
-}
+bool is_month(std::int32_t month) { return month >= 1 && month <= 12; }
+bool is_day(std::int32_t day) { return day >= 1 && day <= 31; }
 
 bool scan_old(const char *text, std::int32_t *year, std::int32_t *month, std::int32_t *day) {
   if (std::sscanf(text, "%d %d %d", year, month, day) != 3 &&
@@ -43,9 +35,7 @@ bool scan_old(const char *text, std::int32_t *year, std::int32_t *month, std::in
 }
 
 // Up to 9 for a digit, more for any other character.
-std::uint32_t digit(char c) {
-  return static_cast<unsigned char>(c) - std::uint32_t{'0'};
-}
+std::uint32_t digit(char c) { return static_cast<unsigned char>(c) - std::uint32_t{'0'}; }
 
 bool two_digits(const char *text, std::int32_t *number) {
   const std::uint32_t tens = digit(text[0]);

@@ -3,7 +3,7 @@
 
 #include "time/kernel_clock.h"
 
-#include <time.h>
+#include <ctime>
 
 namespace orla {
 

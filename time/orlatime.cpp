@@ -30,9 +30,7 @@ FoldedStamp fold(std::int32_t stamp) {
 
 }  // namespace
 
-std::int32_t wek_time_stamp() noexcept {
-  return static_cast<std::int32_t>(orla::clock_seconds());
-}
+std::int32_t wek_time_stamp() noexcept { return static_cast<std::int32_t>(orla::clock_seconds()); }
 
 std::int32_t wek_localtime_offset() noexcept {
   tzset();
@@ -48,9 +46,7 @@ std::uint16_t wek_date_stamp() noexcept {
   return orla::date_number_from_stamp(wek_time_stamp_local());
 }
 
-std::int32_t days_in_year(std::int32_t year) noexcept {
-  return 365 + orla::is_leap_year(year);
-}
+std::int32_t days_in_year(std::int32_t year) noexcept { return 365 + orla::is_leap_year(year); }
 
 std::int32_t days_in_month(std::int32_t year, std::int32_t month) noexcept {
   return orla::month_length(year, month);
@@ -80,20 +76,12 @@ std::tm *wek_localtime(const std::int32_t *stamp) noexcept {
   return fields;
 }
 
-std::time_t tav_mktime(std::tm *fields) noexcept {
-  return std::mktime(fields);
-}
+std::time_t tav_mktime(std::tm *fields) noexcept { return std::mktime(fields); }
 
-std::tm *tav_gmtime(const std::time_t *when) noexcept {
-  return std::gmtime(when);
-}
+std::tm *tav_gmtime(const std::time_t *when) noexcept { return std::gmtime(when); }
 
-char *tav_ctime(const std::time_t *when) noexcept {
-  return std::ctime(when);
-}
+char *tav_ctime(const std::time_t *when) noexcept { return std::ctime(when); }
 
-std::tm *tav_localtime(const std::time_t *when) noexcept {
-  return std::localtime(when);
-}
+std::tm *tav_localtime(const std::time_t *when) noexcept { return std::localtime(when); }
 
 void RestoreTZ() noexcept {}

@@ -1,15 +1,15 @@
 // orla: shows what the library sees and reckons, for the people who run a product that loads it.
 
 #include <CLI/CLI.hpp>
+#include <cstdio>
+#include <exception>
 #include <iostream>
 
 #include "command.h"
 
 namespace orla_tool {
 
-void Run::finish(const Report &report) const {
-  report.print(std::cout, json);
-}
+void Run::finish(const Report &report) const { report.print(std::cout, json); }
 
 void Run::fail(const std::string &message) {
   std::cerr << "orla: " << message << '\n';
@@ -45,7 +45,7 @@ int run_tool(CLI::App &program, const Run &run, int argc, char **argv) {
 
 }  // namespace
 
-int main(int argc, char **argv) {
+int main(int argc, char **argv) try {
   Run run;
   CLI::App program("Shows what the orla library sees of this host and how it reckons.", "orla");
   program.set_version_flag("--version", "orla " ORLA_VERSION);
@@ -55,4 +55,7 @@ int main(int argc, char **argv) {
   orla_tool::add_now_command(program, run);
   orla_tool::add_date_command(program, run);
   return run_tool(program, run, argc, argv);
+} catch (const std::exception &error) {
+  std::fprintf(stderr, "orla: %s\n", error.what());
+  return orla_tool::kServiceFailed;
 }

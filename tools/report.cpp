@@ -18,9 +18,7 @@ std::string as_json_text(const Json &value) {
 
 }  // namespace
 
-Json &Report::target() {
-  return section_key_.empty() ? json_ : json_[section_key_];
-}
+Json &Report::target() { return section_key_.empty() ? json_ : json_[section_key_]; }
 
 void Report::section(const std::string &key, const std::string &title) {
   section_key_ = key;

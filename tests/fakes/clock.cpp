@@ -44,17 +44,11 @@ ClockPast2038::ClockPast2038(std::int64_t now, long nanoseconds)
 
 extern "C" {
 
-std::time_t time(std::time_t *out) noexcept {
-  return fake_time(out);
-}
+std::time_t time(std::time_t *out) noexcept { return fake_time(out); }
 
-int gettimeofday(timeval *out, void *zone) noexcept {
-  return fake_gettimeofday(out, zone);
-}
+int gettimeofday(timeval *out, void *zone) noexcept { return fake_gettimeofday(out, zone); }
 
-std::tm *localtime(const std::time_t *when) noexcept {
-  return fake_localtime(when);
-}
+std::tm *localtime(const std::time_t *when) noexcept { return fake_localtime(when); }
 
 int KERNEL_CLOCK(clockid_t clock, KernelTimespec *out) noexcept {
   return fake_kernel_clock(clock, reinterpret_cast<ClockReading *>(out));
