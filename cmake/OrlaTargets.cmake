@@ -44,7 +44,7 @@ function(orla_plain_library target map)
     LINKER_LANGUAGE C
     LINK_DEPENDS "${PROJECT_SOURCE_DIR}/${map}")
   target_link_options(${target} PRIVATE
-    "LINKER:--version-script=${PROJECT_SOURCE_DIR}/${map}" -static-libgcc)
+    "LINKER:--version-script=${PROJECT_SOURCE_DIR}/${map}" LINKER:--as-needed -static-libgcc)
   if(NOT ORLA_SANITIZE)
     target_link_options(${target} PRIVATE LINKER:--no-undefined)
   endif()
