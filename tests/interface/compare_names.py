@@ -1,5 +1,9 @@
 #!/usr/bin/env python3
-"""Holds three sets of names equal: the version script, the dynamic symbols, the headers' declarations."""
+"""Holds three sets of names equal: the version script, the dynamic symbols, the headers' declarations.
+
+The version script lists the names header by header, each group under a comment that ends in the header's
+name; each group is compared with what that header declares.
+"""
 
 import argparse
 import re
@@ -10,11 +14,13 @@ import sys
 DECLARED_BY_THE_PLATFORM = {"htonl", "htons", "ntohl", "ntohs"}
 
 
-def names_of_map(path):
+def groups_of_map(path):
+    """Header to the names listed under it."""
     with open(path, encoding="utf-8") as file:
-        text = re.sub(r"#.*", "", file.read())
-    exported = text.partition("global:")[2].partition("local:")[0]
-    return set(re.findall(r"(\w+);", exported))
+        exported = file.read().partition("global:")[2].partition("local:")[0]
+    parts = re.split(r"#.*?(orla/\w+\.h)\n", exported)
+    return {header: set(re.findall(r"(\w+);", names))
+            for header, names in zip(parts[1::2], parts[2::2])}
 
 
 def names_of_library(nm, path):
@@ -24,12 +30,12 @@ def names_of_library(nm, path):
     return {fields[-1].partition("@")[0] for fields in symbols if fields[-2] != "A"}
 
 
-def names_of_headers(compiler, flags, includes):
+def names_of_header(compiler, flags, includes, header):
     command = [compiler, *flags.split(), "-E", "-P", "-x", "c", "-"]
     for folder in includes:
         command += ["-I", folder]
     source = "#include <orla/export.h>\n#undef ORLA_EXPORT\n#define ORLA_EXPORT @exported@\n" \
-             "#include <orla/orla.h>\n"
+             f"#include <{header}>\n"
     text = subprocess.run(command, input=source, check=True, text=True, capture_output=True).stdout
     declarations = [part.partition(";")[0] for part in text.split("@exported@")[1:]]
     return {name_of_declaration(" ".join(part.split())) for part in declarations}
@@ -58,12 +64,18 @@ def main():
     parser.add_argument("library")
     options = parser.parse_args()
 
-    script = names_of_map(options.map)
+    def names_of(header):
+        return names_of_header(options.compiler, options.flags, options.include, header)
+
+    groups = groups_of_map(options.map)
+    script = set().union(*groups.values())
     library = names_of_library(options.nm, options.library)
-    headers = names_of_headers(options.compiler, options.flags, options.include)
+    headers = names_of("orla/orla.h")
     platform = DECLARED_BY_THE_PLATFORM & script
 
-    wrong = [complain("in the version script, not exported", script - library),
+    wrong = [complain(f"not as {header} declares", names - platform ^ names_of(header))
+             for header, names in groups.items()]
+    wrong += [complain("in the version script, not exported", script - library),
              complain("exported, not in the version script", library - script),
              complain("exported, not declared in a header", library - headers - platform),
              complain("declared in a header, not exported", headers - library),
