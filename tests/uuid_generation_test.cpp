@@ -47,7 +47,11 @@ void provider(std::uint32_t *identifier, std::uint16_t *class_code) {
 
 class UuidGen : public testing::Test {
  protected:
-  UuidGen() { orla_uuid_host_provider = provider; }
+  UuidGen() {
+    provided = {};
+    orla_uuid_host_provider = provider;
+  }
+  ~UuidGen() override { orla_uuid_host_provider = nullptr; }
 };
 
 k7_uuid__t generated() {
