@@ -1,6 +1,7 @@
 #include "time/clock.h"
 
 #include <orla/time.h>
+#include <sys/time.h>
 
 #include <cerrno>
 
@@ -24,6 +25,18 @@ bool read_c_library_clock(std::time_t &now) {
 std::uint32_t clock_seconds() {
   std::time_t now;
   return read_c_library_clock(now) ? static_cast<std::uint32_t>(now) : kernel_clock_seconds();
+}
+
+ClockInstant clock_instant() {
+  const int error = errno;
+  timeval now = {};
+  if (gettimeofday(&now, nullptr) == 0) {
+    return {static_cast<std::uint32_t>(now.tv_sec), static_cast<std::uint32_t>(now.tv_usec)};
+  }
+  const KernelTime later = errno == EOVERFLOW ? read_kernel_clock() : KernelTime{0, 0};
+  errno = error;
+  return {static_cast<std::uint32_t>(later.seconds),
+          static_cast<std::uint32_t>(later.nanoseconds) / 1000};
 }
 
 LocalTime clock_local() {

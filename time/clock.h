@@ -1,7 +1,8 @@
 // The clock as the library reads it, right on 32-bit hosts after 2038-01-19 03:14:07 UTC too.
 //
-// There the C library's time() fails with EOVERFLOW; then, and only then, the low 32 bits of the
-// kernel's 64-bit clock are taken, and local time is reckoned by an earlier year of the same calendar.
+// There the C library's time() and gettimeofday() fail with EOVERFLOW; then, and only then, the low 32
+// bits of the kernel's 64-bit clock are taken, and local time is reckoned by an earlier year of the same
+// calendar.
 
 #ifndef ORLA_TIME_CLOCK_H
 #define ORLA_TIME_CLOCK_H
@@ -13,6 +14,15 @@ namespace orla {
 
 // Seconds since 1970-01-01 00:00:00 UTC, the low 32 bits; 0 when there is no clock.
 std::uint32_t clock_seconds();
+
+// A moment: seconds as clock_seconds() gives them, and 0 to 999,999 microseconds.
+struct ClockInstant {
+  std::uint32_t seconds;
+  std::uint32_t microseconds;
+};
+
+// The present moment; all zero when there is no clock. Leaves errno alone.
+ClockInstant clock_instant();
 
 // One moment, as the clock and the zone have it.
 struct LocalTime {

@@ -32,6 +32,15 @@ void Report::row(const std::string &key, const std::string &label, const Json &v
   lines_.push_back({label, as_text(value), note});
 }
 
+void Report::list(const std::string &key, const std::string &label,
+                  const std::vector<std::string> &values, const std::string &note) {
+  target()[key] = values;
+  for (const std::string &value : values) {
+    const bool first = &value == values.data();
+    lines_.push_back({first ? label : "", value, first ? note : ""});
+  }
+}
+
 void Report::missing(const std::string &key, const std::string &label, const std::string &reason) {
   target()[key] = nullptr;
   target()[key + "_missing"] = reason;
@@ -60,8 +69,8 @@ void Report::print_text(std::ostream &out) const {
       out << (&line == lines_.data() ? "" : "\n") << line.label << '\n';
       continue;
     }
-    out << (has_sections ? "  " : "") << std::left << std::setw(static_cast<int>(label_width))
-        << line.label << "  ";
+    out << (has_sections ? "  " : "") << std::left;
+    if (label_width > 0) out << std::setw(static_cast<int>(label_width)) << line.label << "  ";
     if (line.note.empty()) {
       out << line.value << '\n';
     } else {

@@ -21,6 +21,11 @@ class Report {
   void row(const std::string &key, const std::string &label, const Json &value,
            const std::string &note = "");
 
+  // Several values, one a line, the label and the note beside the first; in JSON an array. Without a
+  // label and without other rows the lines hold the bare values.
+  void list(const std::string &key, const std::string &label,
+            const std::vector<std::string> &values, const std::string &note = "");
+
   // A figure that could not be had: null in JSON, with the reason beside it under `key`_missing.
   void missing(const std::string &key, const std::string &label, const std::string &reason);
 

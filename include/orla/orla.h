@@ -7,5 +7,6 @@
 #include <orla/inventory.h>
 #include <orla/time.h>
 #include <orla/trace.h>
+#include <orla/uuid.h>
 
 #endif

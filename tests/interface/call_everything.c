@@ -74,9 +74,41 @@ static void call_trace(void) {
   orlalib_verbose = 0;
 }
 
+static void fixed_host(uint32_t *identifier, uint16_t *class_code) {
+  *identifier = 0x0A000203;
+  *class_code = ORLA_UUID_CLASS_IPV4;
+}
+
+static void call_uuid(void) {
+  k7_uuid__t uuid;
+  k7_uuid__t copy;
+  char text[ORLA_UUID_TEXT_SIZE];
+  orla_status status = 1;
+
+  orla_uuid_gen(&uuid);
+  assert(uuid.family == 0x82);
+  assert(orla_uuid_host_provider == NULL);
+  orla_uuid_host_provider = fixed_host;
+  orla_uuid_gen(&uuid);
+  assert(uuid.host[0] == 10 && uuid.host[3] == 3);
+  assert(orla_uuid_encode(&uuid, text) == 36 && strlen(text) == 36);
+  orla_uuid_decode(text, &copy, &status);
+  assert(status == 0 && memcmp(&uuid, &copy, sizeof uuid) == 0);
+  orla_uuid_decode("", &copy, &status);
+  assert(status == ORLA_UUID_MALFORMED);
+  assert(orla_uuid_cmp(&uuid, &k7_uuid__nil) > 0);
+  assert(orla_uuid_equal(&uuid, &copy) == 1);
+  assert(orla_uuid_hash(&uuid, 101) < 101);
+  orla_reserved_uuid_gen(&uuid, 7);
+  assert(uuid.reserved == 7 && uuid.family == ORLA_UUID_RESERVED_FAMILY);
+  orla_reserved_uuid_inflate(&uuid, 1, 2, 3);
+  assert(uuid.time_high == 1 && uuid.time_low == 2 && uuid.reserved == 3);
+}
+
 int main(void) {
   call_time();
   call_inventory();
   call_trace();
+  call_uuid();
   return 0;
 }

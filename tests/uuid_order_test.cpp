@@ -1,0 +1,167 @@
+// Records: their layout, the nil record, order, equality and hash.
+
+#include <gtest/gtest.h>
+#include <orla/uuid.h>
+
+#include <bit>
+#include <cstddef>
+#include <cstdlib>
+#include <cstring>
+#include <vector>
+
+#include "kit/uuid.h"
+
+namespace {
+
+TEST(UuidRecord, Has16BytesInTheGivenOrder) {
+  EXPECT_EQ(sizeof(k7_uuid__t), 16U);
+  EXPECT_EQ(offsetof(k7_uuid__t, time_high), 0U);
+  EXPECT_EQ(offsetof(k7_uuid__t, time_low), 4U);
+  EXPECT_EQ(offsetof(k7_uuid__t, reserved), 6U);
+  EXPECT_EQ(offsetof(k7_uuid__t, family), 8U);
+  EXPECT_EQ(offsetof(k7_uuid__t, host), 9U);
+  EXPECT_EQ(sizeof(k7_uuid__t::host), 7U);
+}
+
+TEST(UuidNil, Is16ZeroBytes) { EXPECT_EQ(bytes_of(k7_uuid__nil), UuidBytes{}); }
+
+// In order, each before the next: every field outweighs all that stand behind it.
+const std::vector<k7_uuid__t> kInOrder = {
+    {0, 0, 0, 0, {}},
+    {0, 0, 0, 0, {0, 0, 0, 0, 0, 0, 1}},
+    {0, 0, 0, 0, {0, 0, 0, 0, 0, 0, 0xFF}},
+    {0, 0, 0, 0, {0, 0, 0, 0, 0, 1, 0}},
+    {0, 0, 0, 0, {0, 0, 0, 0, 1, 0, 0}},
+    {0, 0, 0, 0, {0, 0, 0, 1, 0, 0, 0}},
+    {0, 0, 0, 0, {0, 0, 0x80, 0, 0, 0, 0}},
+    {0, 0, 0, 0, {0, 1, 0, 0, 0, 0, 0}},
+    {0, 0, 0, 0, {1, 0, 0, 0, 0, 0, 0}},
+    {0, 0, 0, 0, {0x7F, 0xFF, 0xFF, 0xFF, 0xFF, 0xFF, 0xFF}},
+    {0, 0, 0, 0, {0x80, 0, 0, 0, 0, 0, 0}},
+    {0, 0, 0, 1, {}},
+    {0, 0, 0, 0x7F, {0xFF, 0xFF, 0xFF, 0xFF, 0xFF, 0xFF, 0xFF}},
+    {0, 0, 0, 0x80, {}},
+    {0, 0, 1, 0, {}},
+    {0, 0, 0xFF, 0, {}},
+    {0, 0, 0x0100, 0, {}},  // as stored bytes it would come before 0xFF
+    {0, 0, 0x7FFF, 0xFF, {}},
+    {0, 0, 0x8000, 0, {}},
+    {0, 1, 0, 0, {}},
+    {0, 0xFF, 0, 0, {}},
+    {0, 0x0100, 0, 0, {}},
+    {0, 0x7FFF, 0xFFFF, 0xFF, {}},
+    {0, 0x8000, 0, 0, {}},
+    {1, 0, 0, 0, {}},
+    {0xFF, 0, 0, 0, {}},
+    {0x0100, 0, 0, 0, {}},
+    {0x00FFFFFF, 0xFFFF, 0, 0, {}},
+    {0x01000000, 0, 0, 0, {}},
+    {0x7FFFFFFF, 0xFFFF, 0xFFFF, 0xFF, {0xFF, 0xFF, 0xFF, 0xFF, 0xFF, 0xFF, 0xFF}},
+    {0x80000000, 0, 0, 0, {}},
+    {0xFFFFFFFF, 0, 0, 0, {}},
+};
+
+int sign(int value) { return (value > 0) - (value < 0); }
+
+TEST(UuidOrder, PutsTimeHighTimeLowReservedFamilyThenHostBytes) {
+  for (std::size_t a = 0; a < kInOrder.size(); ++a) {
+    for (std::size_t b = 0; b < kInOrder.size(); ++b) {
+      EXPECT_EQ(sign(orla_uuid_cmp(&kInOrder[a], &kInOrder[b])), (a > b) - (a < b))
+          << a << ' ' << b;
+    }
+  }
+}
+
+TEST(UuidOrder, IsPlusOrMinusOneWhereANumericFieldDecides) {
+  const k7_uuid__t rows[] = {
+      {9, 0, 0, 0, {}}, {0, 9, 0, 0, {}}, {0, 0, 9, 0, {}}, {0, 0, 0, 9, {}}};
+  for (const k7_uuid__t &row : rows) {
+    EXPECT_EQ(orla_uuid_cmp(&row, &k7_uuid__nil), 1);
+    EXPECT_EQ(orla_uuid_cmp(&k7_uuid__nil, &row), -1);
+  }
+}
+
+// Field by field, with the C library's comparison of the host bytes.
+int plain_order(const k7_uuid__t &a, const k7_uuid__t &b) {
+  if (a.time_high != b.time_high) return a.time_high > b.time_high ? 1 : -1;
+  if (a.time_low != b.time_low) return a.time_low > b.time_low ? 1 : -1;
+  if (a.reserved != b.reserved) return a.reserved > b.reserved ? 1 : -1;
+  if (a.family != b.family) return a.family > b.family ? 1 : -1;
+  return sign(std::memcmp(a.host, b.host, sizeof a.host));
+}
+
+TEST(UuidOrder, IsThatOfThePlainComparisonOnAMillionNearlyEqualPairs) {
+  Random random(1);
+  for (int i = 0; i < 1000000; ++i) {
+    const k7_uuid__t a = random_uuid(random);
+    UuidBytes changed = bytes_of(a);
+    for (std::uint32_t changes = random.below(3); changes > 0; --changes)
+      changed[random.below(16)] = random.byte();
+    const k7_uuid__t b = uuid_of(changed);
+    ASSERT_EQ(sign(orla_uuid_cmp(&a, &b)), plain_order(a, b)) << text_of(a) << ' ' << text_of(b);
+    ASSERT_EQ(orla_uuid_equal(&a, &b), bytes_of(a) == changed ? 1 : 0);
+  }
+}
+
+TEST(UuidEqual, IsOneForTheSameBytesInTwoRecordsAndInOne) {
+  const k7_uuid__t copy = kExample;
+  EXPECT_EQ(orla_uuid_equal(&kExample, &copy), 1);
+  EXPECT_EQ(orla_uuid_equal(&copy, &copy), 1);
+  EXPECT_EQ(orla_uuid_cmp(&kExample, &copy), 0);
+}
+
+TEST(UuidEqual, IsZeroWhereAnyOneBitDiffers) {
+  for (unsigned bit = 0; bit < 128; ++bit) {
+    UuidBytes bytes = bytes_of(kExample);
+    bytes[bit / 8] = static_cast<std::uint8_t>(bytes[bit / 8] ^ (1U << bit % 8));
+    const k7_uuid__t other = uuid_of(bytes);
+    EXPECT_EQ(orla_uuid_equal(&kExample, &other), 0) << bit;
+  }
+}
+
+TEST(UuidHash, OfTheExampleIsThreeOf101) {
+  if (std::endian::native != std::endian::little) GTEST_SKIP() << "words are in host byte order";
+  EXPECT_EQ(orla_uuid_hash(&kExample, 101), 3U);
+  EXPECT_EQ(orla_uuid_hash(&kExample, 0x10000), 0x6AEEU);
+}
+
+TEST(UuidHash, IsNeverAbove65535WhateverTheModulus) {
+  EXPECT_EQ(orla_uuid_hash(&kExample, 0xFFFFFFFF), orla_uuid_hash(&kExample, 0x10000));
+  const k7_uuid__t top = uuid_of({0, 0, 0xFF, 0xFF});
+  EXPECT_EQ(orla_uuid_hash(&top, 0xFFFFFFFF), 0xFFFFU);
+}
+
+TEST(UuidHash, WithModulusOneIsZero) { EXPECT_EQ(orla_uuid_hash(&kExample, 1), 0U); }
+
+TEST(UuidHash, OfNilIsZeroForEveryModulus) {
+  for (const std::uint32_t modulus : {1U, 2U, 101U, 65535U, 65536U, 0x80000000U, 0xFFFFFFFFU})
+    EXPECT_EQ(orla_uuid_hash(&k7_uuid__nil, modulus), 0U);
+}
+
+TEST(UuidHash, FoldsTheExclusiveOrOfTheFourWordsForRandomRecordsAndModuli) {
+  Random random(2);
+  for (int i = 0; i < 100000; ++i) {
+    const k7_uuid__t uuid = random_uuid(random);
+    const std::uint32_t modulus = (random.next() >> random.below(32)) | 1;
+    std::uint32_t words[4];
+    std::memcpy(words, &uuid, sizeof words);
+    std::uint32_t mixed = 0;
+    for (const std::uint32_t word : words)
+      mixed ^= word;
+    const std::uint32_t folded = (mixed ^ (mixed >> 16)) & 0xFFFF;
+    ASSERT_EQ(orla_uuid_hash(&uuid, modulus), folded % modulus) << text_of(uuid) << ' ' << modulus;
+  }
+}
+
+#if defined(__i386__) || defined(__x86_64__)
+TEST(UuidHash, WithModulusZeroIsADivisionFault) {
+  EXPECT_DEATH(
+      {
+        orla_uuid_hash(&kExample, 0);
+        std::_Exit(0);
+      },
+      "");
+}
+#endif
+
+}  // namespace

@@ -1,0 +1,95 @@
+// Ten threads at once, from the first record of the process on. ThreadSanitizer has the last word.
+
+#include <gtest/gtest.h>
+#include <orla/uuid.h>
+
+#include <atomic>
+#include <cstring>
+#include <thread>
+#include <vector>
+
+#include "fakes/interfaces.h"
+#include "kit/uuid.h"
+
+namespace {
+
+constexpr int kThreads = 10;
+constexpr int kRounds = 20000;
+
+bool round_trip_holds(const k7_uuid__t &uuid) {
+  char text[ORLA_UUID_TEXT_SIZE];
+  orla_uuid_encode(&uuid, text);
+  k7_uuid__t back = filled(0xA5);
+  orla_status status = 1;
+  orla_uuid_decode(text, &back, &status);
+  return status == 0 && orla_uuid_equal(&uuid, &back) == 1 &&
+         orla_uuid_hash(&uuid, 101) == orla_uuid_hash(&back, 101);
+}
+
+// What went wrong, counted: assertions of the test framework stay on the main thread.
+int generate_and_read_back() {
+  int wrong = 0;
+  for (int i = 0; i < kRounds; ++i) {
+    k7_uuid__t uuid;
+    orla_uuid_gen(&uuid);
+    wrong += std::memcmp(uuid.host, "\x0A\x00\x02\x03\x00\x00\x00", 7) != 0;
+    wrong += !round_trip_holds(uuid);
+    orla_reserved_uuid_gen(&uuid, static_cast<std::uint16_t>(i));
+    wrong += !round_trip_holds(uuid);
+  }
+  return wrong;
+}
+
+TEST(UuidThreads, TenGenerateEncodeAndDecodeAtOnce) {
+  Interfaces interfaces;
+  interfaces.ipv4(kUp, 0x0A000203);
+  const HostHas host(&interfaces);
+  std::atomic<bool> go = false;
+  std::atomic<int> wrong = 0;
+  std::vector<std::thread> threads;
+  for (int i = 0; i < kThreads; ++i) {
+    threads.emplace_back([&] {
+      go.wait(false);
+      wrong += generate_and_read_back();
+    });
+  }
+  go = true;
+  go.notify_all();
+  for (std::thread &thread : threads)
+    thread.join();
+  EXPECT_EQ(wrong, 0);
+  EXPECT_GE(host.asked(), 1);
+  EXPECT_LE(host.asked(), kThreads);
+  EXPECT_EQ(host.given_back(), host.asked());
+}
+
+// Each time another address: whichever thread is the first to answer, all end up with one host.
+TEST(UuidThreads, AgreeOnOneHostWhereTheAddressChangesWhileTheyAsk) {
+  std::atomic<std::uint32_t> next = 0x0A000201;
+  const With getifaddrs(fake_getifaddrs, [&](ifaddrs **list) {
+    auto *interfaces = new Interfaces;
+    interfaces->ipv4(kUp, next++);
+    *list = interfaces->list();
+    (*list)->ifa_data = interfaces;
+    return 0;
+  });
+  const With freeifaddrs(fake_freeifaddrs,
+                         [](ifaddrs *list) { delete static_cast<Interfaces *>(list->ifa_data); });
+  std::atomic<bool> go = false;
+  std::vector<k7_uuid__t> uuids(kThreads);
+  std::vector<std::thread> threads;
+  for (k7_uuid__t &uuid : uuids) {
+    threads.emplace_back([&go, &uuid] {
+      go.wait(false);
+      orla_uuid_gen(&uuid);
+    });
+  }
+  go = true;
+  go.notify_all();
+  for (std::thread &thread : threads)
+    thread.join();
+  for (const k7_uuid__t &uuid : uuids)
+    EXPECT_EQ(std::memcmp(uuid.host, uuids[0].host, 7), 0);
+}
+
+}  // namespace

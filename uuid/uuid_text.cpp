@@ -1,0 +1,137 @@
+#include "uuid/uuid_text.h"
+
+#include <array>
+#include <cerrno>
+#include <cstdint>
+#include <cstdio>
+#include <cstring>
+
+namespace orla {
+namespace {
+
+constexpr char kDigits[] = "0123456789abcdef";
+
+// ".00" to ".ff", each with a terminator behind it.
+struct DottedByte {
+  char text[4];
+};
+
+constexpr std::array<DottedByte, 256> make_dotted_bytes() {
+  std::array<DottedByte, 256> table = {};
+  for (unsigned byte = 0; byte < table.size(); ++byte)
+    table[byte] = {{'.', kDigits[byte >> 4], kDigits[byte & 0xF], '\0'}};
+  return table;
+}
+
+constexpr std::array<DottedByte, 256> kDottedBytes = make_dotted_bytes();
+
+char *put_byte(char *out, std::uint32_t byte) {
+  std::memcpy(out, kDottedBytes[byte & 0xFF].text + 1, 2);
+  return out + 2;
+}
+
+// Four bytes, of which the next dot overwrites the last; behind the last dotted byte it terminates.
+char *put_dotted_byte(char *out, std::uint32_t byte) {
+  std::memcpy(out, kDottedBytes[byte & 0xFF].text, 4);
+  return out + 3;
+}
+
+constexpr std::int8_t kNoDigit = -1;
+
+constexpr std::array<std::int8_t, 256> make_digit_values() {
+  std::array<std::int8_t, 256> table = {};
+  for (std::int8_t &value : table)
+    value = kNoDigit;
+  for (unsigned digit = 0; digit < 16; ++digit) {
+    const auto value = static_cast<std::int8_t>(digit);
+    const auto character = static_cast<unsigned char>(kDigits[digit]);
+    table[character] = value;
+    if (digit >= 10) table[character - 'a' + 'A'] = value;
+  }
+  return table;
+}
+
+constexpr std::array<std::int8_t, 256> kDigitValues = make_digit_values();
+
+// Reads characters one by one and stops for good at the first that is not the one expected, which a
+// terminator never is.
+class Reader {
+ public:
+  explicit Reader(const char *text) : next_(text) {}
+
+  template <int digits, typename Number>
+  bool number(Number &number) {
+    std::uint32_t value = 0;
+    for (int i = 0; i < digits; ++i) {
+      const std::int8_t digit = kDigitValues[static_cast<unsigned char>(*next_++)];
+      if (digit < 0) return false;
+      value = value << 4 | static_cast<std::uint32_t>(digit);
+    }
+    number = static_cast<Number>(value);
+    return true;
+  }
+
+  bool dot() { return *next_++ == '.'; }
+
+ private:
+  const char *next_;
+};
+
+// The numbers of a text. Formatted input stores a sign in all 16 bits of the short ones.
+struct Numbers {
+  std::uint32_t time_high;
+  std::uint16_t time_low;
+  std::uint16_t bytes[8];  // family, host bytes 0 to 4, reserved: its low byte, its high byte
+};
+
+void fill(k7_uuid__t &uuid, const Numbers &numbers) {
+  uuid = {};
+  uuid.time_high = numbers.time_high;
+  uuid.time_low = numbers.time_low;
+  uuid.reserved = static_cast<std::uint16_t>(numbers.bytes[7] << 8 | numbers.bytes[6]);
+  uuid.family = static_cast<std::uint8_t>(numbers.bytes[0]);
+  for (int i = 0; i < 5; ++i)
+    uuid.host[i] = static_cast<std::uint8_t>(numbers.bytes[1 + i]);
+}
+
+}  // namespace
+
+void put_uuid_text(char *out, const k7_uuid__t &uuid) {
+  for (int shift = 24; shift >= 0; shift -= 8)
+    out = put_byte(out, uuid.time_high >> shift);
+  out = put_byte(out, uuid.time_low >> 8);
+  out = put_byte(out, uuid.time_low);
+  out = put_dotted_byte(out, uuid.family);
+  for (int i = 0; i < 5; ++i)
+    out = put_dotted_byte(out, uuid.host[i]);
+  const bool has_number = uuid.reserved != 0;
+  out = put_dotted_byte(out, has_number ? uuid.reserved : uuid.host[5]);
+  put_dotted_byte(out, has_number ? uuid.reserved >> 8 : uuid.host[6]);
+}
+
+bool read_canonical_uuid_text(const char *text, k7_uuid__t &uuid) {
+  Reader reader(text);
+  Numbers numbers;
+  if (!reader.number<8>(numbers.time_high) || !reader.number<4>(numbers.time_low)) return false;
+  for (std::uint16_t &byte : numbers.bytes)
+    if (!reader.dot() || !reader.number<2>(byte)) return false;
+  fill(uuid, numbers);
+  return true;
+}
+
+bool read_formatted_uuid_text(const char *text, k7_uuid__t &uuid) {
+  const int error = errno;
+  unsigned long time_high;
+  Numbers numbers;
+  std::uint16_t *bytes = numbers.bytes;
+  const int converted = std::sscanf(text, "%8lx%4hx.%2hx.%2hx.%2hx.%2hx.%2hx.%2hx.%2hx.%2hx",
+                                    &time_high, &numbers.time_low, &bytes[0], &bytes[1], &bytes[2],
+                                    &bytes[3], &bytes[4], &bytes[5], &bytes[6], &bytes[7]);
+  errno = error;  // some C libraries put a 0 there
+  if (converted != 10) return false;
+  numbers.time_high = static_cast<std::uint32_t>(time_high);
+  fill(uuid, numbers);
+  return true;
+}
+
+}  // namespace orla
