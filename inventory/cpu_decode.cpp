@@ -88,7 +88,8 @@ bool SiblingsFigure::take(const char *line) {
 int count_sibling_maps(std::string_view log) {
   constexpr std::string_view kMap = "cpu_sibling_map[";
   int count = 0;
-  for (std::size_t at = log.find(kMap); at != std::string_view::npos; at = log.find(kMap, at + 1)) {
+  for (std::size_t at = log.find(kMap); at != std::string_view::npos;
+       at = log.find(kMap, at + kMap.size())) {
     ++count;
   }
   return count;

@@ -53,7 +53,7 @@ bool open_trace(const char *path) {
   }
   umask(old_mask);
   trace_descriptor = fileno(trace_stream);
-  // Unbuffered, so that a whole line given to it is one write of the system.
+  // Unbuffered: a whole line given to it is one write of the system, and nothing is left to flush.
   std::setvbuf(trace_stream, nullptr, _IONBF, 0);
   return true;
 }
@@ -65,7 +65,7 @@ constexpr std::size_t kStampSize = 64;
 // is reserved for a thread number, which is held at 0 and therefore never written.
 void put_stamp(char *out) {
   const orla::LocalTime now = orla::clock_local();
-  const auto offset = static_cast<std::uint32_t>(orla::offset_west_of_utc(now.fields));
+  const auto offset = static_cast<std::uint32_t>(orla::offset_west_of_utc(timezone, now.fields));
   out += date_to_string(out, orla::date_number_from_stamp(now.stamp - offset));
   const std::tm midnight = {};
   const std::tm &time = now.fields != nullptr ? *now.fields : midnight;
@@ -73,13 +73,12 @@ void put_stamp(char *out) {
                 time.tm_min, time.tm_sec, static_cast<unsigned long>(getpid()));
 }
 
-void write_line(const char *message) {
-  const int error = errno;  // for "%m": as the caller left it
+// `error` is what "%m" stands for.
+void write_line(const char *message, int error) {
   char stamp[kStampSize];
   put_stamp(stamp);
   errno = error;
   orla::PercentText(stamp, message, "").write(trace_stream);
-  std::fflush(trace_stream);
 }
 
 // Bytes of the trace file, the low 32 bits; 0 when they cannot be told.
@@ -106,6 +105,7 @@ void rotate_if_grown(const char *path) {
 
 void TavTrace(char *message) noexcept {
   if (orlalib_verbose == 0 && orlathr_verbose == 0) return;
+  const int error = errno;  // as the caller left it: opening the file may change it
   const char *path = std::getenv("K7LOG_PATH");
   if (path == nullptr) {
     std::printf("%s\n", message != nullptr ? message : "(null)");
@@ -116,6 +116,6 @@ void TavTrace(char *message) noexcept {
     return;
   }
   if (trace_stream == nullptr && !open_trace(path)) return;
-  write_line(message);
+  write_line(message, error);
   rotate_if_grown(path);
 }

@@ -102,6 +102,7 @@ TEST(MemorySize, AnswersANullPointerWithoutAskingTheKernel) {
 
 TEST(MemorySize, FormatsNothingWithTheSwitchOff) {
   const With trace(fake_TavTrace, [](char *) { ADD_FAILURE() << "traced"; });
+  orlalib_verbose = 0;
   statuslog[0] = 'x';
   int size = 0;
   tavGetMemorySize(&size);
@@ -112,8 +113,9 @@ TEST(MemorySize, FormatsNothingWithTheSwitchOff) {
 // A host with some device nodes, of which some answer the geometry request. Only for root.
 class Disks {
  public:
-  explicit Disks(std::map<std::string, bool> nodes, uid_t user = 0)
+  explicit Disks(std::map<std::string, bool> nodes, uid_t user = 0, int first_descriptor = 1000)
       : nodes_(std::move(nodes)),
+        first_descriptor_(first_descriptor),
         user_(fake_geteuid, [user] { return user; }),
         open_(fake_open, [this](const char *path, int flags) { return open_node(path, flags); }),
         ioctl_(fake_ioctl, [this](int descriptor, unsigned long request,
@@ -124,8 +126,6 @@ class Disks {
   std::set<int> open_descriptors;
 
  private:
-  static constexpr int kFirstDescriptor = 1000;
-
   int open_node(const std::string &path, int flags) {
     EXPECT_EQ(flags, O_RDONLY);
     probed.push_back(path);
@@ -134,7 +134,8 @@ class Disks {
       errno = ENOENT;
       return -1;
     }
-    const int descriptor = kFirstDescriptor + static_cast<int>(std::distance(nodes_.begin(), node));
+    const int descriptor =
+        first_descriptor_ + static_cast<int>(std::distance(nodes_.begin(), node));
     open_descriptors.insert(descriptor);
     return descriptor;
   }
@@ -142,7 +143,7 @@ class Disks {
   int ask(int descriptor, unsigned long request, void *geometry) {
     EXPECT_EQ(request, 0x0301UL);
     EXPECT_EQ(open_descriptors.count(descriptor), 1U);
-    if (!std::next(nodes_.begin(), descriptor - kFirstDescriptor)->second) return -1;
+    if (!std::next(nodes_.begin(), descriptor - first_descriptor_)->second) return -1;
     *static_cast<hd_geometry *>(geometry) = {255, 63, 1024, 0};
     return 7;  // whatever is not -1 counts
   }
@@ -153,6 +154,7 @@ class Disks {
   }
 
   std::map<std::string, bool> nodes_;
+  int first_descriptor_;
   With<uid_t()> user_;
   With<int(const char *, int)> open_;
   With<int(int, unsigned long, void *)> ioctl_;
@@ -203,6 +205,17 @@ TEST(DiskCount, CountsTheLastNames) {
   EXPECT_EQ(count, 2U);
 }
 
+// A program may have closed its standard input: a node then opens on descriptor 0.
+TEST(DiskCount, CountsANodeOnAnyDescriptor) {
+  for (const int descriptor : {0, 1, 2}) {
+    const Disks host({{"/dev/sda", true}}, 0, descriptor);
+    unsigned count = 0;
+    EXPECT_EQ(tavGetDisks(&count), 0U);
+    EXPECT_EQ(count, 1U) << descriptor;
+    EXPECT_TRUE(host.open_descriptors.empty());
+  }
+}
+
 TEST(DiskCount, NeedsRootAndLeavesTheOutputAloneWithout) {
   const Disks host({{"/dev/sda", true}}, 1000);
   TraceLines trace;
@@ -239,6 +252,7 @@ TEST(DiskCount, TracesEntryAndExitAloneWhateverTheProbesMeet) {
 TEST(DiskCount, FormatsNothingWithTheSwitchOff) {
   const Disks host({}, 1000);
   const With trace(fake_TavTrace, [](char *) { ADD_FAILURE() << "traced"; });
+  orlalib_verbose = 0;
   statuslog[0] = 'x';
   unsigned count = 0;
   tavGetDisks(&count);

@@ -24,7 +24,7 @@ TEST(Vendor, IsReadFromEbxEdxAndEcxInThatOrder) {
   EXPECT_TRUE(orla::is_genuine_intel(word("Genu"), word("ineI"), word("ntel")));
   EXPECT_FALSE(orla::is_genuine_intel(word("Genu"), word("ntel"), word("ineI")));
   EXPECT_FALSE(orla::is_genuine_intel(word("Auth"), word("enti"), word("cAMD")));
-  EXPECT_FALSE(orla::is_genuine_intel(word("Genu"), word("ineI"), word("ntel") ^ 1));
+  EXPECT_FALSE(orla::is_genuine_intel(word("Genu"), word("ineI"), word("nteL")));
   EXPECT_FALSE(orla::is_genuine_intel(word("genu"), word("ineI"), word("ntel")));
 }
 

@@ -116,6 +116,18 @@ TEST(CpuidInstruction, StoresTheFourRegistersInOrder) {
   EXPECT_EQ(ours.edx, direct.edx);
 }
 
+TEST(CpuidInstruction, IsLookedForWithoutLeavingATraceInTheFlags) {
+  constexpr std::uint32_t kIdFlag = 0x200000;
+#ifdef __x86_64__
+  const auto flags = [] { return static_cast<std::uint32_t>(__builtin_ia32_readeflags_u64()); };
+#else
+  const auto flags = [] { return static_cast<std::uint32_t>(__builtin_ia32_readeflags_u32()); };
+#endif
+  const std::uint32_t before = flags() & kIdFlag;
+  CPUID_is_supported();
+  EXPECT_EQ(flags() & kIdFlag, before);
+}
+
 TEST(CpuidInstruction, LoadsTheLeaf) {
   Registers leaf0;
   Registers leaf1;
@@ -160,7 +172,11 @@ TEST(HyperThreading, DoesNotConsultTheFeatureFlag) {
 }
 
 TEST(KernelFigure, IsMinusOneWhenUnameFails) {
-  const With uname(fake_uname, [](utsname *) { return -1; });
+  const Cpuinfo cpuinfo("siblings : 2\n");
+  const With uname(fake_uname, [](utsname *host) {
+    std::strcpy(host->release, "3.10.0");
+    return -1;
+  });
   EXPECT_EQ(ht_os_cpus(), -1);
 }
 
@@ -205,7 +221,7 @@ TEST(KernelFigure, IsMinusOneForCpuinfoThatIsUnusableOrDisagrees) {
     const Cpuinfo cpuinfo("siblings: 2\n");
     EXPECT_EQ(ht_os_cpus(), -1);
   }
-  const Cpuinfo cpuinfo("siblings : 2\nsiblings : 4\nsiblings : 4\n");
+  const Cpuinfo cpuinfo("siblings : 2\nsiblings : 4\nsiblings : 2\n");
   EXPECT_EQ(ht_os_cpus(), -1);
 }
 
@@ -220,11 +236,12 @@ TEST(KernelFigure, SaysOnStandardErrorThatCpuinfoDoesNotOpen) {
 TEST(KernelFigure, ClosesCpuinfo) {
   const Release release("3.10.0");
   const auto next_descriptor = [] {
-    const int descriptor = dup(0);
+    const int descriptor = dup(STDERR_FILENO);
     close(descriptor);
     return descriptor;
   };
   const int before = next_descriptor();
+  ASSERT_GE(before, 0);
   for (const char *text : {"", "siblings : 2\n", "siblings: 2\n", "siblings : 2\nsiblings : 4\n"}) {
     const Cpuinfo cpuinfo(text);
     ht_os_cpus();
@@ -246,6 +263,12 @@ TEST(KernelFigure, ComesFromTheKernelLog) {
   EXPECT_EQ(ht_os_cpus(), 2);
   EXPECT_EQ(asked_action, 3);
   EXPECT_EQ(asked_size, 16392);
+}
+
+TEST(KernelFigure, IsZeroForAnEmptyKernelLog) {
+  const Release release("2.4.18-3");
+  const With klogctl(fake_klogctl, [](int, char *, int) { return 0; });
+  EXPECT_EQ(ht_os_cpus(), 0);
 }
 
 TEST(KernelFigure, LooksAtNoMoreOfTheLogThanWasRead) {
@@ -275,6 +298,12 @@ TEST(KernelFigure, EndsTheProcessWhenTheKernelLogCannotBeRead) {
     return -1;
   });
   EXPECT_EXIT(ht_os_cpus(), ExitedWithCode(1), "^klogctl: Operation not permitted\n$");
+  // The process ends in an orderly way, with what was registered for that.
+  const auto ask_with_farewell = [] {
+    std::atexit([] { std::fputs("farewell\n", stderr); });
+    ht_os_cpus();
+  };
+  EXPECT_EXIT(ask_with_farewell(), ExitedWithCode(1), "farewell");
 }
 
 struct CountRow {
@@ -293,6 +322,7 @@ TEST(ProcessorCount, CombinesTheProbes) {
       {4, 2, 4, 1, 2},   {6, 4, 6, 1, 1},  // truncated
       {3, 255, 3, 1, 0}, {2, 2, 0, 2, 2},  // the kernel reports none
       {1, 2, 1, 3, 1},                     // a kernel figure of 1 is unusable
+      {2, 1, 2, 1, 2},                     // of a stand-in, as HTSupported() gives no 1
       {2, 2, -1, 3, 2},                    // as is a kernel that cannot be asked
       {-1, 2, -1, 1, 0},                   // -1 / 2 rounds toward zero
       {-1, 0, 2, 0, -1}, {0, 2, 2, 3, 0},
@@ -357,7 +387,11 @@ class ProcessorEntryPoint : public testing::TestWithParam<EntryPoint> {
 
 INSTANTIATE_TEST_SUITE_P(Both, ProcessorEntryPoint,
                          testing::Values(EntryPoint{tavGetOnlineProcs, "tavGetOnlineProcs()"},
-                                         EntryPoint{tavGetConfigProcs, "tavGetConfigProcs()"}));
+                                         EntryPoint{tavGetConfigProcs, "tavGetConfigProcs()"}),
+                         [](const auto &entry_point) {
+                           const std::string name = entry_point.param.trace_name;
+                           return name.substr(0, name.size() - 2);
+                         });
 
 TEST_P(ProcessorEntryPoint, StoresTheCountAndIgnoresTheMethod) {
   for (const std::uint32_t method : {0U, 1U, 2U, 3U}) {
@@ -385,6 +419,16 @@ TEST_P(ProcessorEntryPoint, TracesEntryAndExit) {
   EXPECT_EQ(statuslog[0], '\0');
 }
 
+TEST_P(ProcessorEntryPoint, TracesForAnySwitchThatIsNotZero) {
+  TraceLines trace;
+  for (const std::int32_t value : {1, -1}) {
+    orlalib_verbose = value;
+    trace.lines.clear();
+    EXPECT_EQ(GetParam().call(nullptr), 1U);
+    EXPECT_EQ(trace.lines.size(), 3U) << value;
+  }
+}
+
 TEST_P(ProcessorEntryPoint, AnswersANullPointerWithoutCounting) {
   const With counting(fake_count_physical_proc, [](int *) -> std::uint32_t {
     ADD_FAILURE() << "counted";
@@ -399,14 +443,14 @@ TEST_P(ProcessorEntryPoint, AnswersANullPointerWithoutCounting) {
 
 TEST_P(ProcessorEntryPoint, FailsForANegativeCountWhichItLeavesInPlace) {
   const With counting(fake_count_physical_proc, [](int *count) {
-    *count = -2;
+    *count = -1;
     errno = ENOMEM;
     return 0U;
   });
   TraceLines trace;
   int count = 0;
   EXPECT_EQ(GetParam().call(&count), 1U);
-  EXPECT_EQ(count, -2);
+  EXPECT_EQ(count, -1);
   EXPECT_THAT(trace.lines,
               ElementsAre(line("KVRCA0001I", "entering."),
                           line("KVRCA0005E", "sysconf failed -> Cannot allocate memory"),
@@ -416,6 +460,7 @@ TEST_P(ProcessorEntryPoint, FailsForANegativeCountWhichItLeavesInPlace) {
 TEST_P(ProcessorEntryPoint, FormatsNothingWithTheSwitchOff) {
   const With trace(fake_TavTrace, [](char *) { ADD_FAILURE() << "traced"; });
   statuslog[0] = 'x';
+  orlalib_verbose = 0;
   orlathr_verbose = 255;  // the writer's other switch is not the services'
   int count = 0;
   EXPECT_EQ(GetParam().call(&count), 0U);

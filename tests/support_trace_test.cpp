@@ -41,7 +41,10 @@ std::string process_id() { return std::to_string(getpid()); }
 // Tracing on, into a file of a folder of its own, at 2007-02-03 09:05:07 in New York.
 class TraceFile : public testing::Test {
  protected:
-  TraceFile() { orlalib_verbose = 255; }
+  TraceFile() {
+    orlalib_verbose = 255;
+    orlathr_verbose = 0;
+  }
   ~TraceFile() override { orlalib_verbose = 0; }
 
   std::string path(const std::string &name = "trace") const { return folder_.path(name); }
@@ -124,6 +127,27 @@ TEST_F(TraceFile, IsWrittenWhenTheThreadSwitchAloneIsOnAndNeverWithAThreadNumber
   EXPECT_EQ(read(), stamp() + "message\n");
 }
 
+TEST_F(TraceFile, IsWrittenForAnySwitchThatIsNotZero) {
+  std::string expected;
+  for (const std::int32_t value : {1, -1, 254, INT32_MIN}) {
+    orlalib_verbose = value;
+    orlathr_verbose = 0;
+    trace("library\n");
+    orlalib_verbose = 0;
+    orlathr_verbose = value;
+    trace("thread\n");
+    expected += stamp() + "library\n" + stamp() + "thread\n";
+  }
+  EXPECT_EQ(read(), expected);
+}
+
+TEST_F(TraceFile, FollowsAChangeOfTheZone) {
+  trace("m\n");
+  setenv("TZ", "AAA-2", 1);
+  trace("m\n");
+  EXPECT_EQ(read(), stamp() + "m\n02/03/2007 16:05:07 " + process_id() + " m\n");
+}
+
 TEST_F(TraceFile, GetsNoLineOfTheServicesWhenTheThreadSwitchAloneIsOn) {
   orlalib_verbose = 0;
   orlathr_verbose = 255;
@@ -144,10 +168,19 @@ TEST_F(TraceFile, GetsOnePercentSignForTwo) {
   EXPECT_EQ(read(), stamp() + "100% of %%\n");
 }
 
-TEST_F(TraceFile, GetsTheTextOfErrnoForPercentM) {
-  errno = ENOENT;
+TEST_F(TraceFile, GetsTheTextOfErrnoForPercentMAsTheCallerLeftIt) {
+  const With fopen(fake_fopen, [](const char *name, const char *mode) {
+    std::FILE *file = fake_fopen.real(name, mode);
+    errno = ESPIPE;
+    return file;
+  });
+  const With localtime(fake_localtime, [](const std::time_t *when) {
+    errno = EINVAL;
+    return fake_localtime.real(when);
+  });
+  errno = EACCES;
   trace("open: %m\n");
-  EXPECT_EQ(read(), stamp() + "open: No such file or directory\n");
+  EXPECT_EQ(read(), stamp() + "open: Permission denied\n");
 }
 
 TEST_F(TraceFile, GetsAnyOtherConversionAsItStands) {
@@ -289,6 +322,34 @@ TEST_F(TraceFile, GivesItsDescriptorBackWhenClosed) {
   EXPECT_EQ(fcntl(before, F_GETFD), -1);
 }
 
+// A program may have closed its standard input and output; only standard error is spared.
+TEST_F(TraceFile, OnAnyDescriptorButStandardErrorIsClosed) {
+  for (const int descriptor : {STDIN_FILENO, STDOUT_FILENO}) {
+    const int kept = dup(descriptor);
+    close(descriptor);
+    trace("a\n");
+    TavTrace(nullptr);
+    const bool closed = fcntl(descriptor, F_GETFD) == -1;
+    dup2(kept, descriptor);
+    close(kept);
+    EXPECT_TRUE(closed) << descriptor;
+  }
+}
+
+TEST_F(TraceFile, StaysOpenWhileThePathIsUnset) {
+  trace("a\n");
+  {
+    const WithVariable unset(kPath, nullptr);
+    Captured out(STDOUT_FILENO);
+    trace("out");
+    TavTrace(nullptr);
+    EXPECT_EQ(out.text(), "out\n(null)\n");
+  }
+  const WithVariable other(kPath, path("other").c_str());
+  trace("b\n");
+  EXPECT_EQ(read(), stamp() + "a\n" + stamp() + "b\n");
+}
+
 TEST_F(TraceFile, StaysOpenOnACloseRequestWhileBothSwitchesAreOff) {
   trace("a\n");
   orlalib_verbose = 0;
@@ -340,6 +401,35 @@ TEST_F(TraceFile, OneByteOverTheLimitIsRotatedAndTheNextLineStartsANewOne) {
   trace("n\n");
   EXPECT_EQ(read(), stamp() + "n\n");
   EXPECT_EQ(read("trace.1"), rotated);
+}
+
+TEST_F(TraceFile, GivesItsDescriptorBackWhenRotated) {
+  const int next = dup(STDOUT_FILENO);
+  close(next);
+  fill_to(1);
+  trace("m\n");
+  EXPECT_EQ(fcntl(next, F_GETFD), -1);
+}
+
+TEST_F(TraceFile, OnTheStandardErrorDescriptorIsClosedWhenRotated) {
+  const int error = dup(STDERR_FILENO);
+  close(STDERR_FILENO);
+  fill_to(1);
+  trace("m\n");
+  const bool closed = fcntl(STDERR_FILENO, F_GETFD) == -1;
+  dup2(error, STDERR_FILENO);
+  EXPECT_TRUE(closed);
+}
+
+// The descriptor is that of the stream last opened, not of the first.
+TEST_F(TraceFile, IsRotatedAfterItWasOpenedOnAnotherDescriptor) {
+  trace("a\n");
+  TavTrace(nullptr);
+  const int in_the_way = dup(STDOUT_FILENO);
+  fill_to(1);
+  trace("b\n");
+  close(in_the_way);
+  EXPECT_TRUE(folder_.holds("trace.1"));
 }
 
 TEST_F(TraceFile, IsRotatedAtTheNewPathWhenThePathHasChanged) {
@@ -506,7 +596,10 @@ TEST_F(TraceFile, LosesAnUnwrittenLineForGood) {
 
 class TraceWithoutAPath : public testing::Test {
  protected:
-  TraceWithoutAPath() { orlalib_verbose = 255; }
+  TraceWithoutAPath() {
+    orlalib_verbose = 255;
+    orlathr_verbose = 0;
+  }
   ~TraceWithoutAPath() override { orlalib_verbose = 0; }
   WithVariable path_variable_{kPath, nullptr};
 };

@@ -77,6 +77,24 @@ TEST(Offset, FollowsAChangeOfTheZoneAtTheNextCall) {
   EXPECT_EQ(wek_localtime_offset(), 7200);
 }
 
+TEST(Offset, ReadsTheZoneAnewEvenWithoutALocalTime) {
+  const WithZone zone("AAA1");
+  const ClockAt clock(kSummer);
+  setenv("TZ", "BBB2", 1);
+  const With localtime(fake_localtime, [](const std::time_t *) { return nullptr; });
+  EXPECT_EQ(wek_localtime_offset(), 7200);
+}
+
+TEST(Offset, TakesTheZoneBeforeItConverts) {
+  const WithZone zone("AAA1");
+  const ClockAt clock(kSummer);
+  const With localtime(fake_localtime, [](const std::time_t *when) {
+    setenv("TZ", "BBB2", 1);
+    return fake_localtime.real(when);
+  });
+  EXPECT_EQ(wek_localtime_offset(), 3600);
+}
+
 TEST(Offset, IsTheBareZonesWithoutALocalTime) {
   const WithZone zone(kNewYork);
   const ClockAt clock(kSummer);
@@ -235,6 +253,8 @@ TEST(PassThrough, ReturnsWhatTheSystemReturns) {
   EXPECT_STREQ(tav_ctime(&when), "Mon Jul  2 20:00:00 2007\n");
   std::tm fields = *std::localtime(&when);
   EXPECT_EQ(tav_mktime(&fields), kSummer);
+  fields.tm_isdst = 0;  // the flag goes through as well: an hour later
+  EXPECT_EQ(tav_mktime(&fields), kSummer + 3600);
 }
 
 TEST(PassThrough, HandsItsArgumentOnUnchanged) {

@@ -100,9 +100,10 @@ TEST(TimeText, ReturnsZeroWhenTheNamesOfTheLocaleDoNotFit) {
 }
 
 TEST(TimeText, LeavesTheLocaleAlone) {
-  const std::string before = std::setlocale(LC_ALL, nullptr);
+  // Were the environment's locale taken over, it would be this one, which every C library has.
+  const WithVariable environment("LC_ALL", "C.UTF-8");
   time_text(0);
-  EXPECT_EQ(before, std::setlocale(LC_ALL, nullptr));
+  EXPECT_STREQ(std::setlocale(LC_ALL, nullptr), "C");
 }
 
 TEST(DateLine, PutsThePrefixBeforeTheDateWithNothingBetween) {
@@ -121,6 +122,13 @@ TEST(DateLine, CopiesPercentSignsOfThePrefixAsTheyStand) {
   char line[64];
   EXPECT_EQ(date_to_line(0, line, "100%% %d "), 20);
   EXPECT_STREQ(line, "100%% %d 12/28/1986\n");
+}
+
+TEST(DateLine, CopiesAPrefixOfAnyLength) {
+  const std::string prefix(5000, 'x');
+  GuardedBuffer line(prefix.size() + 12);
+  EXPECT_EQ(date_to_line(0, line.data(), prefix.c_str()), 5011);
+  EXPECT_EQ(line.data(), prefix + "12/28/1986\n");
 }
 
 TEST(DateLine, NeedsTwelveBytesBehindThePrefix) {
@@ -175,6 +183,11 @@ TEST_P(PrintedLine, ReadsThePrefixAsAFormat) {
     EXPECT_EQ(printed.text, row.line);
     EXPECT_EQ(printed.result, static_cast<int>(std::strlen(row.line)));
   }
+}
+
+TEST(PrintedTimeLine, ReadsTheStampAsUnsigned) {
+  EXPECT_EQ(print_all(0, -1, nullptr, 1).text, "02/06/2106\n");
+  EXPECT_EQ(print_all(0, -1, nullptr, 3).text, "02/06/2106\n");
 }
 
 TEST_P(PrintedLine, WritesTheTextOfErrnoForPercentM) {
@@ -392,6 +405,8 @@ TEST(OldInput, AcceptsYearMonthAndDay) {
       {"  2007/ 12/ 31", 0, 107, 12, 31},
       {"0 1 1", 0, 0, 1, 1},
       {"+2007 +12 +31", 0, 107, 12, 31},
+      {"2007 08 09", 0, 107, 8, 9},  // decimal in spite of the zeros
+      {"2007/010/011", 0, 107, 10, 11},
   };
   for (const ParseRow &row : rows)
     expect_parsed(row);
@@ -404,6 +419,13 @@ TEST(OldInput, RejectsEverythingElse) {
         "2007/12", "-1 1 1", "2007 13 1", "2007 0 1", "2007 1 0", "2007 1 32", "2007/12 31"}) {
     expect_parsed({text, 255, 0, 0, 0});
   }
+}
+
+TEST(OldInput, WantsThreeNumbersEvenWhereTheDayIsPreset) {
+  const WithVariable mode(kOldMode, "");
+  std::uint16_t date = 0;
+  EXPECT_EQ(string_to_date("2007 12", &date), 0);
+  EXPECT_EQ(string_to_date("2007/12", &date), 0);
 }
 
 TEST(OldInput, MayHaveWrittenOutputsOfARejectedText) {

@@ -47,11 +47,11 @@ LocalTime clock_local() {
   return {seconds, wek_localtime(&stamp)};
 }
 
-std::int32_t offset_west_of_utc(std::tm *fields) {
-  const auto zone = static_cast<std::int32_t>(timezone);
-  if (fields == nullptr) return zone;
+std::int32_t offset_west_of_utc(long zone, std::tm *fields) {
+  const auto standard = static_cast<std::int32_t>(zone);
+  if (fields == nullptr) return standard;
   if (fields->tm_isdst < 0) fields->tm_isdst = 0;
-  return fields->tm_isdst != 0 ? zone - 3600 : zone;
+  return fields->tm_isdst != 0 ? standard - 3600 : standard;
 }
 
 }  // namespace orla

@@ -32,10 +32,10 @@ struct LocalTime {
 
 LocalTime clock_local();
 
-// Seconds west of UTC, by the zone that the last conversion left in force: `timezone`, less one hour
-// while daylight saving is in effect, whatever shift the zone's rules name. A negative daylight flag is
-// set to 0 in the record itself.
-std::int32_t offset_west_of_utc(std::tm *fields);
+// Seconds west of UTC: those of the zone (`timezone`), less one hour while daylight saving is in effect,
+// whatever shift the zone's rules name. A negative daylight flag is set to 0 in the record itself. Null
+// fields stand for a moment that cannot be converted.
+std::int32_t offset_west_of_utc(long zone, std::tm *fields);
 
 }  // namespace orla
 

@@ -7,6 +7,10 @@
 #include "time/calendar.h"
 #include "time/clock.h"
 
+#ifdef __i386__
+static_assert(sizeof(std::time_t) == 4, "programs compiled years ago pass 32 bits");
+#endif
+
 namespace {
 
 // 28 years of this calendar are a whole number of weeks: weekdays and leap years recur.
@@ -34,7 +38,8 @@ std::int32_t wek_time_stamp() noexcept { return static_cast<std::int32_t>(orla::
 
 std::int32_t wek_localtime_offset() noexcept {
   tzset();
-  return orla::offset_west_of_utc(orla::clock_local().fields);
+  const long zone = timezone;
+  return orla::offset_west_of_utc(zone, orla::clock_local().fields);
 }
 
 std::uint32_t wek_time_stamp_local() noexcept {

@@ -119,7 +119,9 @@ void show_host(Run &run) {
 
 void add_host_command(CLI::App &program, Run &run) {
   add_command(program, run, "host", "Show this host: processors, memory, disks")
-      ->footer("A figure that is missing comes with its reason, and the exit status is then 1.")
+      ->footer(
+          "A figure that is missing comes with its reason, and the exit status is then 1.\n"
+          "With K7LIB_VERB=y set K7LOG_PATH too, or trace lines stand between the figures.")
       ->callback([&run] { show_host(run); });
 }
 

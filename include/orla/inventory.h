@@ -90,9 +90,10 @@ ORLA_EXPORT int HTSupported(void) ORLA_NOEXCEPT;
  *  The kernel release says where to look: its major number over 2, or minor over 4, or patch over 18, each
  *  tested by itself, means /proc/cpuinfo ("siblings" or "threads"); otherwise the kernel log is searched.
  *
- *  @return  logical processors per package (from /proc/cpuinfo) or lines that map siblings (from the
- *           log); 0 when the kernel reports none; -1 when it cannot be asked, when its release breaks
- *           off behind a number, or when packages disagree.
+ *  @return  logical processors per package (from /proc/cpuinfo) or occurrences of
+ *           "cpu_sibling_map[" (in the log); 0 when the kernel reports none; -1 when it cannot be asked,
+ *           when its release breaks off behind a number, when a "siblings" or "threads" line has no ":"
+ *           behind the blanks, or when packages disagree.
  *  Errors: a /proc/cpuinfo that does not open is named on standard error. A kernel log that cannot be
  *  read is reported there too and ends the process with exit status 1.
  *  Threads: safe.

@@ -179,7 +179,7 @@ ORLA_EXPORT int time_to_line(int32_t stamp, char *line, const char *prefix) ORLA
  *
  *  In the prefix "%%" prints a percent sign and "%m" the text of `errno`. There are no arguments, so any
  *  other conversion is printed as it stands. A prefix may have any length; when the heap is exhausted,
- *  one over 2,000 characters is cut.
+ *  a line over 2,048 characters is cut.
  *
  *  @param[in] date    date number.
  *  @param[in] prefix  optional cstr.
@@ -253,7 +253,7 @@ ORLA_EXPORT void orla_strptime(const char *text, const char *format,
  *
  *  | mode     | text                         | year |
  *  | -------- | ---------------------------- | ---- |
- *  | standard | `12/31/2007`, `1/2/2007`     | with its century; "12/31/07" is rejected |
+ *  | standard | `12/31/2007`, `1/2/2007`     | with its century, so "12/31/07" is rejected; over 3800 it is lowered by 1900, over 5700 twice |
  *  | old      | `2007 12 31` or `2007/12/31` | over 1900 in full, otherwise since 1900 |
  *
  *  White space before a number and text behind the third are accepted. That the day exists in its
@@ -282,8 +282,9 @@ ORLA_EXPORT int string_to_date(const char *text, uint16_t *date) ORLA_NOEXCEPT;
 /** Turns a date text into the stamp of 00:00:00 UTC of that date.
  *
  *  @param[in] text  cstr.
- *  @return    seconds since 1970-01-01 00:00:00 UTC, to be read as unsigned; 0 for a text that is
- *             rejected, and, kept as it is, for 12/28/1986 (whose date number is 0).
+ *  @return    seconds since 1970-01-01 00:00:00 UTC, to be read as unsigned, and modulo 2^32 from
+ *             02/07/2106 on; 0 for a text that is rejected, for a day that does not exist, and, kept
+ *             as it is, for 12/28/1986 (whose date number is 0).
  *  Threads: as k7_parse_date().
  */
 ORLA_EXPORT int32_t string_to_time(const char *text) ORLA_NOEXCEPT;

@@ -58,7 +58,7 @@ ORLA_EXPORT extern char statuslog[ORLA_STATUSLOG_SIZE];
  *  percent sign and "%m" as the text of `errno`; any other "%" stands as it is. On standard output the
  *  message stands as it is throughout, followed by a line feed. No line end is added in the file: a
  *  message brings its own. A line reaches the file in one write, whatever its length; when the heap is
- *  exhausted, one over 2,000 characters is cut.
+ *  exhausted, one over 2,048 characters is cut, its line end included.
  *
  *  @param[in] message  optional cstr; null is the close request: the trace file is closed.
  *  Errors: a file that cannot be opened is named on standard error, at every call, and the line is

@@ -106,6 +106,7 @@ static void call_uuid(void) {
 }
 
 int main(void) {
+  unsetenv("ORLALS_DATE_FORMAT_OLD");
   call_time();
   call_inventory();
   call_trace();

@@ -7,17 +7,19 @@
 #include <filesystem>
 #include <fstream>
 #include <iterator>
+#include <stdexcept>
 #include <string>
 
 class TempDir {
  public:
   TempDir() {
     std::string name = (std::filesystem::temp_directory_path() / "orla-test-XXXXXX").string();
-    path_ = mkdtemp(name.data()) != nullptr ? name : "";
+    if (mkdtemp(name.data()) == nullptr) throw std::runtime_error("no temporary folder: " + name);
+    path_ = name;
   }
   ~TempDir() {
     std::error_code ignored;
-    if (!path_.empty()) std::filesystem::remove_all(path_, ignored);
+    std::filesystem::remove_all(path_, ignored);
   }
   TempDir(const TempDir &) = delete;
   TempDir &operator=(const TempDir &) = delete;

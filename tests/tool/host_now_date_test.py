@@ -82,7 +82,7 @@ class Now(tool.Tool):
         self.assertLessEqual(before, now["stamp"])
         self.assertLessEqual(now["stamp"], after)
         self.assertEqual(now["offset"], -7200)
-        self.assertIn(now["local_stamp"] - now["stamp"], (7200, 7201))
+        self.assertEqual(now["local_stamp"] - now["stamp"], 7200)
         local = time.gmtime(now["local_stamp"])
         self.assertEqual(now["date"], time.strftime("%m/%d/%Y", local))
         self.assertEqual(now["date_number"], (now["local_stamp"] // 86400 - 6205) % 65536)
