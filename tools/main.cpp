@@ -54,5 +54,9 @@ int main(int argc, char **argv) {
   orla_tool::add_host_command(program, run);
   orla_tool::add_now_command(program, run);
   orla_tool::add_date_command(program, run);
+  orla_tool::add_names_command(program, run);
+  orla_tool::add_tokens_command(program, run);
+  orla_tool::add_load_command(program, run);
+  orla_tool::add_trace_command(program, run);
   return run_tool(program, run, argc, argv);
 }
