@@ -23,7 +23,14 @@ const char *read_token_plain(const char *text, char delimiter, char *out, int ou
 std::uint16_t count_delimiters_plain(const char *text, char delimiter);
 
 #ifdef ORLA_HAVE_SSE2_READER
-bool has_sse2();
+inline bool has_sse2() {
+#ifdef __SSE2__
+  return true;  // the compiler takes it for granted, as always on x86-64
+#else
+  return __builtin_cpu_supports("sse2") != 0;
+#endif
+}
+
 const char *read_token_sse2(const char *text, char delimiter, char *out, int out_size);
 std::uint16_t count_delimiters_sse2(const char *text, char delimiter);
 #endif

@@ -1,8 +1,8 @@
 // Three families from C++: tokens, loader and trace writer.
 //
-//     companion '"libc.so.6" "getenv"' opens the library named first and looks up the symbol named second.
+//     find_symbol '"libc.so.6" "getenv"' opens the library named first and looks up the symbol named second.
 //
-//     c++ companion.cpp -lorla
+//     c++ find_symbol.cpp -lorla
 
 #include <orla/loader.h>
 #include <orla/token.h>
