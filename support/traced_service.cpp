@@ -27,4 +27,8 @@ void trace(const char *format, Arguments... arguments) {
         static_cast<unsigned long>(status));
 }
 
+void trace_error_with_period(const char *name, const char *detail) {
+  if (orlalib_verbose != 0) trace("KVRAC0005E %s: %s.\n", name, detail);
+}
+
 }  // namespace orla

@@ -36,6 +36,10 @@ class TracedService {
   const char *name_;
 };
 
+// The other family of lines, in which the identifier is part of the format and the format puts a period
+// behind the detail. `name` has its parentheses.
+void trace_error_with_period(const char *name, const char *detail);
+
 }  // namespace orla
 
 #endif

@@ -37,8 +37,12 @@ CLI::App *add_command(CLI::App &parent, Run &run, const std::string &name,
 
 void add_date_command(CLI::App &program, Run &run);
 void add_host_command(CLI::App &program, Run &run);
+void add_load_command(CLI::App &program, Run &run);
+void add_names_command(CLI::App &program, Run &run);
 void add_now_command(CLI::App &program, Run &run);
 void add_uuid_command(CLI::App &program, Run &run);
+void add_tokens_command(CLI::App &program, Run &run);
+void add_trace_command(CLI::App &program, Run &run);
 
 }  // namespace orla_tool
 

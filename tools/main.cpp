@@ -55,6 +55,10 @@ int main(int argc, char **argv) try {
   orla_tool::add_now_command(program, run);
   orla_tool::add_date_command(program, run);
   orla_tool::add_uuid_command(program, run);
+  orla_tool::add_names_command(program, run);
+  orla_tool::add_tokens_command(program, run);
+  orla_tool::add_load_command(program, run);
+  orla_tool::add_trace_command(program, run);
   return run_tool(program, run, argc, argv);
 } catch (const std::exception &error) {
   std::fprintf(stderr, "orla: %s\n", error.what());

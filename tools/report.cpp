@@ -41,6 +41,13 @@ void Report::list(const std::string &key, const std::string &label,
   }
 }
 
+void Report::numbered(const std::string &key, const std::string &label,
+                      const std::vector<std::string> &values) {
+  target()[key] = values;
+  for (std::size_t i = 0; i < values.size(); ++i)
+    lines_.push_back({label + " " + std::to_string(i), '"' + values[i] + '"', ""});
+}
+
 void Report::missing(const std::string &key, const std::string &label, const std::string &reason) {
   target()[key] = nullptr;
   target()[key + "_missing"] = reason;

@@ -26,6 +26,10 @@ class Report {
   void list(const std::string &key, const std::string &label,
             const std::vector<std::string> &values, const std::string &note = "");
 
+  // Texts in their order, numbered from 0 and quoted for people; in JSON an array.
+  void numbered(const std::string &key, const std::string &label,
+                const std::vector<std::string> &values);
+
   // A figure that could not be had: null in JSON, with the reason beside it under `key`_missing.
   void missing(const std::string &key, const std::string &label, const std::string &reason);
 

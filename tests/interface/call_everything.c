@@ -64,6 +64,64 @@ static void call_inventory(void) {
   if (CPUID_is_supported()) cpuid(0, &eax, &ebx, &ecx, &edx);
 }
 
+static void call_tokens(void) {
+  const char *text = "\"a\" \"bc\"";
+  char token[8];
+
+  assert(get_first_delimited_token_in_string(text, '"', token, sizeof token) == text + 3);
+  assert(get_delimited_token_in_string(text, 0, '"', token, sizeof token) == text + 3);
+  assert(strcmp(token, "a") == 0);
+  assert(count_delimited_tokens_in_string(text, '"') == 2);
+}
+
+/* As the library defines them: 32 bits come back from all four. */
+uint32_t htonl(uint32_t host);
+uint32_t htons(uint16_t host);
+uint32_t ntohl(uint32_t network);
+uint32_t ntohs(uint16_t network);
+
+static void call_byte_order(void) {
+  char bytes[2] = {1, 2};
+
+  swap(&bytes[0], &bytes[1]);
+  assert(bytes[0] == 2 && bytes[1] == 1);
+  assert(htonl(0x11223344u) == 0x44332211u && ntohl(0x11223344u) == 0x44332211u);
+  assert(htons(0x1122u) == 0x2211u && ntohs(0x1122u) == 0x2211u);
+}
+
+static void call_names(void) {
+  char name[ORLA_NAME_SIZE];
+  char node[ORLA_NODE_NAME_SIZE];
+
+  orla_ls_user = "a user";
+  orla_ls_group = "a group";
+  orla_get_user_name(name);
+  assert(strcmp(name, "a user") == 0);
+  orla_get_group_name(name);
+  assert(strcmp(name, "a group") == 0);
+  orla_ls_user = NULL;
+  orla_ls_group = NULL;
+  orla_get_user_name(name);
+  orla_get_group_name(name);
+  assert(name[0] != '\0');
+  orla_get_node_name(node);
+  assert(strlen(node) < sizeof node);
+}
+
+static void call_loader(void) {
+  orla_library_id *id = orla_slnk_allocate_library_id();
+  orla_status status;
+
+  assert(id != NULL);
+  orla_slnk_load_library("libc.so.6", id, &status);
+  assert(status == 0);
+  assert(orla_slnk_get_proc_addr(id, "getenv", &status) != NULL);
+  assert(orla_slnk_free_library(id) == 0);
+  orla_slnk_load_library("liborla-nowhere.so", id, &status);
+  assert(status == ORLA_LOADER_FAILED);
+  orla_slnk_free_library_id(id);
+}
+
 static void call_trace(void) {
   assert(sizeof statuslog == 1024);
   orlathr_verbose = 0;
@@ -109,6 +167,10 @@ int main(void) {
   unsetenv("ORLALS_DATE_FORMAT_OLD");
   call_time();
   call_inventory();
+  call_tokens();
+  call_byte_order();
+  call_names();
+  call_loader();
   call_trace();
   call_uuid();
   return 0;

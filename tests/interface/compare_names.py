@@ -18,7 +18,7 @@ def groups_of_map(path):
     """Header to the names listed under it."""
     with open(path, encoding="utf-8") as file:
         exported = file.read().partition("global:")[2].partition("local:")[0]
-    parts = re.split(r"#.*?(orla/\w+\.h)\n", exported)
+    parts = re.split(r"#.*?(orla/\w+\.h).*\n", exported)
     return {header: set(re.findall(r"(\w+);", names))
             for header, names in zip(parts[1::2], parts[2::2])}
 

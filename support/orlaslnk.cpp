@@ -1,0 +1,77 @@
+// Loader: dlopen() and dlsym() with a handle on the heap, a second folder and a status.
+
+#include <dlfcn.h>
+#include <orla/loader.h>
+
+#include <cstdio>
+#include <cstdlib>
+
+#include "support/traced_service.h"
+
+struct orla_library_id {
+  void *handle;  // of dlopen(); null after a failed load
+};
+
+namespace {
+
+constexpr char kFallbackDirectory[] = ORLA_LIBRARY_FALLBACK_DIRECTORY;
+constexpr std::size_t kPathSize = 256;
+constexpr std::size_t kErrorSize = 256;
+
+static_assert(sizeof kFallbackDirectory + ORLA_LIBRARY_FALLBACK_NAME_MAX == kPathSize);
+
+// The linker has no text when it did not fail: for a symbol that is there and null.
+const char *linker_error() {
+  const char *text = dlerror();
+  return text != nullptr ? text : "(null)";
+}
+
+// RTLD_LOCAL is the absence of RTLD_GLOBAL: the library's symbols stay its own.
+void *open_library(const char *path) { return dlopen(path, RTLD_NOW); }
+
+void *open_in_fallback_directory(const char *name) {
+  char path[kPathSize];
+  const int length = std::snprintf(path, sizeof path, "%s%s", kFallbackDirectory, name);
+  // A path that was cut could be another library's.
+  return length < static_cast<int>(sizeof path) ? open_library(path) : nullptr;
+}
+
+// The text is built even when it is not traced: asking for the linker's error uses it up. Its line feed
+// is kept, so that the trace line ends in a line feed, a period and a line feed.
+[[gnu::cold]] orla_status report_failed_load(const char *name) {
+  char error[kErrorSize];
+  std::snprintf(error, sizeof error, "Error loading module %s, dlerror: %s\n", name,
+                linker_error());
+  orla::trace_error_with_period("orla_slnk_load_library()", error);
+  return ORLA_LOADER_FAILED;
+}
+
+// The comma at the start of the second line has always been there.
+[[gnu::cold]] orla_status report_missing_symbol(const char *symbol) {
+  std::printf("Error looking up procedure %s\n,%s\n", symbol, linker_error());
+  return ORLA_LOADER_FAILED;
+}
+
+}  // namespace
+
+orla_library_id *orla_slnk_allocate_library_id() noexcept {
+  return static_cast<orla_library_id *>(std::malloc(sizeof(orla_library_id)));
+}
+
+void orla_slnk_load_library(const char *name, orla_library_id *id, orla_status *status) noexcept {
+  *status = 0;
+  id->handle = open_library(name);
+  if (id->handle == nullptr) id->handle = open_in_fallback_directory(name);
+  if (id->handle == nullptr) *status = report_failed_load(name);
+}
+
+void *orla_slnk_get_proc_addr(const orla_library_id *id, const char *symbol,
+                              orla_status *status) noexcept {
+  void *address = dlsym(id->handle, symbol);
+  if (address == nullptr) *status = report_missing_symbol(symbol);
+  return address;  // on success the status stays as the caller left it
+}
+
+int orla_slnk_free_library(const orla_library_id *id) noexcept { return dlclose(id->handle); }
+
+void orla_slnk_free_library_id(orla_library_id *id) noexcept { std::free(id); }

@@ -1,0 +1,467 @@
+// The loader: which paths it tries, what it reports and where.
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+#include <orla/loader.h>
+#include <orla/trace.h>
+
+#include <cstring>
+#include <string>
+#include <utility>
+#include <vector>
+
+#include "fakes/heap.h"
+#include "fakes/linker.h"
+#include "kit/environment.h"
+#include "kit/modules.h"
+#include "kit/temp_dir.h"
+
+namespace {
+
+using testing::EndsWith;
+using testing::HasSubstr;
+using testing::internal::CaptureStderr;
+using testing::internal::CaptureStdout;
+using testing::internal::GetCapturedStderr;
+using testing::internal::GetCapturedStdout;
+
+constexpr orla_status kFailed = 0x1D01001F;
+constexpr const char *kNowhere = "liborla-test-nowhere.so";
+constexpr const char *kTracePrefix = "KVRAC0005E orla_slnk_load_library(): ";
+
+// A record, filled with rubbish as the heap may hand it out.
+class LibraryId {
+ public:
+  LibraryId() : id_(orla_slnk_allocate_library_id()) { std::memset(id_, 0xA5, sizeof(void *)); }
+  ~LibraryId() { orla_slnk_free_library_id(id_); }
+  LibraryId(const LibraryId &) = delete;
+  LibraryId &operator=(const LibraryId &) = delete;
+
+  operator orla_library_id *() { return id_; }
+  void *handle() const {
+    void *handle;
+    std::memcpy(&handle, id_, sizeof handle);
+    return handle;
+  }
+  orla_status load(const char *name) {
+    orla_status status = 4711;
+    orla_slnk_load_library(name, id_, &status);
+    return status;
+  }
+
+ private:
+  orla_library_id *id_;
+};
+
+// Stands in for the dynamic linker: opens what is in `opens` and writes down what it was asked for.
+class FakeLinker {
+ public:
+  explicit FakeLinker(std::string opens) : opens_(std::move(opens)) {}
+
+  std::vector<std::string> tried;
+  std::vector<int> flags;
+  int errors_read = 0;
+  void *library = this;
+  std::string error = "the linker's text";
+
+ private:
+  std::string opens_;
+  With<void *(const char *, int)> open_{fake_dlopen, [this](const char *path, int with) {
+                                          tried.emplace_back(path);
+                                          flags.push_back(with);
+                                          return path == opens_ ? library : nullptr;
+                                        }};
+  With<char *()> error_{fake_dlerror, [this] {
+                          ++errors_read;
+                          return error.data();
+                        }};
+};
+
+// Tracing into a file of the test's own.
+class Traced {
+ public:
+  Traced() { orlalib_verbose = 255; }
+  ~Traced() {
+    TavTrace(nullptr);
+    orlalib_verbose = 0;
+  }
+  Traced(const Traced &) = delete;
+  Traced &operator=(const Traced &) = delete;
+
+  // Without its stamps; those before the message hold no 'K'.
+  std::string text() const {
+    const std::string all = folder_.read("trace");
+    const std::size_t start = all.find('K');
+    return start == std::string::npos ? all : all.substr(start);
+  }
+
+ private:
+  TempDir folder_;
+  WithVariable path_{"K7LOG_PATH", folder_.path("trace").c_str()};
+};
+
+TEST(LibraryIdRecord, IsNullWhenTheHeapIsExhausted) {
+  orla_library_id *id;
+  {
+    const HeapExhausted heap;
+    id = orla_slnk_allocate_library_id();
+  }
+  EXPECT_EQ(id, nullptr);
+}
+
+TEST(LibraryIdRecord, MayBeNullWhenItIsFreed) { orla_slnk_free_library_id(nullptr); }
+
+TEST(LoadLibrary, OpensAGoodLibraryWithStatusZero) {
+  LibraryId id;
+  EXPECT_EQ(id.load(kGoodModule), 0u);
+  EXPECT_NE(id.handle(), nullptr);
+  EXPECT_EQ(orla_slnk_free_library(id), 0);
+}
+
+TEST(LoadLibrary, GivesTheNameAsItStandsToTheLinkerWithRtldNowAlone) {
+  FakeLinker linker("libname.so");
+  LibraryId id;
+  EXPECT_EQ(id.load("libname.so"), 0u);
+  EXPECT_EQ(linker.tried, std::vector<std::string>{"libname.so"});
+  EXPECT_EQ(linker.flags, std::vector<int>{RTLD_NOW});
+  EXPECT_EQ(id.handle(), linker.library);
+  EXPECT_EQ(linker.errors_read, 0);
+}
+
+TEST(LoadLibrary, TriesTheFallbackDirectoryInTheSameWay) {
+  FakeLinker linker("/opt/tav/ls/dll/libname.so");
+  LibraryId id;
+  const Traced traced;
+  EXPECT_EQ(id.load("libname.so"), 0u);
+  EXPECT_EQ(linker.tried, (std::vector<std::string>{"libname.so", "/opt/tav/ls/dll/libname.so"}));
+  EXPECT_EQ(linker.flags, (std::vector<int>{RTLD_NOW, RTLD_NOW}));
+  EXPECT_EQ(id.handle(), linker.library);
+  EXPECT_EQ(linker.errors_read, 0);
+  EXPECT_EQ(traced.text(), "");
+}
+
+TEST(LoadLibrary, TriesTheFallbackDirectoryEvenForNamesWithASlash) {
+  for (const std::string name : {"/usr/lib/absolute.so", "./relative.so", "a/b.so", ""}) {
+    FakeLinker linker("");
+    linker.library = nullptr;
+    LibraryId id;
+    EXPECT_EQ(id.load(name.c_str()), kFailed);
+    EXPECT_EQ(linker.tried, (std::vector<std::string>{name, "/opt/tav/ls/dll/" + name}));
+  }
+}
+
+TEST(LoadLibrary, LeavesTheHandleNullAfterAFailure) {
+  LibraryId id;
+  EXPECT_EQ(id.load(kNowhere), kFailed);
+  EXPECT_EQ(id.handle(), nullptr);
+}
+
+TEST(LoadLibrary, FailsForALibraryWithAnUnresolvedSymbol) {
+  void *lazily = dlopen(kUnresolvedModule, RTLD_LAZY);
+  ASSERT_NE(lazily, nullptr) << "the module is to open as long as nothing is resolved";
+  dlclose(lazily);
+  LibraryId id;
+  EXPECT_EQ(id.load(kUnresolvedModule), kFailed);
+  EXPECT_EQ(id.handle(), nullptr);
+}
+
+TEST(LoadLibrary, DoesNotMakeTheSymbolsGlobal) {
+  LibraryId id;
+  ASSERT_EQ(id.load(kGoodModule), 0u);
+  EXPECT_EQ(dlsym(RTLD_DEFAULT, "orla_module_answer"), nullptr);
+  orla_slnk_free_library(id);
+}
+
+TEST(LoadLibrary, LosesTheFirstHandleWhenLoadedTwice) {
+  FakeLinker linker("libname.so");
+  LibraryId id;
+  id.load("libname.so");
+  int other;
+  linker.library = &other;
+  id.load("libname.so");
+  EXPECT_EQ(id.handle(), &other);
+}
+
+TEST(LoadLibrary, MayLoadARecordAgainAfterItsLibraryIsFreed) {
+  LibraryId id;
+  for (int i = 0; i < 3; ++i) {
+    ASSERT_EQ(id.load(kGoodModule), 0u);
+    orla_status status = 0;
+    EXPECT_NE(orla_slnk_get_proc_addr(id, "orla_module_answer", &status), nullptr);
+    EXPECT_EQ(orla_slnk_free_library(id), 0);
+  }
+  EXPECT_EQ(id.load(kNowhere), kFailed);
+  EXPECT_EQ(id.load(kGoodModule), 0u);
+  orla_slnk_free_library(id);
+}
+
+TEST(LoadLibrary, WritesNothingToTheStandardStreamsAndNoTraceWhenItIsOff) {
+  const TempDir folder;
+  const WithVariable path("K7LOG_PATH", folder.path("trace").c_str());
+  CaptureStdout();
+  CaptureStderr();
+  LibraryId id;
+  id.load(kNowhere);
+  orlathr_verbose = 255;  // the thread switch alone makes no service write
+  id.load(kNowhere);
+  EXPECT_EQ(GetCapturedStdout(), "");
+  EXPECT_EQ(GetCapturedStderr(), "");
+  EXPECT_FALSE(folder.holds("trace"));
+}
+
+TEST(LoadLibrary, UsesUpTheLinkersErrorWhetherTracingIsOnOrNot) {
+  FakeLinker linker("");
+  LibraryId id;
+  id.load("libname.so");
+  EXPECT_EQ(linker.errors_read, 1);
+  const Traced traced;
+  id.load("libname.so");
+  EXPECT_EQ(linker.errors_read, 2);
+}
+
+TEST(FailedLoad, IsTracedAndTheLineEndsInALineFeedAPeriodAndALineFeed) {
+  FakeLinker linker("");
+  LibraryId id;
+  const Traced traced;
+  EXPECT_EQ(id.load("libname.so"), kFailed);
+  EXPECT_EQ(traced.text(), std::string(kTracePrefix) +
+                               "Error loading module libname.so, dlerror: the linker's text\n.\n");
+  EXPECT_EQ(statuslog[0], '\0');
+}
+
+TEST(FailedLoad, IsTracedWithTheCallersNameAndTheTextOfTheSecondAttempt) {
+  LibraryId id;
+  const Traced traced;
+  id.load(kNowhere);
+  const std::string text = traced.text();
+  EXPECT_THAT(text, HasSubstr(std::string("Error loading module ") + kNowhere + ", dlerror: "));
+  EXPECT_THAT(text, HasSubstr(std::string("dlerror: /opt/tav/ls/dll/") + kNowhere + ": "));
+}
+
+TEST(SuccessfulLoad, IsNotTracedNorAnyOtherOperation) {
+  const Traced traced;
+  LibraryId id;
+  ASSERT_EQ(id.load(kGoodModule), 0u);
+  orla_status status = 0;
+  orla_slnk_get_proc_addr(id, "orla_module_answer", &status);
+  CaptureStdout();
+  orla_slnk_get_proc_addr(id, "orla_module_missing", &status);
+  GetCapturedStdout();
+  orla_slnk_free_library(id);
+  EXPECT_EQ(traced.text(), "");
+}
+
+TEST(FailedLoad, WithoutAnErrorTextOfTheLinkerIsTracedAllTheSame) {
+  const With open(fake_dlopen, [](const char *, int) { return static_cast<void *>(nullptr); });
+  const With error(fake_dlerror, [] { return static_cast<char *>(nullptr); });
+  LibraryId id;
+  const Traced traced;
+  EXPECT_EQ(id.load("libname.so"), kFailed);
+  EXPECT_EQ(traced.text(),
+            std::string(kTracePrefix) + "Error loading module libname.so, dlerror: (null)\n.\n");
+}
+
+TEST(LongName, Of239CharactersIsTriedInTheFallbackDirectory) {
+  const std::string name(239, 'n');
+  FakeLinker linker("/opt/tav/ls/dll/" + name);
+  LibraryId id;
+  EXPECT_EQ(id.load(name.c_str()), 0u);
+  ASSERT_EQ(linker.tried.size(), 2u);
+  EXPECT_EQ(linker.tried[1].size(), 255u);
+}
+
+TEST(LongName, Of240CharactersIsTriedAsItStandsOnly) {
+  for (const std::size_t length : {240u, 241u, 256u, 5000u}) {
+    const std::string name(length, 'n');
+    FakeLinker linker("");
+    LibraryId id;
+    EXPECT_EQ(id.load(name.c_str()), kFailed);
+    EXPECT_EQ(linker.tried, std::vector<std::string>{name});
+    EXPECT_EQ(linker.errors_read, 1);
+    EXPECT_EQ(id.handle(), nullptr);
+  }
+}
+
+TEST(LongName, MayOpenAsItStands) {
+  const std::string name(240, 'n');
+  FakeLinker linker(name);
+  LibraryId id;
+  EXPECT_EQ(id.load(name.c_str()), 0u);
+}
+
+// The text without the linker's part: "Error loading module ", ", dlerror: ", the line feed.
+constexpr std::size_t kAroundTheTexts = 21 + 11 + 1;
+
+TEST(LongError, Of255CharactersIsTracedWhole) {
+  FakeLinker linker("");
+  linker.error = std::string(255 - kAroundTheTexts - 1, 'e');
+  LibraryId id;
+  const Traced traced;
+  id.load("n");
+  EXPECT_EQ(traced.text(), std::string(kTracePrefix) +
+                               "Error loading module n, dlerror: " + linker.error + "\n.\n");
+}
+
+TEST(LongError, Over255CharactersIsCutThereAndLosesItsLineFeed) {
+  for (const std::size_t more : {1u, 2u, 3000u}) {
+    FakeLinker linker("");
+    linker.error = std::string(255 - kAroundTheTexts - 1 + more, 'e');
+    LibraryId id;
+    const Traced traced;
+    id.load("n");
+    const std::string whole = "Error loading module n, dlerror: " + linker.error + "\n";
+    EXPECT_EQ(traced.text(), kTracePrefix + whole.substr(0, 255) + ".\n");
+  }
+}
+
+TEST(LongError, OfANameThatFillsItIsCutInTheName) {
+  FakeLinker linker("");
+  const std::string name(3000, 'n');
+  LibraryId id;
+  const Traced traced;
+  id.load(name.c_str());
+  EXPECT_EQ(traced.text(), kTracePrefix + ("Error loading module " + name).substr(0, 255) + ".\n");
+}
+
+// The trace writer reads a message as a format: two percent signs are one, and no other is followed.
+TEST(FailedLoad, OfANameWithPercentSignsIsTracedWithoutReadingArguments) {
+  FakeLinker linker("");
+  linker.error = "100%% of %s%n%d";
+  LibraryId id;
+  const Traced traced;
+  EXPECT_EQ(id.load("%s%n%x%%.so"), kFailed);
+  EXPECT_EQ(traced.text(), std::string(kTracePrefix) +
+                               "Error loading module %s%n%x%.so, dlerror: 100% of %s%n%d\n.\n");
+}
+
+TEST(ProcAddr, IsTheSymbolsAndLeavesTheStatusAsItWas) {
+  LibraryId id;
+  ASSERT_EQ(id.load(kGoodModule), 0u);
+  orla_status status = 4711;
+  CaptureStdout();
+  auto *answer =
+      reinterpret_cast<int (*)()>(orla_slnk_get_proc_addr(id, "orla_module_answer", &status));
+  EXPECT_EQ(GetCapturedStdout(), "");
+  ASSERT_NE(answer, nullptr);
+  EXPECT_EQ(answer(), 42);
+  EXPECT_EQ(status, 4711u);
+  orla_slnk_free_library(id);
+}
+
+TEST(ProcAddr, OfAMissingSymbolPrintsTwoLinesTheSecondWithACommaInFront) {
+  LibraryId id;
+  ASSERT_EQ(id.load(kGoodModule), 0u);
+  const With error(fake_dlerror, [] { return const_cast<char *>("the linker's text"); });
+  orla_status status = 0;
+  CaptureStdout();
+  EXPECT_EQ(orla_slnk_get_proc_addr(id, "orla_module_missing", &status), nullptr);
+  EXPECT_EQ(GetCapturedStdout(),
+            "Error looking up procedure orla_module_missing\n,the linker's text\n");
+  EXPECT_EQ(status, kFailed);
+  orla_slnk_free_library(id);
+}
+
+TEST(ProcAddr, OfAMissingSymbolGivesTheLinkersOwnText) {
+  LibraryId id;
+  ASSERT_EQ(id.load(kGoodModule), 0u);
+  orla_status status = 0;
+  CaptureStdout();
+  orla_slnk_get_proc_addr(id, "orla_module_missing", &status);
+  EXPECT_THAT(GetCapturedStdout(), HasSubstr("undefined symbol: orla_module_missing\n"));
+  orla_slnk_free_library(id);
+}
+
+TEST(ProcAddr, AfterAFailureDoesNotClearTheStatus) {
+  LibraryId id;
+  ASSERT_EQ(id.load(kGoodModule), 0u);
+  orla_status status = 0;
+  CaptureStdout();
+  orla_slnk_get_proc_addr(id, "orla_module_missing", &status);
+  GetCapturedStdout();
+  EXPECT_NE(orla_slnk_get_proc_addr(id, "orla_module_answer", &status), nullptr);
+  EXPECT_EQ(status, kFailed);
+  orla_slnk_free_library(id);
+}
+
+TEST(ProcAddr, TakesASymbolWhoseValueIsNullForMissing) {
+  LibraryId id;
+  ASSERT_EQ(id.load(kGoodModule), 0u);
+  dlerror();
+  ASSERT_EQ(dlsym(id.handle(), "orla_module_null"), nullptr);
+  ASSERT_EQ(dlerror(), nullptr) << "the module is to have the symbol";
+  orla_status status = 0;
+  CaptureStdout();
+  EXPECT_EQ(orla_slnk_get_proc_addr(id, "orla_module_null", &status), nullptr);
+  EXPECT_EQ(GetCapturedStdout(), "Error looking up procedure orla_module_null\n,(null)\n");
+  EXPECT_EQ(status, kFailed);
+  orla_slnk_free_library(id);
+}
+
+TEST(ProcAddr, OfANameWithPercentSignsPrintsThemAsTheyAre) {
+  LibraryId id;
+  ASSERT_EQ(id.load(kGoodModule), 0u);
+  orla_status status = 0;
+  CaptureStdout();
+  orla_slnk_get_proc_addr(id, "%s%n%%", &status);
+  EXPECT_THAT(GetCapturedStdout(), testing::StartsWith("Error looking up procedure %s%n%%\n,"));
+  orla_slnk_free_library(id);
+}
+
+TEST(ProcAddr, AfterAFailedLoadSeesTheWholeProgram) {
+  LibraryId id;
+  ASSERT_EQ(id.load(kNowhere), kFailed);
+  orla_status status = 0;
+  EXPECT_EQ(orla_slnk_get_proc_addr(id, "orla_slnk_load_library", &status),
+            dlsym(RTLD_DEFAULT, "orla_slnk_load_library"));
+  EXPECT_EQ(status, 0u);
+}
+
+TEST(FreeLibrary, ReturnsTheLinkersResultAndKeepsTheHandle) {
+  for (const int result : {0, -1, 17}) {
+    FakeLinker linker("libname.so");
+    LibraryId id;
+    id.load("libname.so");
+    void *closed = nullptr;
+    const With close(fake_dlclose, [&](void *handle) {
+      closed = handle;
+      return result;
+    });
+    EXPECT_EQ(orla_slnk_free_library(id), result);
+    EXPECT_EQ(closed, linker.library);
+    EXPECT_EQ(id.handle(), linker.library);
+  }
+}
+
+TEST(FreeLibrary, CalledTwiceHandsTheSameHandleToTheLinkerTwice) {
+  FakeLinker linker("libname.so");
+  LibraryId id;
+  id.load("libname.so");
+  std::vector<void *> closed;
+  const With close(fake_dlclose, [&](void *handle) {
+    closed.push_back(handle);
+    return closed.size() == 1 ? 0 : -1;
+  });
+  EXPECT_EQ(orla_slnk_free_library(id), 0);
+  EXPECT_EQ(orla_slnk_free_library(id), -1);
+  EXPECT_EQ(closed, (std::vector<void *>{linker.library, linker.library}));
+}
+
+TEST(FreeLibrary, TakesTheLibraryOutOfMemory) {
+  LibraryId id;
+  ASSERT_EQ(id.load(kGoodModule), 0u);
+  EXPECT_EQ(orla_slnk_free_library(id), 0);
+  EXPECT_EQ(dlopen(kGoodModule, RTLD_NOW | RTLD_NOLOAD), nullptr);
+}
+
+TEST(FreeLibraryId, LeavesTheLibraryOpen) {
+  {
+    LibraryId id;
+    ASSERT_EQ(id.load(kGoodModule), 0u);
+  }
+  void *still_open = dlopen(kGoodModule, RTLD_NOW | RTLD_NOLOAD);
+  EXPECT_NE(still_open, nullptr);
+  dlclose(still_open);
+  dlclose(still_open);
+}
+
+}  // namespace

@@ -1,0 +1,312 @@
+// User, group and node names, and the companion library's provider.
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+#include <orla/names.h>
+#include <orla/trace.h>
+
+#include <cerrno>
+#include <cstring>
+#include <string>
+#include <vector>
+
+#include "fakes/heap.h"
+#include "fakes/linker.h"
+#include "fakes/node.h"
+#include "fakes/users.h"
+#include "kit/guarded_buffer.h"
+#include "kit/modules.h"
+
+// Of the companion, which this program is linked with.
+extern "C" int orla_node_name(char *out);
+
+namespace {
+
+using testing::internal::CaptureStdout;
+using testing::internal::GetCapturedStdout;
+
+constexpr uid_t kUser = 4711;
+constexpr gid_t kGroup = 4712;
+
+// One user and one group; their names may be written to, as in the C library.
+class Host {
+ public:
+  Host(const char *user, const char *group_name) {
+    std::strcpy(user_, user);
+    std::strcpy(group_, group_name);
+    passwd_.pw_name = user_;
+    record_.gr_name = group_;
+  }
+  const char *user() const { return user_; }
+  const char *group_name() const { return group_; }
+
+ private:
+  char user_[64];
+  char group_[64];
+  passwd passwd_ = {};
+  group record_ = {};
+  With<uid_t()> uid_{fake_getuid, [] { return kUser; }};
+  With<gid_t()> gid_{fake_getgid, [] { return kGroup; }};
+  With<passwd *(uid_t)> users_{fake_getpwuid,
+                               [this](uid_t id) { return id == kUser ? &passwd_ : nullptr; }};
+  With<group *(gid_t)> groups_{fake_getgrgid,
+                               [this](gid_t id) { return id == kGroup ? &record_ : nullptr; }};
+};
+
+const std::string kName31 = "0123456789012345678901234567890";
+const std::string kName40 = kName31 + "123456789";
+
+TEST(UserName, IsThatOfTheRealUsersEntry) {
+  const Host host("alice", "staff");
+  GuardedBuffer out(6);  // no more is written than the name needs
+  orla_get_user_name(out.data());
+  EXPECT_STREQ(out.data(), "alice");
+}
+
+TEST(GroupName, IsThatOfTheRealGroupsEntry) {
+  const Host host("alice", "staff");
+  GuardedBuffer out(6);
+  orla_get_group_name(out.data());
+  EXPECT_STREQ(out.data(), "staff");
+}
+
+TEST(UserName, IsUnknownWithoutAnEntry) {
+  const With users(fake_getpwuid, [](uid_t) { return static_cast<passwd *>(nullptr); });
+  GuardedBuffer out(8);
+  orla_get_user_name(out.data());
+  EXPECT_STREQ(out.data(), "unknown");
+}
+
+TEST(GroupName, IsUnknownWithoutAnEntry) {
+  const With groups(fake_getgrgid, [](gid_t) { return static_cast<group *>(nullptr); });
+  GuardedBuffer out(8);
+  orla_get_group_name(out.data());
+  EXPECT_STREQ(out.data(), "unknown");
+}
+
+TEST(UserAndGroupName, Of31CharactersAreWholeAndTheEntriesUntouched) {
+  const Host host(kName31.c_str(), kName31.c_str());
+  GuardedBuffer out(ORLA_NAME_SIZE);
+  orla_get_user_name(out.data());
+  EXPECT_EQ(out.data(), kName31);
+  orla_get_group_name(out.data());
+  EXPECT_EQ(out.data(), kName31);
+  EXPECT_EQ(host.user(), kName31);
+  EXPECT_EQ(host.group_name(), kName31);
+}
+
+TEST(UserAndGroupName, OfMoreAreCutInTheEntriesThemselves) {
+  for (const std::string &name : {kName31 + "1", kName40}) {
+    const Host host(name.c_str(), name.c_str());
+    GuardedBuffer out(ORLA_NAME_SIZE);
+    orla_get_user_name(out.data());
+    EXPECT_EQ(out.data(), kName31);
+    EXPECT_EQ(host.user(), kName31);
+    EXPECT_EQ(host.group_name(), name);
+    orla_get_group_name(out.data());
+    EXPECT_EQ(out.data(), kName31);
+    EXPECT_EQ(host.group_name(), kName31);
+  }
+}
+
+TEST(Overrides, AreNullAtLoad) {
+  EXPECT_EQ(orla_ls_user, nullptr);
+  EXPECT_EQ(orla_ls_group, nullptr);
+}
+
+TEST(Overrides, StandInForTheSystemsNamesEachForItsOwn) {
+  const Host host("alice", "staff");
+  char out[ORLA_NAME_SIZE];
+  orla_ls_user = "somebody";
+  orla_get_user_name(out);
+  EXPECT_STREQ(out, "somebody");
+  orla_get_group_name(out);
+  EXPECT_STREQ(out, "staff");
+  orla_ls_user = nullptr;
+  orla_ls_group = "some group";
+  orla_get_user_name(out);
+  EXPECT_STREQ(out, "alice");
+  orla_get_group_name(out);
+  EXPECT_STREQ(out, "some group");
+}
+
+TEST(Overrides, AreCutAt31Characters) {
+  for (const std::string &name : {kName31, kName40}) {
+    orla_ls_user = name.c_str();
+    orla_ls_group = name.c_str();
+    GuardedBuffer out(ORLA_NAME_SIZE);
+    orla_get_user_name(out.data());
+    EXPECT_EQ(out.data(), kName31);
+    GuardedBuffer again(ORLA_NAME_SIZE);
+    orla_get_group_name(again.data());
+    EXPECT_EQ(again.data(), kName31);
+  }
+}
+
+TEST(Overrides, FillTheRestOfTheBufferWithZeros) {
+  orla_ls_user = "abc";
+  orla_ls_group = "";
+  GuardedBuffer out(ORLA_NAME_SIZE);
+  orla_get_user_name(out.data());
+  EXPECT_EQ(std::string(out.data(), ORLA_NAME_SIZE), "abc" + std::string(29, '\0'));
+  GuardedBuffer empty(ORLA_NAME_SIZE);
+  orla_get_group_name(empty.data());
+  EXPECT_EQ(std::string(empty.data(), ORLA_NAME_SIZE), std::string(32, '\0'));
+}
+
+// The dynamic linker finds the library at `path` when it is asked for the companion.
+class Companion {
+ public:
+  explicit Companion(const char *path) : path_(path) {}
+
+  std::vector<std::string> asked;
+
+ private:
+  const char *path_;
+  With<void *(const char *, int)> open_{fake_dlopen, [this](const char *name, int flags) {
+                                          asked.emplace_back(name);
+                                          return fake_dlopen.real(path_, flags);
+                                        }};
+};
+
+// No companion anywhere.
+class NoCompanion {
+ public:
+  std::vector<std::string> asked;
+
+ private:
+  With<void *(const char *, int)> open_{fake_dlopen, [this](const char *name, int) {
+                                          asked.emplace_back(name);
+                                          return static_cast<void *>(nullptr);
+                                        }};
+};
+
+std::string node_name() {
+  GuardedBuffer out(ORLA_NODE_NAME_SIZE);
+  orla_get_node_name(out.data());
+  return out.data();
+}
+
+TEST(NodeName, IsWhatTheProviderWrites) {
+  const Companion companion(kProviderModule);
+  EXPECT_EQ(node_name(), "node-of-a-module");
+}
+
+TEST(NodeName, OpensTheCompanionByItsBareNameOnceAndKeepsIt) {
+  const Companion companion(kProviderModule);
+  node_name();
+  node_name();
+  EXPECT_EQ(node_name(), "node-of-a-module");
+  EXPECT_EQ(companion.asked, std::vector<std::string>{"liborlanode.so"});
+  EXPECT_NE(fake_dlopen.real(kProviderModule, RTLD_NOW | RTLD_NOLOAD), nullptr);
+}
+
+TEST(NodeName, LooksForTheCompanionInTheFallbackDirectoryLast) {
+  const NoCompanion companion;
+  node_name();
+  EXPECT_EQ(companion.asked,
+            (std::vector<std::string>{"liborlanode.so", "/opt/tav/ls/dll/liborlanode.so"}));
+}
+
+TEST(NodeName, IsEmptyWithoutACompanionAndNothingIsPrinted) {
+  const NoCompanion companion;
+  CaptureStdout();
+  EXPECT_EQ(node_name(), "");
+  EXPECT_EQ(GetCapturedStdout(), "");
+}
+
+TEST(NodeName, WithoutACompanionTouchesOneByteOfTheBuffer) {
+  const NoCompanion companion;
+  GuardedBuffer out(1);
+  orla_get_node_name(out.data());
+  EXPECT_EQ(out.data()[0], '\0');
+}
+
+TEST(NodeName, IsEmptyWhenTheProviderReturnsZeroWhateverItWrote) {
+  const Companion companion(kProviderWithoutNameModule);
+  EXPECT_EQ(node_name(), "");
+}
+
+TEST(NodeName, IsEmptyWhenTheCompanionHasNoProviderAndTheLoaderSaysSo) {
+  const Companion companion(kGoodModule);
+  CaptureStdout();
+  EXPECT_EQ(node_name(), "");
+  EXPECT_THAT(GetCapturedStdout(),
+              testing::StartsWith("Error looking up procedure orla_node_name\n,"));
+}
+
+TEST(NodeName, ClosesACompanionThatHasNoProvider) {
+  {
+    const Companion companion(kGoodModule);
+    CaptureStdout();
+    node_name();
+    GetCapturedStdout();
+  }
+  EXPECT_EQ(dlopen(kGoodModule, RTLD_NOW | RTLD_NOLOAD), nullptr);
+}
+
+TEST(NodeName, IsEmptyWhenTheHeapIsExhausted) {
+  GuardedBuffer out(ORLA_NODE_NAME_SIZE);
+  {
+    const HeapExhausted heap;
+    orla_get_node_name(out.data());
+  }
+  EXPECT_STREQ(out.data(), "");
+}
+
+TEST(NodeName, IsTriedAgainAfterAFailure) {
+  {
+    const NoCompanion companion;
+    EXPECT_EQ(node_name(), "");
+  }
+  const Companion companion(kProviderModule);
+  EXPECT_EQ(node_name(), "node-of-a-module");
+}
+
+TEST(NodeName, IsTheHostsOwnOutOfTheBox) {
+  const With host(fake_uname, [](utsname *out) {
+    std::strcpy(out->nodename, "the-host");
+    return 0;
+  });
+  EXPECT_EQ(node_name(), "the-host");
+}
+
+TEST(NodeName, IsEmptyWhenTheKernelDoesNotAnswer) {
+  const With host(fake_uname, [](utsname *) {
+    errno = EFAULT;
+    return -1;
+  });
+  EXPECT_EQ(node_name(), "");
+}
+
+TEST(Provider, WritesNoMoreThan65Bytes) {
+  const With host(fake_uname, [](utsname *out) {
+    std::memset(out, 'n', sizeof *out);
+    out->nodename[64] = '\0';
+    return 0;
+  });
+  GuardedBuffer out(ORLA_NODE_NAME_SIZE);
+  EXPECT_NE(orla_node_name(out.data()), 0);
+  EXPECT_EQ(out.data(), std::string(64, 'n'));
+}
+
+TEST(Provider, GivesTheNodesNameAlone) {
+  const With host(fake_uname, [](utsname *out) {
+    std::strcpy(out->sysname, "system");
+    std::strcpy(out->nodename, "node");
+    std::strcpy(out->release, "release");
+    return 0;
+  });
+  char out[ORLA_NODE_NAME_SIZE];
+  EXPECT_NE(orla_node_name(out), 0);
+  EXPECT_STREQ(out, "node");
+}
+
+TEST(Provider, ReturnsZeroAndWritesNothingWhenTheKernelDoesNotAnswer) {
+  const With host(fake_uname, [](utsname *) { return -1; });
+  char out[] = "as it was";
+  EXPECT_EQ(orla_node_name(out), 0);
+  EXPECT_STREQ(out, "as it was");
+}
+
+}  // namespace

@@ -1,0 +1,180 @@
+#!/usr/bin/env python3
+"""Runs the tool's commands for names, tokens, loading and tracing, as people and as programs do."""
+
+import os
+import pathlib
+import sys
+import tempfile
+
+import tool
+
+MODULES = sys.argv.pop(2)
+GOOD_MODULE = os.path.join(MODULES, "liborla-test-good.so")
+UNRESOLVED_MODULE = os.path.join(MODULES, "liborla-test-unresolved.so")
+PROVIDER_MODULE = os.path.join(MODULES, "liborla-test-provider.so")
+
+
+class ToolTest(tool.Tool):
+    def run_tool(self, *arguments, status=0, **variables):
+        result = self.orla(*arguments, environment=variables)
+        self.assertEqual(result.status, status, result.out + result.err)
+        return result
+
+    def json_of(self, *arguments, status=0, **variables):
+        return self.run_tool(*arguments, "--json", status=status, **variables).json
+
+
+class Names(ToolTest):
+    def with_companion(self, module):
+        folder = tempfile.TemporaryDirectory(prefix="orla-test-")
+        self.addCleanup(folder.cleanup)
+        os.symlink(module, os.path.join(folder.name, "liborlanode.so"))
+        return {"LD_LIBRARY_PATH": folder.name}
+
+    def test_shows_the_three_names(self):
+        names = self.json_of("names", **self.with_companion(PROVIDER_MODULE))
+        self.assertEqual(names["node"], "node-of-a-module")
+        self.assertTrue(names["user"])
+        self.assertTrue(names["group"])
+
+    def test_shows_rows_for_people(self):
+        text = self.run_tool("names", **self.with_companion(PROVIDER_MODULE)).out
+        self.assertRegex(text, r"(?m)^user +\S+ +real user id \d+$")
+        self.assertRegex(text, r"(?m)^group +\S+ +real group id \d+$")
+        self.assertRegex(text, r"(?m)^node +node-of-a-module ")
+
+    def test_keeps_json_clean_of_what_the_loader_prints(self):
+        run = self.run_tool("names", "--json", status=1, **self.with_companion(GOOD_MODULE))
+        names = run.json
+        self.assertIsNone(names["node"])
+        self.assertIn("liborlanode.so", names["node_missing"])
+        self.assertIn("Error looking up procedure orla_node_name\n,", run.err)
+
+
+class Tokens(ToolTest):
+    def test_lists_all_tokens(self):
+        found = self.json_of("tokens", '"alpha" , "" and "two words" "open')
+        self.assertEqual(found, {"count": 3, "tokens": ["alpha", "", "two words"]})
+
+    def test_takes_another_delimiter(self):
+        found = self.json_of("tokens", "--delimiter", "|", 'a|"b"|c')
+        self.assertEqual(found, {"count": 1, "tokens": ['"b"']})
+
+    def test_finds_none(self):
+        self.assertEqual(self.json_of("tokens", "plain"), {"count": 0, "tokens": []})
+        self.assertEqual(self.json_of("tokens", ""), {"count": 0, "tokens": []})
+
+    def test_shows_rows_for_people(self):
+        text = self.run_tool("tokens", '"a" ""').out
+        self.assertEqual(text, 'count    2  pairs of the delimiter\ntoken 0  "a"\ntoken 1  ""\n')
+
+    def test_tells_that_the_count_left_its_16_bits(self):
+        text = self.run_tool("tokens", "|" * 70000, "--delimiter", "|").out
+        self.assertIn("count        2232  counted in 16 bits, which the text exceeds\n", text)
+        self.assertIn("\ntoken 34999  ", text)
+
+    def test_refuses_a_delimiter_that_is_not_one_byte(self):
+        for delimiter in ("", "ab", "é"):
+            run = self.run_tool("tokens", "text", "--delimiter", delimiter, status=2)
+            self.assertIn("the delimiter is one byte", run.err)
+            self.assertEqual(run.out, "")
+
+
+class Load(ToolTest):
+    def test_tells_that_a_library_opens_by_name(self):
+        found = self.json_of("load", GOOD_MODULE, "orla_module_answer")
+        self.assertEqual(found, {"library": GOOD_MODULE, "opened": "by name", "file": GOOD_MODULE,
+                                 "symbols": {"orla_module_answer": "found"}})
+
+    def test_gives_the_linkers_text_for_a_missing_symbol(self):
+        found = self.json_of("load", GOOD_MODULE, "orla_module_answer", "missing", status=1)
+        self.assertEqual(found["symbols"]["orla_module_answer"], "found")
+        self.assertIsNone(found["symbols"]["missing"])
+        self.assertIn("undefined symbol: missing", found["symbols"]["missing_missing"])
+
+    def test_tells_of_a_symbol_whose_value_is_null(self):
+        found = self.json_of("load", GOOD_MODULE, "orla_module_null", status=1)
+        self.assertIn("null", found["symbols"]["orla_module_null_missing"])
+
+    def test_gives_the_linkers_texts_for_a_library_that_does_not_open(self):
+        found = self.json_of("load", "liborla-test-nowhere.so", status=1)
+        self.assertIsNone(found["opened"])
+        self.assertIn("liborla-test-nowhere.so: cannot open", found["by_name_missing"])
+        self.assertIn("/opt/tav/ls/dll/liborla-test-nowhere.so: cannot open",
+                      found["in_fallback_directory_missing"])
+
+    def test_names_the_symbol_that_a_library_lacks(self):
+        found = self.json_of("load", UNRESOLVED_MODULE, status=1)
+        self.assertIn("orla_module_defined_nowhere", found["by_name_missing"])
+
+    def test_tells_that_a_long_name_is_not_tried_in_the_fallback_directory(self):
+        found = self.json_of("load", "n" * 240, status=1)
+        self.assertIn("not tried", found["in_fallback_directory_missing"])
+        found = self.json_of("load", "n" * 239, status=1)
+        self.assertNotIn("not tried", found["in_fallback_directory_missing"])
+
+    def test_keeps_json_clean_of_trace_lines(self):
+        run = self.run_tool("load", "liborla-test-nowhere.so", "--json", status=1, K7LIB_VERB="y")
+        self.assertIsNone(run.json["opened"])
+        self.assertIn("KVRAC0005E orla_slnk_load_library(): ", run.err)
+
+    def test_shows_rows_for_people(self):
+        text = self.run_tool("load", GOOD_MODULE, "orla_module_answer").out
+        self.assertRegex(text, r"(?m)^ *opened +by name$")
+        self.assertRegex(text, r"(?m)^ *orla_module_answer +found$")
+
+    def test_wants_a_library(self):
+        self.run_tool("load", status=2)
+
+
+class Trace(ToolTest):
+    def setUp(self):
+        folder = tempfile.TemporaryDirectory(prefix="orla-test-")
+        self.addCleanup(folder.cleanup)
+        self.path = pathlib.Path(folder.name, "trace")
+
+    def test_writes_a_line_into_the_file(self):
+        said = self.json_of("trace", "100%% done", K7LIB_VERB="y", K7LOG_PATH=str(self.path))
+        self.assertEqual(said, {"written": True, "to": str(self.path)})
+        self.assertRegex(self.path.read_text(),
+                         r"\A\d\d/\d\d/\d{4} [ \d]\d:\d\d:\d\d \d+ 100% done\n\Z")
+
+    def test_cuts_what_the_message_buffer_does_not_hold(self):
+        said = self.run_tool("trace", "m" * 2000, K7LIB_VERB="y", K7LOG_PATH=str(self.path)).out
+        self.assertIn("cut at 1022 characters", said)
+        self.assertTrue(self.path.read_text().endswith(" " + "m" * 1022 + "\n"))
+
+    def test_tells_that_the_file_was_moved(self):
+        self.path.write_bytes(b"." * 4000000)
+        said = self.json_of("trace", "the last one", K7LIB_VERB="y", K7LOG_PATH=str(self.path))
+        self.assertEqual(said["to"], str(self.path) + ".1")
+        self.assertFalse(self.path.exists())
+
+    def test_goes_to_standard_output_without_a_path(self):
+        text = self.run_tool("trace", "100%% done", K7LIB_VERB="y").out
+        self.assertTrue(text.startswith("100%% done\n\n"))
+        self.assertRegex(text, r"(?m)^to +standard output +K7LOG_PATH is not set$")
+
+    def test_keeps_json_clean_of_the_line(self):
+        said = self.json_of("trace", "a line", K7LIB_VERB="y")
+        self.assertEqual(said, {"written": True, "to": "standard output", "line": "a line"})
+
+    def test_tells_that_the_switch_is_off(self):
+        run = self.run_tool("trace", "a line", status=1, K7LOG_PATH=str(self.path))
+        self.assertIn("set K7LIB_VERB=y", run.err)
+        self.assertFalse(self.path.exists())
+
+    def test_tells_that_the_thread_switch_alone_does_not_do(self):
+        run = self.run_tool("trace", "a line", status=1, K7THR_VERB="y", K7LOG_PATH=str(self.path))
+        self.assertIn("K7THR_VERB alone", run.err)
+        self.assertFalse(self.path.exists())
+
+    def test_tells_that_the_file_cannot_be_opened(self):
+        run = self.run_tool("trace", "a line", status=1, K7LIB_VERB="y",
+                            K7LOG_PATH=str(self.path / "below"))
+        self.assertIn("cannot be opened (No such file or directory)", run.err)
+        self.assertEqual(run.out, "")
+
+
+if __name__ == "__main__":
+    tool.main()

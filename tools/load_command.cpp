@@ -1,0 +1,140 @@
+// orla load: whether the library's loader opens a library, where, and whether it finds symbols in it.
+
+#include <dlfcn.h>
+#include <link.h>
+#include <orla/loader.h>
+#include <unistd.h>
+
+#include <CLI/CLI.hpp>
+#include <iostream>
+#include <memory>
+
+#include "command.h"
+#include "standard_output.h"
+
+namespace orla_tool {
+namespace {
+
+struct LoadArguments {
+  std::string library;
+  std::vector<std::string> symbols;
+};
+
+struct FreeId {
+  void operator()(orla_library_id *id) const { orla_slnk_free_library_id(id); }
+};
+using LibraryId = std::unique_ptr<orla_library_id, FreeId>;
+
+bool has_fallback(const std::string &library) {
+  return library.size() <= ORLA_LIBRARY_FALLBACK_NAME_MAX;
+}
+
+std::string fallback_of(const std::string &library) {
+  return ORLA_LIBRARY_FALLBACK_DIRECTORY + library;
+}
+
+// The file behind a name under which a library is open; empty when none is.
+std::string file_of(const std::string &name) {
+  void *handle = dlopen(name.c_str(), RTLD_NOW | RTLD_NOLOAD);
+  if (handle == nullptr) return "";
+  const link_map *map = nullptr;
+  const bool known = dlinfo(handle, RTLD_DI_LINKMAP, &map) == 0;
+  const std::string file = known && map->l_name[0] != '\0' ? map->l_name : name;
+  dlclose(handle);
+  return file;
+}
+
+// Why the linker does not open it.
+std::string linker_error(const std::string &name) {
+  void *handle = dlopen(name.c_str(), RTLD_NOW);
+  if (handle == nullptr) return dlerror();
+  dlclose(handle);
+  return "opens for this tool, but not for the library, which looks in other folders";
+}
+
+void report_opened(Report &report, const std::string &library) {
+  const std::string file = file_of(library);
+  if (!file.empty()) {
+    report.row("opened", "opened", "by name");
+    report.row("file", "file", file);
+  } else {
+    report.row("opened", "opened", "in the fallback directory");
+    report.row("file", "file", fallback_of(library));
+  }
+}
+
+void report_failure(Report &report, const std::string &library) {
+  report.missing("opened", "opened", "neither by name nor in the fallback directory");
+  report.missing("by_name", "by name", linker_error(library));
+  report.missing("in_fallback_directory", "in fallback directory",
+                 has_fallback(library)
+                     ? linker_error(fallback_of(library))
+                     : "not tried: a name over " + std::to_string(ORLA_LIBRARY_FALLBACK_NAME_MAX) +
+                           " characters");
+}
+
+// The library prints the linker's text in a line of its own, behind a comma.
+std::string missing_symbol_text(const std::string &printed) {
+  const std::size_t comma = printed.find("\n,");
+  std::string text = comma == std::string::npos ? "not found" : printed.substr(comma + 2);
+  while (!text.empty() && text.back() == '\n')
+    text.pop_back();
+  return text == "(null)" ? "its value is null, which counts as missing" : text;
+}
+
+void report_symbol(Report &report, Run &run, const orla_library_id *id, const std::string &symbol) {
+  orla_status status = 0;
+  Captured output(STDOUT_FILENO);
+  orla_slnk_get_proc_addr(id, symbol.c_str(), &status);
+  const std::string printed = output.text();
+  if (status == 0) {
+    report.row(symbol, symbol, "found");
+  } else {
+    report.missing(symbol, symbol, missing_symbol_text(printed));
+    run.status = kServiceFailed;
+  }
+}
+
+// While tracing goes to standard output, a failed load writes there; it belongs on standard error.
+orla_status load(const std::string &library, orla_library_id *id) {
+  orla_status status;
+  Captured output(STDOUT_FILENO);
+  orla_slnk_load_library(library.c_str(), id, &status);
+  std::cerr << output.text();
+  return status;
+}
+
+void try_library(Run &run, const LoadArguments &arguments) {
+  const LibraryId id(orla_slnk_allocate_library_id());
+  if (id == nullptr) return run.fail("there is no memory for a library id");
+  Report report;
+  report.row("library", "library", arguments.library);
+  const orla_status status = load(arguments.library, id.get());
+  if (status != 0) {
+    report_failure(report, arguments.library);
+    run.status = kServiceFailed;
+    return run.finish(report);
+  }
+  report_opened(report, arguments.library);
+  if (!arguments.symbols.empty()) report.section("symbols", "Symbols");
+  for (const std::string &symbol : arguments.symbols)
+    report_symbol(report, run, id.get(), symbol);
+  orla_slnk_free_library(id.get());
+  run.finish(report);
+}
+
+}  // namespace
+
+void add_load_command(CLI::App &program, Run &run) {
+  const auto arguments = std::make_shared<LoadArguments>();
+  CLI::App *load =
+      add_command(program, run, "load", "Try whether a library opens and has the symbols named");
+  load->add_option("LIBRARY", arguments->library, "Soname, file name or path")->required();
+  load->add_option("SYMBOL", arguments->symbols, "To look up in it");
+  load->footer("The name is tried as it stands, then in " ORLA_LIBRARY_FALLBACK_DIRECTORY
+               ". What a library does when it is opened, it does here too.\n"
+               "Exit status 1: the library does not open or a symbol is missing.");
+  load->callback([&run, arguments] { try_library(run, *arguments); });
+}
+
+}  // namespace orla_tool
