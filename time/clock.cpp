@@ -1,9 +1,6 @@
 #include "time/clock.h"
 
 #include <orla/time.h>
-#include <sys/time.h>
-
-#include <cerrno>
 
 #include "time/kernel_clock.h"
 
@@ -27,16 +24,11 @@ std::uint32_t clock_seconds() {
   return read_c_library_clock(now) ? static_cast<std::uint32_t>(now) : kernel_clock_seconds();
 }
 
-ClockInstant clock_instant() {
-  const int error = errno;
-  timeval now = {};
-  if (gettimeofday(&now, nullptr) == 0) {
-    return {static_cast<std::uint32_t>(now.tv_sec), static_cast<std::uint32_t>(now.tv_usec)};
-  }
-  const KernelTime later = errno == EOVERFLOW ? read_kernel_clock() : KernelTime{0, 0};
-  errno = error;
-  return {static_cast<std::uint32_t>(later.seconds),
-          static_cast<std::uint32_t>(later.nanoseconds) / 1000};
+ClockInstant clock_instant_without_c_library(int caller_errno) {
+  const KernelTime now = errno == EOVERFLOW ? read_kernel_clock() : KernelTime{0, 0};
+  errno = caller_errno;
+  return {static_cast<std::uint32_t>(now.seconds),
+          static_cast<std::uint32_t>(now.nanoseconds) / 1000};
 }
 
 LocalTime clock_local() {

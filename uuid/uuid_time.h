@@ -30,7 +30,8 @@ constexpr std::uint32_t quotient_by_65535(std::uint64_t ticks) {
   const std::uint64_t rest = high + (ticks & 0xFFFF);                       // below 2^34 + 2^16
   const auto rest_high = static_cast<std::uint32_t>(rest >> 16);            // at most 2^18
   const auto last = rest_high + static_cast<std::uint32_t>(rest & 0xFFFF);  // below 2^18 + 2^16
-  return static_cast<std::uint32_t>(high) + rest_high + last / 65535;
+  // Here one more round is exact: what is left over is below 2 * 65535, so it holds 65535 once or never.
+  return static_cast<std::uint32_t>(high) + rest_high + ((last + 1 + (last >> 16)) >> 16);
 }
 
 // `seconds` since 1970-01-01 00:00:00 UTC, modulo 2^32; `microseconds` 0 to 999999.
@@ -41,8 +42,12 @@ constexpr UuidTime uuid_time(std::uint32_t seconds, std::uint32_t microseconds) 
   const std::int64_t ticks =  // -2^31 * 250,000 to 2^31 * 250,000 - 1
       static_cast<std::int64_t>(since_1980) * kTicksPerSecond + static_cast<std::int32_t>(tick);
   // The quotient is truncated toward zero, so a negative count is divided by its magnitude.
-  const std::uint32_t high = ticks < 0 ? 0U - quotient_by_65535(static_cast<std::uint64_t>(-ticks))
-                                       : quotient_by_65535(static_cast<std::uint64_t>(ticks));
+  std::uint32_t high = 0;
+  if (ticks < 0) [[unlikely]] {
+    high = 0U - quotient_by_65535(static_cast<std::uint64_t>(-ticks));
+  } else {
+    high = quotient_by_65535(static_cast<std::uint64_t>(ticks));
+  }
   return {high, static_cast<std::uint16_t>(tick)};
 }
 
