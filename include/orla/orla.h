@@ -5,6 +5,7 @@
 #define ORLA_ORLA_H
 
 #include <orla/inventory.h>
+#include <orla/profile.h>
 #include <orla/time.h>
 #include <orla/trace.h>
 
