@@ -32,8 +32,10 @@ class MemoryFiles {
   bool holds(const std::string &path) const { return files_.count(path) != 0; }
   std::size_t count() const { return files_.size(); }
 
- private:
+  // What open() does meanwhile, for a test that lets it fail in between.
   int open(const char *path, int flags);
+
+ private:
   int create_temporary(char *name);
   int remove(const char *path);
 
