@@ -32,9 +32,18 @@ constexpr std::size_t kCopyBlock = 16384;
 constexpr std::uint64_t kBytesPerBlock =
     512;  // of the block count of a file, whatever its file system
 
-int open_for_writing(const char *path) {
-  constexpr mode_t kOrdinaryMode = 0666;  // less the process's mask
-  return open(path, O_WRONLY | O_CREAT | O_TRUNC | O_LARGEFILE | O_CLOEXEC, kOrdinaryMode);
+constexpr int kForWriting = O_WRONLY | O_CREAT | O_LARGEFILE | O_CLOEXEC;
+constexpr mode_t kOrdinaryMode = 0666;  // less the process's mask
+
+// Opens a file that is created or emptied.
+int open_emptied(const char *path) {
+  return open(path, kForWriting | O_TRUNC, kOrdinaryMode);
+}
+
+// Opens the temporary file, which is empty. To empty it again would make some file systems send the copy
+// to the disk when it is closed, as if it replaced something, and halve the speed.
+int open_temporary(const char *path) {
+  return open(path, kForWriting, kOrdinaryMode);
 }
 
 // Whether an open failed for want of something that has nothing to do with the file. A process that
@@ -46,7 +55,7 @@ bool is_shortage(int error) {
 
 // Makes the target anew, with the header and the entry alone.
 bool write_new_file(const char *target, const Entry &entry) {
-  Descriptor file(open_for_writing(target));
+  Descriptor file(open_emptied(target));
   if (!file.is_open()) return false;
   TextSink sink(file.number());
   orla::put_header(sink, entry);
@@ -119,7 +128,7 @@ int orla_cfg_write_private_profile_string(const char *section, const char *key, 
   const char *target = orla::path_in_force(path);
   char temporary_path[kTemporaryPathSize];
   if (create_temporary_name(temporary_path) != 0) return 0;
-  Descriptor temporary(open_for_writing(temporary_path));
+  Descriptor temporary(open_temporary(temporary_path));
   // The empty file stays behind: kept.
   if (!temporary.is_open()) return 0;
   return rewrite_through(temporary, temporary_path, target, {section, key, value}) ? 1 : 0;
@@ -132,7 +141,7 @@ int create_temporary_name(char *name) noexcept {
 }
 
 int copy_file(const char *source, const char *destination) noexcept {
-  const Descriptor to(open_for_writing(destination));
+  const Descriptor to(open_emptied(destination));
   if (!to.is_open()) return 1;
   const Descriptor from(orla::open_for_reading(source));
   if (!from.is_open()) return 1;

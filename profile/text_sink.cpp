@@ -19,11 +19,16 @@ bool write_all(int descriptor, std::string_view text) {
 
 void TextSink::put(std::string_view text) {
   size_ += text.size();
-  if (text.size() > kRoom - held_) flush();
-  if (text.size() > kRoom) {
-    failed_ |= !write_all(descriptor_, text);
-    return;
+  while (text.size() > kRoom - held_) {
+    const std::size_t fitting = kRoom - held_;
+    gather({text.data(), fitting});
+    flush();
+    text.remove_prefix(fitting);
   }
+  gather(text);
+}
+
+void TextSink::gather(std::string_view text) {
   std::memcpy(text_ + held_, text.data(), text.size());
   held_ += text.size();
 }

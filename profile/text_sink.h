@@ -26,7 +26,11 @@ class TextSink {
   std::uint64_t size() const { return size_; }
 
  private:
-  static constexpr std::size_t kRoom = 4096;
+  // Whole blocks at offsets that are multiples of a block: a file system takes them several times as fast
+  // as pieces that begin and end in the middle of a page.
+  static constexpr std::size_t kRoom = 16384;
+
+  void gather(std::string_view text);
 
   int descriptor_;
   bool failed_ = false;
