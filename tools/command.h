@@ -38,6 +38,7 @@ CLI::App *add_command(CLI::App &parent, Run &run, const std::string &name,
 void add_date_command(CLI::App &program, Run &run);
 void add_host_command(CLI::App &program, Run &run);
 void add_now_command(CLI::App &program, Run &run);
+void add_profile_command(CLI::App &program, Run &run);
 
 }  // namespace orla_tool
 

@@ -54,5 +54,6 @@ int main(int argc, char **argv) {
   orla_tool::add_host_command(program, run);
   orla_tool::add_now_command(program, run);
   orla_tool::add_date_command(program, run);
+  orla_tool::add_profile_command(program, run);
   return run_tool(program, run, argc, argv);
 }
