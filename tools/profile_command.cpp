@@ -11,9 +11,9 @@
 #include <cstring>
 #include <fstream>
 #include <iostream>
-#include <iterator>
 #include <memory>
 #include <optional>
+#include <sstream>
 
 #include "command.h"
 #include "profile_lint.h"
@@ -265,7 +265,10 @@ void show_path(const Run &run) {
 void lint_file(Run &run, const ProfileArguments &arguments) {
   const std::string file = file_behind(arguments.file());
   std::ifstream stream(file, std::ios::binary);
-  const std::string bytes{std::istreambuf_iterator<char>(stream), std::istreambuf_iterator<char>()};
+  std::ostringstream content;
+  if (stream.is_open() && stream.peek() != std::ifstream::traits_type::eof())
+    content << stream.rdbuf();
+  const std::string bytes = content.str();
   if (!stream.is_open() || stream.bad()) {
     run.fail(file + " cannot be read; check its name and rights");
     return;

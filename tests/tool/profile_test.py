@@ -213,6 +213,7 @@ class Lint(ProfileCase):
         result = self.run_tool("lint", "--default-path", config=self.write("x"))
         self.assertEqual((result.returncode, result.stderr), (1, ""))
         self.expect_failure("cannot be read", "lint", self.path("none"))
+        self.expect_failure("cannot be read", "lint", self.folder.name)
         self.expect_failure("FILE is required", "lint", status=2)
 
 
