@@ -292,6 +292,18 @@ TEST_F(ProfileInt, ReadsAFileOf100MegabytesWithoutALineFeed) {
   EXPECT_EQ(read_int(std::string(100000000, 'x')), kNothing);
 }
 
+TEST_F(ProfileInt, GoesOnInSmallBlocksWhileThereIsNoMemory) {
+  MemoryFiles files;
+  std::string file = "[Main]\n";
+  while (file.size() < 100000)
+    file += "another=entry\n";
+  files.put("f", file + "Port=5\n");
+  files.put("g", file + std::string(5000, 'x') + "\nPort=5\n");
+  const With none(fake_realloc, [](void *, std::size_t) { return nullptr; });
+  EXPECT_EQ(orla_cfg_get_private_profile_int("Main", "Port", kNothing, "f"), 5);
+  EXPECT_EQ(orla_cfg_get_private_profile_int("Main", "Port", kNothing, "g"), kNothing);
+}
+
 TEST_F(ProfileInt, ClosesTheFileOnEveryPath) {
   MemoryFiles files;
   files.put("f", "[Main]\nPort=5\n");

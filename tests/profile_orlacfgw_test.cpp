@@ -345,6 +345,18 @@ TEST(ProfileWriterCopy, OfATargetThatCannotBeReadToItsEndNeverReachesIt) {
   }
 }
 
+TEST(ProfileWriterCopy, OfATargetWhoseLinesExceedTheMemoryNeverReachesIt) {
+  const std::string file = kTwoSections + std::string(1000000, 'x') + "\n";
+  MemoryFiles files;
+  files.put("f", file);
+  const With short_of_memory(fake_realloc, [](void *earlier, std::size_t size) -> void * {
+    return size > 500000 ? nullptr : fake_realloc.real(earlier, size);
+  });
+  EXPECT_EQ(write_port(), 0);
+  EXPECT_TRUE(files.get("f") == file);
+  EXPECT_EQ(files.count(), 1U);
+}
+
 TEST(ProfileWriterCopy, IsWrittenOnAfterASignal) {
   MemoryFiles files;
   files.put("f", kTwoSections);
@@ -473,6 +485,19 @@ TEST_F(ProfileRoom, IsNotAskedForWhereTheFileHasIt) {
   });
   path_ = folder_.write("f", with_port(long_value_));
   EXPECT_EQ(orla_cfg_write_private_profile_string("Main", "Port", "7", path_.c_str()), 1);
+  EXPECT_EQ(folder_.read("f"), with_port("7"));
+}
+
+TEST_F(ProfileRoom, IsAskedForWhereTheFilesOwnCannotBeTold) {
+  const With failing(fake_statx,
+                     [](int, const char *, int, unsigned, struct statx *) { return -1; });
+  int calls = 0;
+  const With reserving(fake_fallocate, [&](int, int, off_t, off_t) {
+    ++calls;
+    return 0;
+  });
+  EXPECT_EQ(write("7"), 1);
+  EXPECT_EQ(calls, 1);
   EXPECT_EQ(folder_.read("f"), with_port("7"));
 }
 

@@ -15,6 +15,8 @@ constinit Fake<int(int)> fake_close("close");
 constinit Fake<int(const char *)> fake_unlink("unlink");
 constinit Fake<int(char *)> fake_mkstemp("mkstemp");
 constinit Fake<int(int, int, off_t, off_t)> fake_fallocate("fallocate");
+constinit Fake<int(int, const char *, int, unsigned, struct statx *)> fake_statx("statx");
+constinit Fake<void *(void *, std::size_t)> fake_realloc("realloc");
 
 MemoryFiles::MemoryFiles()
     : open_(fake_open, [this](const char *path, int flags, mode_t) { return open(path, flags); }),
@@ -103,5 +105,12 @@ int mkstemp(char *name) {
 
 int fallocate(int descriptor, int mode, off_t offset, off_t size) {
   return fake_fallocate(descriptor, mode, offset, size);
+}
+int statx(int folder, const char *path, int flags, unsigned mask, struct statx *out) noexcept {
+  return fake_statx(folder, path, flags, mask, out);
+}
+
+void *realloc(void *earlier, std::size_t size) noexcept {
+  return fake_realloc(earlier, size);
 }
 }

@@ -3,6 +3,7 @@
 #ifndef ORLA_TESTS_FAKES_FILE_CALLS_H
 #define ORLA_TESTS_FAKES_FILE_CALLS_H
 
+#include <sys/stat.h>
 #include <sys/types.h>
 
 #include <map>
@@ -17,6 +18,9 @@ extern Fake<int(int descriptor)> fake_close;
 extern Fake<int(const char *path)> fake_unlink;
 extern Fake<int(char *name)> fake_mkstemp;
 extern Fake<int(int descriptor, int mode, off_t offset, off_t size)> fake_fallocate;
+extern Fake<int(int folder, const char *path, int flags, unsigned mask, struct statx *out)>
+    fake_statx;
+extern Fake<void *(void *earlier, std::size_t size)> fake_realloc;  // the memory of long lines
 
 // Files that stand in memory alone, for as long as the object lives: whatever is opened is one of them.
 // A file that is neither put nor created does not open.
