@@ -38,7 +38,7 @@ bool skip_header(LineSource &source, std::string_view section, HeaderRule rule) 
 bool find_entry(LineSource &source, std::string_view key, std::string_view &line) {
   while (source.next_line(line)) {
     if (orla::is_empty_line(line)) return false;
-    if (orla::begins_with_key(line, key)) return true;
+    if (orla::begins_with(line, key)) return true;
   }
   return false;
 }

@@ -7,20 +7,6 @@ namespace {
 
 constexpr std::size_t kLongestInteger = 5;  // characters
 
-// Not tolower(), which follows the locale of the process.
-char lower(char c) {
-  return c >= 'A' && c <= 'Z' ? static_cast<char>(c + ('a' - 'A')) : c;
-}
-
-// Whether `line` begins with `text`, letter case ignored. `text` holds no zero byte, so one in the line
-// never matches.
-bool begins_with(std::string_view line, std::string_view text) {
-  if (line.size() < text.size()) return false;
-  for (std::size_t i = 0; i < text.size(); ++i)
-    if (lower(line[i]) != lower(text[i])) return false;
-  return true;
-}
-
 std::string_view behind(std::string_view text, std::size_t count) {
   text.remove_prefix(count);
   return text;
@@ -64,14 +50,6 @@ std::size_t find_behind_header(std::string_view lines, std::string_view name, He
     start = behind_line;
   }
   return 0;
-}
-
-bool is_empty_line(std::string_view line) {
-  return line.empty() || line[0] == '\0';
-}
-
-bool begins_with_key(std::string_view line, std::string_view key) {
-  return begins_with(line, key);
 }
 
 bool value_of_line(std::string_view line, std::string_view &value) {

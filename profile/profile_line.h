@@ -22,10 +22,24 @@ enum class HeaderRule {
 // the number of characters up to and with the header's line feed, or 0 where there is no header.
 std::size_t find_behind_header(std::string_view lines, std::string_view name, HeaderRule rule);
 
-// An empty line ends a section.
-bool is_empty_line(std::string_view line);
+// Not tolower(), which follows the locale of the process.
+inline char lower(char c) {
+  return c >= 'A' && c <= 'Z' ? static_cast<char>(c + ('a' - 'A')) : c;
+}
 
-bool begins_with_key(std::string_view line, std::string_view key);
+// Whether `line` begins with `text`, such as a key, letter case ignored. `text` holds no zero byte, so
+// one in the line never matches.
+inline bool begins_with(std::string_view line, std::string_view text) {
+  if (line.size() < text.size()) return false;
+  for (std::size_t i = 0; i < text.size(); ++i)
+    if (lower(line[i]) != lower(text[i])) return false;
+  return true;
+}
+
+// An empty line ends a section.
+inline bool is_empty_line(std::string_view line) {
+  return line.empty() || line[0] == '\0';
+}
 
 // What follows the last "=" of a line; false when it has none.
 bool value_of_line(std::string_view line, std::string_view &value);

@@ -28,7 +28,7 @@ void place_entry(LineSource &from, TextSink &to, const Entry &entry) {
   std::string_view line;
   while (from.next_line(line)) {
     // The key is tested first, so an empty key replaces even an empty line.
-    const bool replaces = begins_with_key(line, entry.key);
+    const bool replaces = begins_with(line, entry.key);
     if (replaces || is_empty_line(line)) {
       put_entry(to, entry);
       if (!replaces) put_line(to, line);
