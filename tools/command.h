@@ -40,9 +40,10 @@ void add_host_command(CLI::App &program, Run &run);
 void add_load_command(CLI::App &program, Run &run);
 void add_names_command(CLI::App &program, Run &run);
 void add_now_command(CLI::App &program, Run &run);
-void add_uuid_command(CLI::App &program, Run &run);
+void add_profile_command(CLI::App &program, Run &run);
 void add_tokens_command(CLI::App &program, Run &run);
 void add_trace_command(CLI::App &program, Run &run);
+void add_uuid_command(CLI::App &program, Run &run);
 
 }  // namespace orla_tool
 

@@ -59,6 +59,7 @@ int main(int argc, char **argv) try {
   orla_tool::add_tokens_command(program, run);
   orla_tool::add_load_command(program, run);
   orla_tool::add_trace_command(program, run);
+  orla_tool::add_profile_command(program, run);
   return run_tool(program, run, argc, argv);
 } catch (const std::exception &error) {
   std::fprintf(stderr, "orla: %s\n", error.what());

@@ -8,6 +8,7 @@
 #include <orla/inventory.h>
 #include <orla/loader.h>
 #include <orla/names.h>
+#include <orla/profile.h>
 #include <orla/time.h>
 #include <orla/token.h>
 #include <orla/trace.h>

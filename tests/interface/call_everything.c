@@ -163,6 +163,32 @@ static void call_uuid(void) {
   assert(uuid.time_high == 1 && uuid.time_low == 2 && uuid.reserved == 3);
 }
 
+static void call_profile(void) {
+  char path[ORLA_PROFILE_PATH_SIZE];
+  char line[ORLA_PROFILE_LINE_SIZE];
+  char name[ORLA_TEMPORARY_NAME_SIZE];
+  char copy[ORLA_TEMPORARY_NAME_SIZE];
+  char text[8];
+  char from_environment = 9;
+  FILE *stream;
+
+  orla_cfg_file(path, &from_environment);
+  assert(path[0] != '\0' && (from_environment == 0 || from_environment == 1));
+  assert(create_temporary_name(name) == 0);
+  assert(create_temporary_name(copy) == 0);
+  assert(orla_cfg_write_private_profile_string("Main", "Port", "5", name) == 1);
+  assert(copy_file(name, copy) == 0);
+  assert(orla_cfg_get_private_profile_int("Main", "Port", -1, copy) == 5);
+  assert(orla_cfg_get_private_profile_string("Main", "Port", NULL, text, 8, copy) == 1);
+  assert(strcmp(text, "5") == 0);
+  stream = fopen(copy, "r");
+  assert(stream != NULL && orla_i_cfg_read_line(stream, line) == 1 && line[0] == '\0');
+  assert(orla_i_cfg_read_line(stream, line) == 1 && strcmp(line, "[Main]") == 0);
+  fclose(stream);
+  remove(name);
+  remove(copy);
+}
+
 int main(void) {
   unsetenv("ORLALS_DATE_FORMAT_OLD");
   call_time();
@@ -173,5 +199,6 @@ int main(void) {
   call_loader();
   call_trace();
   call_uuid();
+  call_profile();
   return 0;
 }

@@ -1,0 +1,175 @@
+/** @file
+ *  Profile files: values read by section and key, and one key rewritten at a time.
+ *
+ *  A profile file is a text of bracketed sections that hold key=value lines. Every call opens the file
+ *  and scans it anew; nothing of its contents is kept. It is not an INI file of the usual kind: nothing
+ *  is trimmed, there is no comment and no escape, and a section ends at an empty line, not at the next
+ *  header.
+ *
+ *      file    = { line LF } [ rest ]          rest: a last line without LF; it is never seen
+ *      line    = { any byte but LF }           every CR is dropped, wherever it stands
+ *      header  = "[" name "]"                  the whole line, white space included
+ *      section = header { line } empty-line    a header does not end it; the end of the file does
+ *      entry   = a line that begins with the key
+ *      value   = what follows the last "=" of the line, spaces included
+ *
+ *  - A byte 0xFF ends the file like its real end: what follows it is invisible and the line that it
+ *    breaks off is lost.
+ *  - Lines, sections, keys and values have any length. A zero byte in a line is kept when the line is
+ *    copied; when the line is read it ends the text, as in any C string.
+ *  - Letter case is ignored in section names and keys, for the letters A to Z alone. Bytes of other
+ *    letters are compared as they stand.
+ *
+ *  Corners a caller must know:
+ *  - The first line that *begins* with the key wins: key "Port" is found in "PortNumber=77".
+ *  - As a header does not end a section, the search for a key runs on into the sections below until
+ *    an empty line stops it.
+ *  - The string reader compares only as many characters of a header as the section name has: "Main" is
+ *    found in "[Main]", "[Maintenance]" and "[Mai". The integer reader and the writer compare the whole
+ *    line.
+ *  - The string reader and the writer look at the environment variable `ORLA_CONFIG` when they are given
+ *    exactly ORLA_DEFAULT_PROFILE_PATH; the integer reader never does.
+ *  - Success is 1 for the writer, 0 for create_temporary_name() and copy_file().
+ *  - Each rewrite leaves one descriptor open in the process; see create_temporary_name().
+ *
+ *  Threads: the functions share no state but the path that orla_cfg_file() keeps. Nothing is locked: of
+ *  two writers to one file the later one wins, and a reader may meet a file that is being rewritten.
+ */
+#ifndef ORLA_PROFILE_H
+#define ORLA_PROFILE_H
+
+#include <orla/base.h>
+#include <stdio.h>
+
+/** The profile that is in force where the environment names no other. */
+#define ORLA_DEFAULT_PROFILE_PATH "/opt/tav/ls/conf/k7ls.ini"
+
+/** Bytes of the path that orla_cfg_file() stores, the terminator counted. */
+#define ORLA_PROFILE_PATH_SIZE 256
+
+/** Bytes that the line buffer of orla_i_cfg_read_line() needs, the terminator counted. */
+#define ORLA_PROFILE_LINE_SIZE 512
+
+/** Bytes of the name that create_temporary_name() stores, the terminator counted. */
+#define ORLA_TEMPORARY_NAME_SIZE 14
+
+ORLA_BEGIN_DECLS
+
+/** Reads a number.
+ *
+ *  The digits 0 to 9 at the start of the value count, up to the first other character. A value that
+ *  starts with anything else, a space or a sign among them, is 0, not the default.
+ *
+ *  @param[in] section   cstr, without brackets.
+ *  @param[in] key       cstr; "" is found in the first line of the section.
+ *  @param[in] fallback  what is answered for a file that does not open, a section or key that is not
+ *                       found, a line without "=", and a value of no or of more than 5 characters.
+ *  @param[in] path      cstr, always this very file.
+ *  @return    0 to 99999, or `fallback`.
+ *  Errors: `fallback`; a file that cannot be read on ends there. Threads: safe.
+ */
+ORLA_EXPORT int orla_cfg_get_private_profile_int(const char *section, const char *key, int fallback,
+                                                 const char *path) ORLA_NOEXCEPT;
+
+/** Reads a string.
+ *
+ *  The default is also answered for a value that is empty or holds spaces alone; pass a null default to
+ *  get such a value as it is. The default is copied like a value but is never cut: one of `size`
+ *  characters or more fills the buffer and leaves it without a terminator.
+ *
+ *  @param[in]  section   cstr, without brackets; "" takes the first line of the file for the header.
+ *  @param[in]  key       cstr; "" is found in the first line of the section.
+ *  @param[in]  fallback  optional cstr, shorter than `size`; null counts as an empty text.
+ *  @param[out] text      char[size]: the value, cut at size - 1 characters, and zero bytes to the end.
+ *  @param[in]  size      0: nothing is written; 1: an empty text; the result is 0 in both cases.
+ *  @param[in]  path      cstr; ORLA_DEFAULT_PROFILE_PATH stands for the file that `ORLA_CONFIG` names,
+ *                        where it is set, and there is no way back when that file does not open.
+ *  @return     characters of the value in `text`, or the length of `fallback`.
+ *  Errors: `fallback`, for whatever is not found; a file that cannot be read on ends there.
+ *  Threads: safe, but for a change of the environment.
+ */
+ORLA_EXPORT unsigned orla_cfg_get_private_profile_string(const char *section, const char *key,
+                                                         const char *fallback, char *text,
+                                                         unsigned size,
+                                                         const char *path) ORLA_NOEXCEPT;
+
+/** Writes one key, through a temporary copy of the file in /tmp.
+ *
+ *  The entry "key=value" takes the place of the first line of the section that begins with the key;
+ *  without such a line it goes before the empty line that ends the section, or to the end of the file.
+ *  A section that is not there is appended behind an empty line. The file is rewritten in place, so it
+ *  keeps its owner, its permissions and its links, and whole: carriage returns go, as do a last line
+ *  without a line feed and everything from a byte 0xFF on. Nothing in the arguments is checked: a line
+ *  feed in them writes lines of its own.
+ *
+ *  No key is lost for want of room: the file is opened for writing only when the temporary copy is
+ *  whole and, where the new text needs more room than the file has and the file system can reserve
+ *  room, when that room has been reserved. Nor is it when the file cannot be read to its end.
+ *
+ *  @param[in] section  cstr, without brackets.
+ *  @param[in] key      cstr; "" is found in the first line of the section, even in an empty one.
+ *  @param[in] value    cstr.
+ *  @param[in] path     cstr, of a file that is read and rewritten, or, where it does not open for
+ *                      reading, created or replaced by one that holds the header and the entry alone.
+ *                      ORLA_DEFAULT_PROFILE_PATH stands for the file that `ORLA_CONFIG` names.
+ *  @return    1, or 0 with the file as it was, but for two cases: copy_file() could not open the
+ *             temporary copy (the file is empty) or a new file could not be written whole. What
+ *             copy_file() cannot write is not noticed.
+ *  Errors: 0. When the temporary file cannot be opened by its name, it stays behind, empty.
+ *  Threads: safe, but for a change of the environment; two writers to one file lose entries.
+ */
+ORLA_EXPORT int orla_cfg_write_private_profile_string(const char *section, const char *key,
+                                                      const char *value,
+                                                      const char *path) ORLA_NOEXCEPT;
+
+/** Tells which profile is in force: the file that `ORLA_CONFIG` names, if it opens for reading, and
+ *  ORLA_DEFAULT_PROFILE_PATH otherwise.
+ *
+ *  Settled at the first call in the process; later changes of the variable or of the files are not
+ *  seen. A name of more than 255 characters counts as a file that does not open.
+ *
+ *  @param[out] path              char[ORLA_PROFILE_PATH_SIZE], always terminated.
+ *  @param[out] from_environment  optional char: 1 when `ORLA_CONFIG` named the file, otherwise 0.
+ *  Errors: none. Threads: the first call settles the path unguarded (serialise).
+ */
+ORLA_EXPORT void orla_cfg_file(char *path, char *from_environment) ORLA_NOEXCEPT;
+
+/** Reads one line of a profile file from a stream, without its line feed and carriage returns.
+ *
+ *  Of a longer line the first 511 characters are kept and the rest is dropped. After a byte 0xFF the
+ *  stream stands right behind it.
+ *
+ *  @param[in]  stream  open for reading.
+ *  @param[out] line    char[ORLA_PROFILE_LINE_SIZE]; terminated when the result is 1. When it is 0, what
+ *                      has been read of the line stands there without a terminator.
+ *  @return     1, or 0 at the end of the file, which a byte 0xFF counts as: a line that was not ended by
+ *              a line feed is lost.
+ *  Errors: as the end of the file. Threads: safe, a stream to itself.
+ */
+ORLA_EXPORT int orla_i_cfg_read_line(FILE *stream, char *line) ORLA_NOEXCEPT;
+
+/** Creates an empty file "/tmp/K7......" that only its owner may read and write.
+ *
+ *  Kept as it is: the descriptor on the file stays open, so that every call, and with it every rewrite,
+ *  costs the process one descriptor.
+ *
+ *  @param[out] name  char[ORLA_TEMPORARY_NAME_SIZE], terminated.
+ *  @return     0, or 1 when no file could be created; `name` is then of no use.
+ *  Threads: safe.
+ */
+ORLA_EXPORT int create_temporary_name(char *name) ORLA_NOEXCEPT;
+
+/** Copies a file byte by byte into another one, which is created or emptied first.
+ *
+ *  Kept as it is: what cannot be written is not noticed, and what cannot be read ends the copy.
+ *
+ *  @param[in] source       cstr.
+ *  @param[in] destination  cstr.
+ *  @return    0, or 1 when either does not open; a destination that was opened is then empty.
+ *  Threads: safe.
+ */
+ORLA_EXPORT int copy_file(const char *source, const char *destination) ORLA_NOEXCEPT;
+
+ORLA_END_DECLS
+
+#endif

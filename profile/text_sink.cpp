@@ -1,0 +1,42 @@
+#include "profile/text_sink.h"
+
+#include <unistd.h>
+
+#include <cerrno>
+#include <cstring>
+
+namespace orla {
+
+bool write_all(int descriptor, std::string_view text) {
+  while (!text.empty()) {
+    const ssize_t size = write(descriptor, text.data(), text.size());
+    if (size < 0 && errno == EINTR) continue;
+    if (size <= 0) return false;
+    text.remove_prefix(static_cast<std::size_t>(size));
+  }
+  return true;
+}
+
+void TextSink::put(std::string_view text) {
+  size_ += text.size();
+  while (text.size() > kRoom - held_) {
+    const std::size_t fitting = kRoom - held_;
+    gather({text.data(), fitting});
+    flush();
+    text.remove_prefix(fitting);
+  }
+  gather(text);
+}
+
+void TextSink::gather(std::string_view text) {
+  std::memcpy(text_ + held_, text.data(), text.size());
+  held_ += text.size();
+}
+
+bool TextSink::flush() {
+  failed_ |= !write_all(descriptor_, {text_, held_});
+  held_ = 0;
+  return !failed_;
+}
+
+}  // namespace orla

@@ -1,0 +1,725 @@
+// Profile files: the writer, its temporary name and its copy.
+
+#include <fcntl.h>
+#include <gtest/gtest.h>
+#include <orla/profile.h>
+#include <sys/resource.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include <cerrno>
+#include <cstring>
+#include <filesystem>
+#include <fstream>
+#include <string>
+#include <vector>
+
+#include "fakes/file_calls.h"
+#include "kit/environment.h"
+#include "kit/guarded_buffer.h"
+#include "kit/temp_dir.h"
+
+namespace {
+
+constexpr const char *kDefaultPath = ORLA_DEFAULT_PROFILE_PATH;
+constexpr const char *kTemporary = "/tmp/K7memory";
+const std::string kTwoSections = "[Main]\nPort=5\n\n[Other]\nA=1\n";
+
+int write_port(const char *path = "f") {
+  return orla_cfg_write_private_profile_string("Main", "Port", "7", path);
+}
+
+bool opens_for_writing(int flags) { return (flags & O_ACCMODE) == O_WRONLY; }
+
+bool is_temporary(const char *path) { return std::strncmp(path, "/tmp/K7", 7) == 0; }
+
+// What a test finds after one write into a file in memory.
+struct Result {
+  int status;
+  std::string file;
+  std::size_t files;  // the target's own is one
+
+  bool operator==(const Result &) const = default;
+};
+
+std::ostream &operator<<(std::ostream &out, const Result &result) {
+  return out << result.status << " " << testing::PrintToString(result.file) << ", " << result.files
+             << " files";
+}
+
+Result write_into(const std::string &file, const char *section, const char *key,
+                  const char *value) {
+  MemoryFiles files;
+  files.put("f", file);
+  const int status = orla_cfg_write_private_profile_string(section, key, value, "f");
+  return {status, files.get("f"), files.count()};
+}
+
+Result written(const std::string &file) { return {1, file, 1}; }
+
+TEST(ProfileWriter, CreatesAMissingFileWithTheHeaderAndTheEntry) {
+  MemoryFiles files;
+  EXPECT_EQ(write_port(), 1);
+  EXPECT_EQ(files.get("f"), "[Main]\nPort=7\n");
+  EXPECT_EQ(files.count(), 1U);
+}
+
+TEST(ProfileWriter, ReplacesTheEntryInItsPlace) {
+  EXPECT_EQ(write_into(kTwoSections, "Main", "Port", "7"),
+            written("[Main]\nPort=7\n\n[Other]\nA=1\n"));
+  EXPECT_EQ(write_into(kTwoSections, "Other", "A", "2"),
+            written("[Main]\nPort=5\n\n[Other]\nA=2\n"));
+}
+
+TEST(ProfileWriter, PutsANewEntryBeforeTheEmptyLineThatEndsTheSection) {
+  EXPECT_EQ(write_into(kTwoSections, "Main", "Host", "h"),
+            written("[Main]\nPort=5\nHost=h\n\n[Other]\nA=1\n"));
+  EXPECT_EQ(write_into("[Main]\n\n\nA=1\n", "Main", "Host", "h"),
+            written("[Main]\nHost=h\n\n\nA=1\n"));
+}
+
+TEST(ProfileWriter, PutsANewEntryAtTheEndOfAFileWithoutThatEmptyLine) {
+  EXPECT_EQ(write_into("[Main]\nPort=5\n", "Main", "Host", "h"),
+            written("[Main]\nPort=5\nHost=h\n"));
+  EXPECT_EQ(write_into("[Main]\n", "Main", "Host", "h"), written("[Main]\nHost=h\n"));
+}
+
+TEST(ProfileWriter, AppendsANewSectionBehindAnEmptyLine) {
+  EXPECT_EQ(write_into("[Main]\nPort=5\n", "New", "K", "v"),
+            written("[Main]\nPort=5\n\n[New]\nK=v\n"));
+  EXPECT_EQ(write_into("[Main]\n\n", "New", "K", "v"), written("[Main]\n\n\n[New]\nK=v\n"));
+}
+
+TEST(ProfileWriter, BeginsAnEmptyFileWithAnEmptyLine) {
+  EXPECT_EQ(write_into("", "New", "K", "v"), written("\n[New]\nK=v\n"));
+}
+
+TEST(ProfileWriter, ReplacesTheFirstLineThatBeginsWithTheKeyWhateverFollowsIt) {
+  EXPECT_EQ(write_into("[Main]\nPortNumber=77\n", "Main", "Port", "7"),
+            written("[Main]\nPort=7\n"));
+  EXPECT_EQ(write_into("[Main]\nPortNumber=77\nPort=5\n", "Main", "Port", "7"),
+            written("[Main]\nPort=7\nPort=5\n"));
+}
+
+TEST(ProfileWriter, IgnoresLetterCaseAndWritesTheKeyAsItIsGiven) {
+  EXPECT_EQ(write_into("[main]\nport=5\n", "MAIN", "Port", "7"), written("[main]\nPort=7\n"));
+}
+
+TEST(ProfileWriter, TakesOnlyAHeaderThatIsTheWholeLine) {
+  EXPECT_EQ(write_into("[Maintenance]\nPort=5\n", "Main", "Port", "7"),
+            written("[Maintenance]\nPort=5\n\n[Main]\nPort=7\n"));
+  EXPECT_EQ(write_into("[Main] \nPort=5\n", "Main", "Port", "7"),
+            written("[Main] \nPort=5\n\n[Main]\nPort=7\n"));
+}
+
+TEST(ProfileWriter, LooksForTheKeyInTheSectionsBelowUpToAnEmptyLine) {
+  EXPECT_EQ(write_into("[Main]\nA=1\n[Other]\nPort=5\n", "Main", "Port", "7"),
+            written("[Main]\nA=1\n[Other]\nPort=7\n"));
+  EXPECT_EQ(write_into("[Main]\nA=1\n\n[Other]\nPort=5\n", "Main", "Port", "7"),
+            written("[Main]\nA=1\nPort=7\n\n[Other]\nPort=5\n"));
+}
+
+TEST(ProfileWriter, EmptyKeyReplacesEvenAnEmptyLine) {
+  EXPECT_EQ(write_into("[Main]\n\nA=1\n", "Main", "", "v"), written("[Main]\n=v\nA=1\n"));
+  EXPECT_EQ(write_into("[Main]\nA=1\n", "Main", "", "v"), written("[Main]\n=v\n"));
+}
+
+TEST(ProfileWriter, LosesALastLineWithoutLineFeed) {
+  EXPECT_EQ(write_into("[Main]\nPort=5\nHost=h", "Main", "Port", "7"), written("[Main]\nPort=7\n"));
+  EXPECT_EQ(write_into("[Main]", "Main", "Port", "7"), written("\n[Main]\nPort=7\n"));
+}
+
+TEST(ProfileWriter, LosesEverythingFromAByte255On) {
+  EXPECT_EQ(write_into("[Main]\nA=1\nB=\xFF\nPort=5\n", "Main", "Port", "7"),
+            written("[Main]\nA=1\nPort=7\n"));
+}
+
+TEST(ProfileWriter, RewritesCarriageReturnsAwayInEveryLine) {
+  EXPECT_EQ(write_into("A=1\r\n[Main]\r\nPort=5\r\n\r\n[Ot\rher]\r\n", "Main", "Port", "7"),
+            written("A=1\n[Main]\nPort=7\n\n[Other]\n"));
+}
+
+TEST(ProfileWriter, KeepsZeroBytesInTheLinesItCopies) {
+  const std::string zero(1, '\0');
+  EXPECT_EQ(write_into("a" + zero + "b\n[Main]\nc" + zero + "\nPort=5\n" + zero + "d\n", "Main",
+                       "Port", "7"),
+            written("a" + zero + "b\n[Main]\nc" + zero + "\nPort=7\n" + zero + "d\n"));
+}
+
+TEST(ProfileWriter, TakesALineThatBeginsWithAZeroByteForEmptyAndKeepsIt) {
+  const std::string line("\0d\n", 3);
+  EXPECT_EQ(write_into("[Main]\n" + line, "Main", "Port", "7"), written("[Main]\nPort=7\n" + line));
+}
+
+TEST(ProfileWriter, CopiesLinesOfAnyLength) {
+  for (const std::size_t length : {511U, 512U, 513U, 4095U, 4096U, 4097U, 65536U, 1000000U}) {
+    const std::string line = std::string(length, 'x') + "\n";
+    const std::string value(length, 'v');
+    EXPECT_EQ(
+        write_into(line + "[Main]\n" + line + "Port=5\n" + line, "Main", "Port", value.c_str()),
+        written(line + "[Main]\n" + line + "Port=" + value + "\n" + line));
+    EXPECT_EQ(write_into("", value.c_str(), "K", "v"), written("\n[" + value + "]\nK=v\n"));
+  }
+}
+
+TEST(ProfileWriter, RewritesAFileOf100Megabytes) {
+  std::string file = "[Main]\nPort=5\n";
+  while (file.size() < 100000000)
+    file += "one entry=of very many\n";
+  std::string expected = file;
+  expected[12] = '7';
+  EXPECT_TRUE(write_into(file, "Main", "Port", "7") == written(expected));
+}
+
+TEST(ProfileWriter, ChecksNothingInItsArguments) {
+  EXPECT_EQ(write_into("[Main]\n", "Main", "a=b", "c\nd"), written("[Main]\na=b=c\nd\n"));
+  EXPECT_EQ(write_into("", "a\nb", "", ""), written("\n[a\nb]\n=\n"));
+}
+
+TEST(ProfileWriter, DefaultPathStandsForTheFileThatTheEnvironmentNames) {
+  MemoryFiles files;
+  files.put(kDefaultPath, "");
+  files.put("other", "");
+  const WithVariable set("ORLA_CONFIG", "named");
+  EXPECT_EQ(write_port(kDefaultPath), 1);
+  EXPECT_EQ(write_port("other"), 1);
+  EXPECT_EQ(files.get(kDefaultPath), "");
+  EXPECT_EQ(files.get("named"), "[Main]\nPort=7\n");
+  EXPECT_EQ(files.get("other"), "\n[Main]\nPort=7\n");
+  const WithVariable unset("ORLA_CONFIG", nullptr);
+  EXPECT_EQ(write_port(kDefaultPath), 1);
+  EXPECT_EQ(files.get(kDefaultPath), "\n[Main]\nPort=7\n");
+}
+
+// What fails, and what is left.
+
+class ProfileWriterFailing : public testing::Test {
+ protected:
+  ProfileWriterFailing() { files_.put("f", kTwoSections); }
+
+  // One write, with `failing` as the open of everything.
+  template <typename Failing>
+  int write_with_open(Failing failing) {
+    const With opening(fake_open, [&](const char *path, int flags, mode_t) {
+      const int error = failing(path, flags);
+      errno = error;
+      return error != 0 ? -1 : files_.open(path, flags);
+    });
+    return write_port();
+  }
+
+  void expect_untouched() {
+    EXPECT_EQ(files_.get("f"), kTwoSections);
+    EXPECT_EQ(files_.count(), 1U) << "a temporary file stayed behind";
+  }
+
+  MemoryFiles files_;
+};
+
+TEST_F(ProfileWriterFailing, WithoutATemporaryNameLeavesTheTargetUntouched) {
+  const With failing(fake_mkstemp, [](char *) { return -1; });
+  EXPECT_EQ(write_port(), 0);
+  expect_untouched();
+}
+
+TEST_F(ProfileWriterFailing, TemporaryFileThatDoesNotOpenStaysBehindEmpty) {
+  EXPECT_EQ(write_with_open([](const char *path, int) { return is_temporary(path) ? EACCES : 0; }),
+            0);
+  EXPECT_EQ(files_.get("f"), kTwoSections);
+  EXPECT_EQ(files_.count(), 2U);
+  EXPECT_EQ(files_.get(kTemporary), "");
+}
+
+TEST_F(ProfileWriterFailing, UnreadableTargetIsReplacedByThatOneSectionAndKey) {
+  EXPECT_EQ(write_with_open([](const char *path, int flags) {
+              return !is_temporary(path) && !opens_for_writing(flags) ? EACCES : 0;
+            }),
+            1);
+  EXPECT_EQ(files_.get("f"), "[Main]\nPort=7\n");
+  EXPECT_EQ(files_.count(), 1U);
+}
+
+TEST_F(ProfileWriterFailing, TargetThatOpensNeitherWayIsAFailure) {
+  EXPECT_EQ(write_with_open([](const char *path, int) { return is_temporary(path) ? 0 : EACCES; }),
+            0);
+  expect_untouched();
+}
+
+TEST_F(ProfileWriterFailing, UnwritableTargetStaysUntouched) {
+  EXPECT_EQ(write_with_open([](const char *path, int flags) {
+              return !is_temporary(path) && opens_for_writing(flags) ? EACCES : 0;
+            }),
+            0);
+  expect_untouched();
+}
+
+// Every rewrite leaves a descriptor open, so a busy process comes to the point where only two are left:
+// enough for the temporary file and its copy, not for the target.
+TEST_F(ProfileWriterFailing, WantOfDescriptorsOrMemoryIsNoReasonToReplaceTheTarget) {
+  for (const int error : {EMFILE, ENFILE, ENOMEM}) {
+    EXPECT_EQ(write_with_open([error](const char *path, int flags) {
+                return !is_temporary(path) && !opens_for_writing(flags) ? error : 0;
+              }),
+              0)
+        << std::strerror(error);
+    expect_untouched();
+  }
+}
+
+TEST_F(ProfileWriterFailing, TargetIsLeftEmptyWhenTheCopyCannotBeOpenedAgain) {
+  EXPECT_EQ(write_with_open([](const char *path, int flags) {
+              return is_temporary(path) && !opens_for_writing(flags) ? EIO : 0;
+            }),
+            0);
+  EXPECT_EQ(files_.get("f"), "");
+  EXPECT_EQ(files_.count(), 1U);
+}
+
+bool is_on_temporary(int descriptor) {
+  char path[64] = {};
+  const std::string link = std::string("/proc/self/fd/") + std::to_string(descriptor);
+  return readlink(link.c_str(), path, sizeof path - 1) > 0 && is_temporary(path);
+}
+
+TEST(ProfileWriterCopy, ThatCouldNotBeWrittenWholeNeverReachesTheTarget) {
+  const TempDir folder;
+  const std::string large = kTwoSections + std::string(100000, '\n');
+  for (const std::string &file : {kTwoSections, large}) {
+    for (int good_writes = 0; good_writes < (file == large ? 2 : 1); ++good_writes) {
+      const std::string path = folder.write("f", file);
+      std::string temporary;
+      const With naming(fake_mkstemp, [&](char *name) {
+        const int descriptor = fake_mkstemp.real(name);
+        temporary = name;
+        return descriptor;
+      });
+      int writes = 0;
+      const With full(fake_write,
+                      [&](int descriptor, const void *data, std::size_t size) -> ssize_t {
+                        if (!is_on_temporary(descriptor) || writes++ < good_writes)
+                          return fake_write.real(descriptor, data, size);
+                        errno = ENOSPC;
+                        return -1;
+                      });
+      EXPECT_EQ(write_port(path.c_str()), 0);
+      EXPECT_GT(writes, good_writes);
+      EXPECT_EQ(folder.read("f"), file);
+      EXPECT_FALSE(std::filesystem::exists(temporary));
+    }
+  }
+}
+
+TEST(ProfileWriterCopy, WhoseLastBytesFailAtTheCloseNeverReachesTheTarget) {
+  const TempDir folder;
+  const std::string path = folder.write("f", kTwoSections);
+  const With failing(fake_close, [&](int descriptor) {
+    const bool fails = is_on_temporary(descriptor);
+    fake_close.real(descriptor);
+    errno = EIO;
+    return fails ? -1 : 0;
+  });
+  EXPECT_EQ(write_port(path.c_str()), 0);
+  EXPECT_EQ(folder.read("f"), kTwoSections);
+}
+
+TEST(ProfileWriterCopy, OfATargetThatCannotBeReadToItsEndNeverReachesIt) {
+  const std::string large = kTwoSections + std::string(100000, '\n');
+  for (const int good_reads : {0, 1}) {
+    MemoryFiles files;
+    files.put("f", large);
+    int reads = 0;
+    const With failing(fake_read, [&](int descriptor, void *out, std::size_t size) -> ssize_t {
+      if (reads++ < good_reads) return fake_read.real(descriptor, out, size);
+      errno = EIO;
+      return -1;
+    });
+    EXPECT_EQ(write_port(), 0);
+    EXPECT_TRUE(files.get("f") == large);
+    EXPECT_EQ(files.count(), 1U);
+  }
+}
+
+TEST(ProfileWriterCopy, OfATargetWhoseLinesExceedTheMemoryNeverReachesIt) {
+  const std::string file = kTwoSections + std::string(1000000, 'x') + "\n";
+  MemoryFiles files;
+  files.put("f", file);
+  const With short_of_memory(fake_realloc, [](void *earlier, std::size_t size) -> void * {
+    return size > 500000 ? nullptr : fake_realloc.real(earlier, size);
+  });
+  EXPECT_EQ(write_port(), 0);
+  EXPECT_TRUE(files.get("f") == file);
+  EXPECT_EQ(files.count(), 1U);
+}
+
+TEST(ProfileWriterCopy, IsWrittenOnAfterASignal) {
+  MemoryFiles files;
+  files.put("f", kTwoSections);
+  int calls = 0;
+  const With interrupted(fake_write,
+                         [&](int descriptor, const void *data, std::size_t size) -> ssize_t {
+                           if (calls++ % 2 == 1) return fake_write.real(descriptor, data, size);
+                           errno = EINTR;
+                           return -1;
+                         });
+  EXPECT_EQ(write_port(), 1);
+  EXPECT_EQ(files.get("f"), "[Main]\nPort=7\n\n[Other]\nA=1\n");
+}
+
+TEST(ProfileWriterCopy, IsNotWholeWhenTheSystemTakesNothing) {
+  MemoryFiles files;
+  files.put("f", kTwoSections);
+  const With taking_nothing(fake_write, [](int, const void *, std::size_t) { return ssize_t{0}; });
+  EXPECT_EQ(write_port(), 0);
+  EXPECT_EQ(files.get("f"), kTwoSections);
+}
+
+TEST(ProfileWriter, NewFileThatCannotBeWrittenWholeIsAFailure) {
+  MemoryFiles files;
+  const With full(fake_write, [](int, const void *, std::size_t) -> ssize_t {
+    errno = ENOSPC;
+    return -1;
+  });
+  EXPECT_EQ(write_port(), 0);
+  EXPECT_EQ(files.count(), 1U);
+}
+
+TEST(ProfileWriter, NewFileWhoseCloseFailsIsAFailure) {
+  MemoryFiles files;
+  int closes = 0;
+  const With failing(fake_close, [&](int descriptor) {
+    fake_close.real(descriptor);
+    return ++closes == 2 ? -1 : 0;  // the first is the temporary file's
+  });
+  EXPECT_EQ(write_port(), 0);
+  EXPECT_EQ(closes, 2);
+}
+
+// Room on the target's file system.
+
+class ProfileRoom : public testing::Test {
+ protected:
+  // Rewrites a small file, to one that needs more room when `value` is long.
+  int write(const std::string &value) {
+    path_ = folder_.write("f", kTwoSections);
+    return orla_cfg_write_private_profile_string("Main", "Port", value.c_str(), path_.c_str());
+  }
+
+  static std::string with_port(const std::string &value) {
+    return std::string("[Main]\nPort=") + value + "\n\n[Other]\nA=1\n";
+  }
+
+  const std::string long_value_ = std::string(200000, 'v');
+  const TempDir folder_;
+  std::string path_;
+};
+
+TEST_F(ProfileRoom, IsReservedBeforeTheTargetIsOpenedForWriting) {
+  std::string steps;
+  const With opening(fake_open, [&](const char *path, int flags, mode_t mode) {
+    if (path == path_)
+      steps += (flags & O_TRUNC) != 0 ? "empty " : opens_for_writing(flags) ? "open " : "read ";
+    return fake_open.real(path, flags, mode);
+  });
+  const With reserving(fake_fallocate, [&](int, int mode, off_t offset, off_t size) {
+    EXPECT_EQ(mode, FALLOC_FL_KEEP_SIZE);
+    EXPECT_EQ(offset, 0);
+    EXPECT_EQ(size, static_cast<off_t>(with_port(long_value_).size()));
+    EXPECT_EQ(folder_.read("f"), kTwoSections);
+    steps += "reserve ";
+    return 0;
+  });
+  EXPECT_EQ(write(long_value_), 1);
+  EXPECT_EQ(steps, "read open reserve empty ");
+  EXPECT_EQ(folder_.read("f"), with_port(long_value_));
+}
+
+TEST_F(ProfileRoom, ThatIsNotThereLeavesTheTargetUntouched) {
+  for (const int error : {ENOSPC, EDQUOT, EFBIG, EIO}) {
+    const With full(fake_fallocate, [error](int, int, off_t, off_t) {
+      errno = error;
+      return -1;
+    });
+    std::string temporary;
+    const With naming(fake_mkstemp, [&](char *name) {
+      const int descriptor = fake_mkstemp.real(name);
+      temporary = name;
+      return descriptor;
+    });
+    EXPECT_EQ(write(long_value_), 0) << std::strerror(error);
+    EXPECT_EQ(folder_.read("f"), kTwoSections);
+    EXPECT_FALSE(std::filesystem::exists(temporary));
+  }
+}
+
+TEST_F(ProfileRoom, IsTakenForGrantedWhereTheFileSystemCannotReserve) {
+  for (const int error : {EOPNOTSUPP, ENOSYS}) {
+    const With unable(fake_fallocate, [error](int, int, off_t, off_t) {
+      errno = error;
+      return -1;
+    });
+    EXPECT_EQ(write(long_value_), 1);
+    EXPECT_EQ(folder_.read("f"), with_port(long_value_));
+  }
+}
+
+TEST_F(ProfileRoom, IsAskedForAgainAfterASignal) {
+  int calls = 0;
+  const With interrupted(fake_fallocate, [&](int, int, off_t, off_t) {
+    errno = EINTR;
+    return calls++ == 0 ? -1 : 0;
+  });
+  EXPECT_EQ(write(long_value_), 1);
+  EXPECT_EQ(calls, 2);
+}
+
+TEST_F(ProfileRoom, IsNotAskedForWhereTheFileHasIt) {
+  const With full(fake_fallocate, [](int, int, off_t, off_t) {
+    ADD_FAILURE() << "nothing more is needed";
+    return -1;
+  });
+  path_ = folder_.write("f", with_port(long_value_));
+  EXPECT_EQ(orla_cfg_write_private_profile_string("Main", "Port", "7", path_.c_str()), 1);
+  EXPECT_EQ(folder_.read("f"), with_port("7"));
+}
+
+TEST_F(ProfileRoom, IsAskedForWhereTheFilesOwnCannotBeTold) {
+  const With failing(fake_statx,
+                     [](int, const char *, int, unsigned, struct statx *) { return -1; });
+  int calls = 0;
+  const With reserving(fake_fallocate, [&](int, int, off_t, off_t) {
+    ++calls;
+    return 0;
+  });
+  EXPECT_EQ(write("7"), 1);
+  EXPECT_EQ(calls, 1);
+  EXPECT_EQ(folder_.read("f"), with_port("7"));
+}
+
+TEST_F(ProfileRoom, CannotBeReservedOnATargetThatDoesNotOpenForWriting) {
+  const With opening(fake_open, [&](const char *path, int flags, mode_t mode) {
+    if (path == path_ && opens_for_writing(flags)) {
+      errno = EACCES;
+      return -1;
+    }
+    return fake_open.real(path, flags, mode);
+  });
+  EXPECT_EQ(write(long_value_), 0);
+  EXPECT_EQ(folder_.read("f"), kTwoSections);
+}
+
+// Files of the file system.
+
+TEST(ProfileWriterFile, IsRewrittenInPlaceWithItsInodeAndPermissions) {
+  const TempDir folder;
+  const std::string path = folder.write("f", kTwoSections);
+  ASSERT_EQ(chmod(path.c_str(), 0640), 0);
+  ASSERT_EQ(link(path.c_str(), folder.path("link").c_str()), 0);
+  EXPECT_EQ(write_port(path.c_str()), 1);
+  struct stat status;
+  ASSERT_EQ(stat(path.c_str(), &status), 0);
+  EXPECT_EQ(status.st_mode & 07777, 0640U);
+  EXPECT_EQ(folder.read("link"), "[Main]\nPort=7\n\n[Other]\nA=1\n");
+}
+
+TEST(ProfileWriterFile, IsCreatedWithTheOrdinaryModeUnderTheMask) {
+  const TempDir folder;
+  for (const mode_t mask : {0U, 022U, 077U}) {
+    const std::string path = folder.path(std::to_string(mask));
+    const mode_t earlier = umask(mask);
+    EXPECT_EQ(write_port(path.c_str()), 1);
+    umask(earlier);
+    struct stat status;
+    ASSERT_EQ(stat(path.c_str(), &status), 0);
+    EXPECT_EQ(status.st_mode & 07777, 0666U & ~mask);
+  }
+}
+
+TEST(ProfileWriterFile, InAMissingFolderIsAFailure) {
+  const TempDir folder;
+  EXPECT_EQ(write_port(folder.path("missing/f").c_str()), 0);
+}
+
+TEST(ProfileWriterFile, ThatIsAFolderIsAFailure) {
+  const TempDir folder;
+  EXPECT_EQ(write_port(folder.path("").c_str()), 0);
+  EXPECT_TRUE(std::filesystem::is_directory(folder.path("")));
+}
+
+TEST(ProfileWriterFile, ThatIsADeviceIsWrittenWithoutReservingRoom) {
+  const With reserving(fake_fallocate, [](int, int, off_t, off_t) {
+    ADD_FAILURE() << "a device has no room to reserve";
+    return -1;
+  });
+  EXPECT_EQ(write_port("/dev/null"), 1);
+}
+
+std::size_t open_descriptors() {
+  std::size_t count = 0;
+  for ([[maybe_unused]] const auto &entry : std::filesystem::directory_iterator("/proc/self/fd"))
+    ++count;
+  return count;
+}
+
+TEST(ProfileWriterFile, LeavesOneDescriptorOpenPerRewriteAndNoTemporaryFile) {
+  const TempDir folder;
+  const std::string path = folder.path("f");
+  std::vector<std::string> names;
+  const With naming(fake_mkstemp, [&](char *name) {
+    const int descriptor = fake_mkstemp.real(name);
+    names.emplace_back(name);
+    return descriptor;
+  });
+  const std::size_t before = open_descriptors();
+  for (std::size_t i = 1; i <= 3; ++i) {
+    EXPECT_EQ(write_port(path.c_str()), 1);  // created first, then rewritten
+    EXPECT_EQ(open_descriptors(), before + i);
+  }
+  EXPECT_EQ(names.size(), 3U);
+  for (const std::string &name : names)
+    EXPECT_FALSE(std::filesystem::exists(name)) << name;
+}
+
+// The real limit, down to the last descriptor: whatever fails, the file holds what it held.
+TEST(ProfileWriterFile, LosesNothingWhenTheProcessRunsOutOfDescriptors) {
+  const TempDir folder;
+  const std::string path = folder.write("f", kTwoSections);
+  std::vector<std::string> names;
+  const With naming(fake_mkstemp, [&](char *name) {
+    const int descriptor = fake_mkstemp.real(name);
+    names.emplace_back(name);
+    return descriptor;
+  });
+  rlimit earlier;
+  ASSERT_EQ(getrlimit(RLIMIT_NOFILE, &earlier), 0);
+  const rlimit few = {64, earlier.rlim_max};
+  ASSERT_EQ(setrlimit(RLIMIT_NOFILE, &few), 0);
+  int failures = 0;
+  for (int i = 0; i < 80; ++i)
+    failures += write_port(path.c_str()) == 0;
+  setrlimit(RLIMIT_NOFILE, &earlier);
+  EXPECT_GT(failures, 0);
+  EXPECT_EQ(folder.read("f"), "[Main]\nPort=7\n\n[Other]\nA=1\n");
+  for (const std::string &name : names)
+    unlink(name.c_str());  // the one that could not be opened
+}
+
+TEST(TemporaryName, IsACreatedEmptyFileOfTheOwnersAlone) {
+  GuardedBuffer name(ORLA_TEMPORARY_NAME_SIZE);
+  ASSERT_EQ(create_temporary_name(name.data()), 0);
+  const std::string path = name.data();
+  EXPECT_EQ(path.size(), 13U);
+  EXPECT_TRUE(is_temporary(path.c_str()));
+  EXPECT_EQ(path.find("XXXXXX"), std::string::npos);
+  struct stat status;
+  ASSERT_EQ(stat(path.c_str(), &status), 0);
+  EXPECT_EQ(status.st_mode, S_IFREG | 0600U);
+  EXPECT_EQ(status.st_size, 0);
+  unlink(path.c_str());
+}
+
+TEST(TemporaryName, IsMadeFromTheTemplateByMkstempWhoseDescriptorStaysOpen) {
+  const With naming(fake_mkstemp, [](char *name) {
+    EXPECT_STREQ(name, "/tmp/K7XXXXXX");
+    return 5;
+  });
+  const With closing(fake_close, [](int descriptor) {
+    ADD_FAILURE() << "descriptor " << descriptor << " was closed";
+    return 0;
+  });
+  char name[ORLA_TEMPORARY_NAME_SIZE];
+  EXPECT_EQ(create_temporary_name(name), 0);
+}
+
+TEST(TemporaryName, IsOneOnFailure) {
+  const With failing(fake_mkstemp, [](char *) { return -1; });
+  char name[ORLA_TEMPORARY_NAME_SIZE];
+  EXPECT_EQ(create_temporary_name(name), 1);
+}
+
+TEST(CopyFile, CopiesEveryByteOfFilesOfAnySize) {
+  const std::string all = std::string("a\0b\r\n\xFF\n", 8);
+  for (const std::size_t size : {0U, 1U, 511U, 512U, 513U, 16383U, 16384U, 16385U, 1000000U}) {
+    MemoryFiles files;
+    std::string content;
+    while (content.size() < size)
+      content += all;
+    content.resize(size);
+    files.put("from", content);
+    files.put("to", "earlier content");
+    EXPECT_EQ(copy_file("from", "to"), 0);
+    EXPECT_TRUE(files.get("to") == content) << size;
+    EXPECT_TRUE(files.get("from") == content) << size;
+  }
+}
+
+TEST(CopyFile, CreatesTheDestination) {
+  MemoryFiles files;
+  files.put("from", "a");
+  EXPECT_EQ(copy_file("from", "to"), 0);
+  EXPECT_EQ(files.get("to"), "a");
+}
+
+TEST(CopyFile, IsOneWhenTheDestinationDoesNotOpen) {
+  const TempDir folder;
+  const std::string from = folder.write("from", "a");
+  EXPECT_EQ(copy_file(from.c_str(), folder.path("missing/to").c_str()), 1);
+  EXPECT_EQ(copy_file(from.c_str(), folder.path("").c_str()), 1);
+}
+
+TEST(CopyFile, LeavesTheDestinationEmptyWhenTheSourceDoesNotOpen) {
+  MemoryFiles files;
+  files.put("to", "earlier content");
+  EXPECT_EQ(copy_file("missing", "to"), 1);
+  EXPECT_EQ(files.get("to"), "");
+}
+
+TEST(CopyFile, EmptiesAFileThatIsCopiedOntoItself) {
+  MemoryFiles files;
+  files.put("f", "a");
+  EXPECT_EQ(copy_file("f", "f"), 0);
+  EXPECT_EQ(files.get("f"), "");
+}
+
+TEST(CopyFile, DoesNotNoticeWhatCannotBeWritten) {
+  const TempDir folder;
+  const std::string from = folder.write("from", std::string(100000, 'a'));
+  EXPECT_EQ(copy_file(from.c_str(), "/dev/full"), 0);
+}
+
+TEST(CopyFile, GoesOnBehindAPieceThatCouldNotBeWritten) {
+  MemoryFiles files;
+  files.put("from", std::string(16384, 'a') + "b");
+  int writes = 0;
+  const With failing(fake_write,
+                     [&](int descriptor, const void *data, std::size_t size) -> ssize_t {
+                       errno = ENOSPC;
+                       return writes++ == 0 ? -1 : fake_write.real(descriptor, data, size);
+                     });
+  EXPECT_EQ(copy_file("from", "to"), 0);
+  EXPECT_EQ(files.get("to"), "b");
+}
+
+TEST(CopyFile, DoesNotNoticeWhatCannotBeRead) {
+  MemoryFiles files;
+  files.put("from", "a");
+  const With failing(fake_read, [](int, void *, std::size_t) -> ssize_t {
+    errno = EIO;
+    return -1;
+  });
+  EXPECT_EQ(copy_file("from", "to"), 0);
+  EXPECT_EQ(files.get("to"), "");
+}
+
+TEST(CopyFile, ReadsOnAfterASignal) {
+  MemoryFiles files;
+  files.put("from", "a");
+  int reads = 0;
+  const With interrupted(fake_read, [&](int descriptor, void *out, std::size_t size) -> ssize_t {
+    errno = EINTR;
+    return reads++ == 0 ? -1 : fake_read.real(descriptor, out, size);
+  });
+  EXPECT_EQ(copy_file("from", "to"), 0);
+  EXPECT_EQ(files.get("to"), "a");
+}
+
+}  // namespace
