@@ -13,7 +13,7 @@ function(orla_developer_flags target)
   endif()
   if(ORLA_SANITIZE)
     target_compile_options(${target} PRIVATE
-      -fsanitize=${ORLA_SANITIZE} -fno-sanitize-recover=all -fno-omit-frame-pointer)
+      -O1 -g1 -fsanitize=${ORLA_SANITIZE} -fno-sanitize-recover=all -fno-omit-frame-pointer)
     target_link_options(${target} PRIVATE -fsanitize=${ORLA_SANITIZE})
   endif()
 endfunction()

@@ -10,6 +10,7 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <cerrno>
 #include <cstdint>
 #include <cstdlib>
@@ -27,10 +28,10 @@ using orla::Descriptor;
 using orla::Entry;
 using orla::TextSink;
 
-constexpr std::size_t kTemporaryPathSize = 256;  // for a stand-in of create_temporary_name() too
+constexpr std::size_t kTemporaryPathSize = 256;
 constexpr std::size_t kCopyBlock = 16384;
-constexpr std::uint64_t kBytesPerBlock =
-    512;  // of the block count of a file, whatever its file system
+// Of the block count of a file, whatever its file system.
+constexpr std::uint64_t kBytesPerBlock = 512;
 
 constexpr int kForWriting = O_WRONLY | O_CREAT | O_LARGEFILE | O_CLOEXEC;
 constexpr mode_t kOrdinaryMode = 0666;  // less the process's mask
@@ -42,10 +43,12 @@ int open_emptied(const char *path) { return open(path, kForWriting | O_TRUNC, kO
 // to the disk when it is closed, as if it replaced something, and halve the speed.
 int open_temporary(const char *path) { return open(path, kForWriting, kOrdinaryMode); }
 
-// Whether an open failed for want of something that has nothing to do with the file. A process that
+// Whether an open failed for a reason that has nothing to do with the file. A process that
 // rewrites often gets there, as every rewrite leaves a descriptor open; the file is then neither missing
 // nor unreadable, and must not be replaced.
-bool is_shortage(int error) { return error == EMFILE || error == ENFILE || error == ENOMEM; }
+bool is_passing(int error) {
+  return error == EMFILE || error == ENFILE || error == ENOMEM || error == EINTR;
+}
 
 // Makes the target anew, with the header and the entry alone.
 bool write_new_file(const char *target, const Entry &entry) {
@@ -58,25 +61,34 @@ bool write_new_file(const char *target, const Entry &entry) {
   return file.close() && whole;
 }
 
-// Bytes that the file system has set aside for a regular file. The size of anything else has no bounds.
+// Bytes that an open file may be rewritten with and surely have room: no more than it holds now. The
+// block count alone would not do, as it takes in what the file system keeps beside the data. The size of
+// anything but a regular file has no bounds.
 std::uint64_t room_of(int descriptor) {
   struct statx status;
-  if (statx(descriptor, "", AT_EMPTY_PATH, STATX_TYPE | STATX_BLOCKS, &status) != 0) return 0;
+  constexpr unsigned kWanted = STATX_TYPE | STATX_SIZE | STATX_BLOCKS;
+  if (statx(descriptor, "", AT_EMPTY_PATH, kWanted, &status) != 0) return 0;
   if (!S_ISREG(status.stx_mode)) return std::numeric_limits<std::uint64_t>::max();
-  return status.stx_blocks * kBytesPerBlock;
+  return std::min<std::uint64_t>(status.stx_size, status.stx_blocks * kBytesPerBlock);
 }
 
 // Reserves room for `size` bytes without a change to what the file holds. True also where the file
 // system cannot reserve.
-bool reserve(const char *path, std::uint64_t size) {
-  if (size > static_cast<std::uint64_t>(std::numeric_limits<off_t>::max())) return false;
-  const Descriptor file(open(path, O_WRONLY | O_LARGEFILE | O_CLOEXEC));
-  if (!file.is_open()) return false;
+bool reserve(int descriptor, std::uint64_t size) {
   int status;
   do {
-    status = fallocate(file.number(), FALLOC_FL_KEEP_SIZE, 0, static_cast<off_t>(size));
+    status = fallocate64(descriptor, FALLOC_FL_KEEP_SIZE, 0, static_cast<off64_t>(size));
   } while (status != 0 && errno == EINTR);
   return status == 0 || errno == EOPNOTSUPP || errno == ENOSYS;
+}
+
+// Gives back what was reserved behind the end of the file. A reservation that failed needs it too: some
+// file systems keep what they got.
+void give_back(int descriptor) {
+  struct statx status;
+  if (statx(descriptor, "", AT_EMPTY_PATH, STATX_SIZE, &status) != 0) return;
+  while (ftruncate64(descriptor, static_cast<off64_t>(status.stx_size)) != 0 && errno == EINTR) {
+  }
 }
 
 // What the temporary copy came to.
@@ -97,20 +109,29 @@ Copy write_copy(Descriptor &target, Descriptor &temporary, const Entry &entry) {
   return {written && closed && !source.failed(), sink.size(), room};
 }
 
+// Copies the temporary file over the target, if there is room for it.
+bool copy_back(const Copy &copy, const char *temporary_path, const char *target_path) {
+  if (copy.size <= copy.target_room) return copy_file(temporary_path, target_path) == 0;
+  const Descriptor target(open(target_path, O_WRONLY | O_LARGEFILE | O_CLOEXEC));
+  if (!target.is_open()) return false;
+  const bool copied =
+      reserve(target.number(), copy.size) && copy_file(temporary_path, target_path) == 0;
+  if (!copied) give_back(target.number());
+  return copied;
+}
+
 // Brings the target up to date through a temporary file that is open for writing.
 bool rewrite_through(Descriptor &temporary, const char *temporary_path, const char *target_path,
                      const Entry &entry) {
   Descriptor target(orla::open_for_reading(target_path));
   if (!target.is_open()) {
-    const bool shortage = is_shortage(errno);
+    const bool passing = is_passing(errno);
     temporary.close();
     unlink(temporary_path);
-    return !shortage && write_new_file(target_path, entry);
+    return !passing && write_new_file(target_path, entry);
   }
   const Copy copy = write_copy(target, temporary, entry);
-  const bool copied = copy.whole &&
-                      (copy.size <= copy.target_room || reserve(target_path, copy.size)) &&
-                      copy_file(temporary_path, target_path) == 0;
+  const bool copied = copy.whole && copy_back(copy, temporary_path, target_path);
   unlink(temporary_path);
   return copied;
 }

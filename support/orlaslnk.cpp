@@ -5,6 +5,7 @@
 
 #include <cstdio>
 #include <cstdlib>
+#include <cstring>
 
 #include "support/traced_service.h"
 
@@ -30,10 +31,11 @@ const char *linker_error() {
 void *open_library(const char *path) { return dlopen(path, RTLD_NOW); }
 
 void *open_in_fallback_directory(const char *name) {
-  char path[kPathSize];
-  const int length = std::snprintf(path, sizeof path, "%s%s", kFallbackDirectory, name);
   // A path that was cut could be another library's.
-  return length < static_cast<int>(sizeof path) ? open_library(path) : nullptr;
+  if (std::strlen(name) > ORLA_LIBRARY_FALLBACK_NAME_MAX) return nullptr;
+  char path[kPathSize];
+  std::snprintf(path, sizeof path, "%s%s", kFallbackDirectory, name);
+  return open_library(path);
 }
 
 // The text is built even when it is not traced: asking for the linker's error uses it up. Its line feed

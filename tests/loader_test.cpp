@@ -157,6 +157,7 @@ TEST(LoadLibrary, LeavesTheHandleNullAfterAFailure) {
 }
 
 TEST(LoadLibrary, FailsForALibraryWithAnUnresolvedSymbol) {
+  if (std::getenv("LD_BIND_NOW") != nullptr) GTEST_SKIP() << "nothing opens lazily here";
   void *lazily = dlopen(kUnresolvedModule, RTLD_LAZY);
   ASSERT_NE(lazily, nullptr) << "the module is to open as long as nothing is resolved";
   dlclose(lazily);
@@ -217,6 +218,16 @@ TEST(LoadLibrary, UsesUpTheLinkersErrorWhetherTracingIsOnOrNot) {
   const Traced traced;
   id.load("libname.so");
   EXPECT_EQ(linker.errors_read, 2);
+}
+
+TEST(FailedLoad, IsTracedForAnySwitchThatIsNotZero) {
+  for (const std::int32_t value : {1, -1, INT32_MIN}) {
+    Traced trace;
+    orlalib_verbose = value;
+    LibraryId id;
+    id.load(kNowhere);
+    EXPECT_NE(trace.text(), "") << value;
+  }
 }
 
 TEST(FailedLoad, IsTracedAndTheLineEndsInALineFeedAPeriodAndALineFeed) {

@@ -148,7 +148,9 @@ TEST(Overrides, FillTheRestOfTheBufferWithZeros) {
   orla_ls_group = "";
   GuardedBuffer out(ORLA_NAME_SIZE);
   orla_get_user_name(out.data());
-  EXPECT_EQ(std::string(out.data(), ORLA_NAME_SIZE), "abc" + std::string(29, '\0'));
+  std::string expected = "abc";
+  expected.resize(ORLA_NAME_SIZE);
+  EXPECT_EQ(std::string(out.data(), ORLA_NAME_SIZE), expected);
   GuardedBuffer empty(ORLA_NAME_SIZE);
   orla_get_group_name(empty.data());
   EXPECT_EQ(std::string(empty.data(), ORLA_NAME_SIZE), std::string(32, '\0'));

@@ -87,6 +87,16 @@ TEST_F(ProfileInt, IsFoundBySectionAndKeyInAnyLetterCase) {
       EXPECT_EQ(read_int("[Main]\nPort=5\n", section, key), 5) << section << " " << key;
 }
 
+TEST_F(ProfileInt, TakesTheLettersAToZAndNoNeighbourOfThemInEitherCase) {
+  EXPECT_EQ(read_int("[AZ]\nAZ=5\n", "az", "az"), 5);
+  EXPECT_EQ(read_int("[az]\naz=5\n", "AZ", "AZ"), 5);
+  const char *neighbours[][2] = {{"@", "`"}, {"[", "{"}};
+  for (const auto &pair : neighbours) {
+    const std::string file = std::string("[M]\n") + pair[0] + "=5\n";
+    EXPECT_EQ(read_int(file, "M", pair[1]), kNothing) << pair[0];
+  }
+}
+
 TEST_F(ProfileInt, ComparesLettersOutsideAsciiAsTheyStandInAnyLocale) {
   EXPECT_EQ(read_int("[\xC4]\n\xC4=5\n", "\xC4", "\xC4"), 5);
   for (const char *locale : {"C", "de_DE.ISO-8859-1", "C.UTF-8"}) {

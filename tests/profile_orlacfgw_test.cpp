@@ -255,8 +255,8 @@ TEST_F(ProfileWriterFailing, UnwritableTargetStaysUntouched) {
 
 // Every rewrite leaves a descriptor open, so a busy process comes to the point where only two are left:
 // enough for the temporary file and its copy, not for the target.
-TEST_F(ProfileWriterFailing, WantOfDescriptorsOrMemoryIsNoReasonToReplaceTheTarget) {
-  for (const int error : {EMFILE, ENFILE, ENOMEM}) {
+TEST_F(ProfileWriterFailing, WantOfDescriptorsOrMemoryOrASignalIsNoReasonToReplaceTheTarget) {
+  for (const int error : {EMFILE, ENFILE, ENOMEM, EINTR}) {
     EXPECT_EQ(write_with_open([error](const char *path, int flags) {
                 return !is_temporary(path) && !opens_for_writing(flags) ? error : 0;
               }),
@@ -307,6 +307,23 @@ TEST(ProfileWriterCopy, ThatCouldNotBeWrittenWholeNeverReachesTheTarget) {
       EXPECT_FALSE(std::filesystem::exists(temporary));
     }
   }
+}
+
+TEST(ProfileWriterCopy, WithAHoleInTheMiddleNeverReachesTheTarget) {
+  const TempDir folder;
+  const std::string large = kTwoSections + std::string(300000, '\n');
+  const std::string path = folder.write("f", large);
+  int writes = 0;
+  const With failing_once(fake_write,
+                          [&](int descriptor, const void *data, std::size_t size) -> ssize_t {
+                            if (!is_on_temporary(descriptor) || ++writes != 2)
+                              return fake_write.real(descriptor, data, size);
+                            errno = EIO;
+                            return -1;
+                          });
+  EXPECT_EQ(write_port(path.c_str()), 0);
+  EXPECT_GE(writes, 2);
+  EXPECT_EQ(folder.read("f"), large);
 }
 
 TEST(ProfileWriterCopy, WhoseLastBytesFailAtTheCloseNeverReachesTheTarget) {
@@ -420,10 +437,10 @@ TEST_F(ProfileRoom, IsReservedBeforeTheTargetIsOpenedForWriting) {
       steps += (flags & O_TRUNC) != 0 ? "empty " : opens_for_writing(flags) ? "open " : "read ";
     return fake_open.real(path, flags, mode);
   });
-  const With reserving(fake_fallocate, [&](int, int mode, off_t offset, off_t size) {
+  const With reserving(fake_fallocate, [&](int, int mode, off64_t offset, off64_t size) {
     EXPECT_EQ(mode, FALLOC_FL_KEEP_SIZE);
     EXPECT_EQ(offset, 0);
-    EXPECT_EQ(size, static_cast<off_t>(with_port(long_value_).size()));
+    EXPECT_EQ(size, static_cast<off64_t>(with_port(long_value_).size()));
     EXPECT_EQ(folder_.read("f"), kTwoSections);
     steps += "reserve ";
     return 0;
@@ -435,7 +452,7 @@ TEST_F(ProfileRoom, IsReservedBeforeTheTargetIsOpenedForWriting) {
 
 TEST_F(ProfileRoom, ThatIsNotThereLeavesTheTargetUntouched) {
   for (const int error : {ENOSPC, EDQUOT, EFBIG, EIO}) {
-    const With full(fake_fallocate, [error](int, int, off_t, off_t) {
+    const With full(fake_fallocate, [error](int, int, off64_t, off64_t) {
       errno = error;
       return -1;
     });
@@ -451,9 +468,63 @@ TEST_F(ProfileRoom, ThatIsNotThereLeavesTheTargetUntouched) {
   }
 }
 
+// Some file systems keep what they got of a reservation that failed.
+TEST_F(ProfileRoom, ThatIsNotThereWhollyIsGivenBack) {
+  const With full(fake_fallocate, [](int, int, off64_t, off64_t) {
+    errno = ENOSPC;
+    return -1;
+  });
+  int given_back = 0;
+  const With truncating(fake_ftruncate, [&](int descriptor, off64_t size) {
+    EXPECT_EQ(size, static_cast<off64_t>(kTwoSections.size()));
+    return ++given_back == 1 ? (errno = EINTR, -1) : fake_ftruncate.real(descriptor, size);
+  });
+  EXPECT_EQ(write(long_value_), 0);
+  EXPECT_EQ(given_back, 2);  // the first time a signal came between
+  EXPECT_EQ(folder_.read("f"), kTwoSections);
+}
+
+TEST_F(ProfileRoom, IsGivenBackWhenTheTargetThenDoesNotOpen) {
+  const With opening(fake_open, [&](const char *path, int flags, mode_t mode) {
+    if (path == path_ && (flags & O_TRUNC) != 0) {
+      errno = EACCES;
+      return -1;
+    }
+    return fake_open.real(path, flags, mode);
+  });
+  EXPECT_EQ(write(long_value_), 0);
+  EXPECT_EQ(folder_.read("f"), kTwoSections);
+  struct stat status;
+  ASSERT_EQ(stat(path_.c_str(), &status), 0);
+  EXPECT_LT(status.st_blocks * 512, 100000);
+}
+
+// The block count takes in what the file system keeps beside the data, so it does not decide alone.
+TEST_F(ProfileRoom, IsReservedForAnyTextLongerThanTheFile) {
+  const std::size_t now = kTwoSections.size();
+  for (const unsigned blocks : {0U, 1U, 8U}) {
+    const With telling(fake_statx, [&](int, const char *, int, unsigned, struct statx *out) {
+      *out = {};
+      out->stx_mode = S_IFREG;
+      out->stx_size = now;
+      out->stx_blocks = blocks;
+      return 0;
+    });
+    int reserved = 0;
+    const With reserving(fake_fallocate, [&](int, int, off64_t, off64_t) {
+      ++reserved;
+      return 0;
+    });
+    EXPECT_EQ(write("7"), 1);  // as long as before
+    EXPECT_EQ(reserved, blocks == 0);
+    EXPECT_EQ(write("77"), 1);
+    EXPECT_EQ(reserved, 1 + (blocks == 0));
+  }
+}
+
 TEST_F(ProfileRoom, IsTakenForGrantedWhereTheFileSystemCannotReserve) {
   for (const int error : {EOPNOTSUPP, ENOSYS}) {
-    const With unable(fake_fallocate, [error](int, int, off_t, off_t) {
+    const With unable(fake_fallocate, [error](int, int, off64_t, off64_t) {
       errno = error;
       return -1;
     });
@@ -464,7 +535,7 @@ TEST_F(ProfileRoom, IsTakenForGrantedWhereTheFileSystemCannotReserve) {
 
 TEST_F(ProfileRoom, IsAskedForAgainAfterASignal) {
   int calls = 0;
-  const With interrupted(fake_fallocate, [&](int, int, off_t, off_t) {
+  const With interrupted(fake_fallocate, [&](int, int, off64_t, off64_t) {
     errno = EINTR;
     return calls++ == 0 ? -1 : 0;
   });
@@ -473,7 +544,7 @@ TEST_F(ProfileRoom, IsAskedForAgainAfterASignal) {
 }
 
 TEST_F(ProfileRoom, IsNotAskedForWhereTheFileHasIt) {
-  const With full(fake_fallocate, [](int, int, off_t, off_t) {
+  const With full(fake_fallocate, [](int, int, off64_t, off64_t) {
     ADD_FAILURE() << "nothing more is needed";
     return -1;
   });
@@ -486,7 +557,7 @@ TEST_F(ProfileRoom, IsAskedForWhereTheFilesOwnCannotBeTold) {
   const With failing(fake_statx,
                      [](int, const char *, int, unsigned, struct statx *) { return -1; });
   int calls = 0;
-  const With reserving(fake_fallocate, [&](int, int, off_t, off_t) {
+  const With reserving(fake_fallocate, [&](int, int, off64_t, off64_t) {
     ++calls;
     return 0;
   });
@@ -546,7 +617,7 @@ TEST(ProfileWriterFile, ThatIsAFolderIsAFailure) {
 }
 
 TEST(ProfileWriterFile, ThatIsADeviceIsWrittenWithoutReservingRoom) {
-  const With reserving(fake_fallocate, [](int, int, off_t, off_t) {
+  const With reserving(fake_fallocate, [](int, int, off64_t, off64_t) {
     ADD_FAILURE() << "a device has no room to reserve";
     return -1;
   });

@@ -11,6 +11,7 @@
 
 #include "kit/guarded_buffer.h"
 #include "kit/uuid.h"
+#include "uuid/uuid_text.h"
 
 namespace {
 
@@ -110,6 +111,19 @@ TEST(UuidEncode, WritesWhatFormattedOutputDoesForEveryByteAndAMillionRandomRecor
 }
 
 TEST(UuidDecode, ReadsTheExample) { expect_decodes(kExampleText, kExample); }
+
+TEST(UuidDecode, ReadsEveryDigitInEitherCase) {
+  for (const char digit : std::string("0123456789abcdefABCDEF")) {
+    std::string text(36, digit);
+    for (std::size_t dot = 12; dot < text.size(); dot += 3)
+      text[dot] = '.';
+    k7_uuid__t uuid = {};
+    EXPECT_TRUE(orla::read_canonical_uuid_text(text.c_str(), uuid)) << text;
+    const auto value = static_cast<std::uint32_t>(std::stoul(std::string(1, digit), nullptr, 16));
+    EXPECT_EQ(uuid.time_high, 0x11111111U * value) << text;
+    EXPECT_EQ(uuid.family, 0x11 * value) << text;
+  }
+}
 
 TEST(UuidDecode, ReadsUpperCaseAsLowerCase) {
   expect_decodes("D0F7B2FC0064.82.0A.00.02.03.00.00.00", kExample);

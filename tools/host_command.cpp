@@ -7,8 +7,10 @@
 
 #include <CLI/CLI.hpp>
 #include <cstring>
+#include <iostream>
 
 #include "command.h"
+#include "standard_output.h"
 
 namespace orla_tool {
 namespace {
@@ -107,11 +109,14 @@ void report_disks(Report &report, Run &run) {
   }
 }
 
+// Without K7LOG_PATH the library's trace lines go to standard output; here they belong on standard error.
 void show_host(Run &run) {
   Report report;
+  Captured traced(STDOUT_FILENO);
   report_processors(report, run);
   report_memory(report, run);
   report_disks(report, run);
+  std::cerr << traced.text();
   run.finish(report);
 }
 
@@ -119,9 +124,7 @@ void show_host(Run &run) {
 
 void add_host_command(CLI::App &program, Run &run) {
   add_command(program, run, "host", "Show this host: processors, memory, disks")
-      ->footer(
-          "A figure that is missing comes with its reason, and the exit status is then 1.\n"
-          "With K7LIB_VERB=y set K7LOG_PATH too, or trace lines stand between the figures.")
+      ->footer("A figure that is missing comes with its reason, and the exit status is then 1.")
       ->callback([&run] { show_host(run); });
 }
 

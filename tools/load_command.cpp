@@ -53,14 +53,11 @@ std::string linker_error(const std::string &name) {
 }
 
 void report_opened(Report &report, const std::string &library) {
+  // A library in the fallback directory is known by its name too, where its soname is the same.
   const std::string file = file_of(library);
-  if (!file.empty()) {
-    report.row("opened", "opened", "by name");
-    report.row("file", "file", file);
-  } else {
-    report.row("opened", "opened", "in the fallback directory");
-    report.row("file", "file", fallback_of(library));
-  }
+  const bool fallback = file.empty() || file == fallback_of(library);
+  report.row("opened", "opened", fallback ? "in the fallback directory" : "by name");
+  report.row("file", "file", fallback ? fallback_of(library) : file);
 }
 
 void report_failure(Report &report, const std::string &library) {
@@ -104,6 +101,13 @@ orla_status load(const std::string &library, orla_library_id *id) {
   return status;
 }
 
+// What a library prints when it goes belongs on standard error too.
+void unload(const orla_library_id *id) {
+  Captured output(STDOUT_FILENO);
+  orla_slnk_free_library(id);
+  std::cerr << output.text();
+}
+
 void try_library(Run &run, const LoadArguments &arguments) {
   const LibraryId id(orla_slnk_allocate_library_id());
   if (id == nullptr) return run.fail("there is no memory for a library id");
@@ -119,7 +123,7 @@ void try_library(Run &run, const LoadArguments &arguments) {
   if (!arguments.symbols.empty()) report.section("symbols", "Symbols");
   for (const std::string &symbol : arguments.symbols)
     report_symbol(report, run, id.get(), symbol);
-  orla_slnk_free_library(id.get());
+  unload(id.get());
   run.finish(report);
 }
 
@@ -129,7 +133,11 @@ void add_load_command(CLI::App &program, Run &run) {
   const auto arguments = std::make_shared<LoadArguments>();
   CLI::App *load =
       add_command(program, run, "load", "Try whether a library opens and has the symbols named");
-  load->add_option("LIBRARY", arguments->library, "Soname, file name or path")->required();
+  load->add_option("LIBRARY", arguments->library, "Soname, file name or path")
+      ->required()
+      ->check([](const std::string &name) {
+        return name.empty() ? "the name is empty; name a library" : "";
+      });
   load->add_option("SYMBOL", arguments->symbols, "To look up in it");
   load->footer("The name is tried as it stands, then in " ORLA_LIBRARY_FALLBACK_DIRECTORY
                ". What a library does when it is opened, it does here too.\n"

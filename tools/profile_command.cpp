@@ -176,8 +176,12 @@ void get_string(Run &run, const ProfileArguments &arguments) {
     run.fail(found.missing);
     return;
   }
+  // Without a default to take its place the reader gives a blank value as it is.
+  const std::string own = read_string(arguments, nullptr);
+  const bool replaced = arguments.has_fallback() && own.find_first_not_of(' ') == std::string::npos;
   const char *fallback = arguments.has_fallback() ? arguments.fallback.c_str() : nullptr;
-  show_value(run, file, arguments, read_string(arguments, fallback), found.missing.empty());
+  show_value(run, file, arguments, read_string(arguments, fallback),
+             found.missing.empty() && !replaced);
 }
 
 std::optional<int> as_integer(const std::string &text) {

@@ -25,7 +25,7 @@ std::string_view trimmed(std::string_view text) {
   return text.substr(begin, text.find_last_not_of(kWhiteSpace) + 1 - begin);
 }
 
-std::string quoted(std::string_view text) {
+std::string in_quotes(std::string_view text) {
   std::string out("\"");
   return out.append(text).append("\"");
 }
@@ -90,6 +90,8 @@ class Linter {
       if (ended_by_ == 0) ended_by_ = number_;
     } else if (looks_like_entry(line)) {
       look_at_entry(line);
+    } else if (ended_by_ == 0) {
+      earlier_.emplace(lower(line), number_);  // no entry, but what begins with a key hides it
     }
   }
 
@@ -127,7 +129,7 @@ class Linter {
     const std::string wanted = lower(key);
     const auto earlier = earlier_.lower_bound(wanted);
     if (!wanted.empty() && earlier != earlier_.end() && earlier->first.starts_with(wanted))
-      add("hidden_key", "key " + quoted(key) + " is hidden by line " +
+      add("hidden_key", "key " + in_quotes(key) + " is hidden by line " +
                             std::to_string(earlier->second) + ", which begins with it too");
     earlier_.emplace(lower(line), number_);
   }
@@ -138,7 +140,7 @@ class Linter {
     for (const std::string &key : integer_keys_)
       if (lower(line).starts_with(lower(key)))
         add("long_integer",
-            "the value of " + quoted(key) + " has " + std::to_string(value.size()) +
+            "the value of " + in_quotes(key) + " has " + std::to_string(value.size()) +
                 " characters: with more than 5 the integer reader answers its default");
   }
 

@@ -7,13 +7,13 @@
 namespace orla_tool {
 namespace {
 
-std::string as_text(const Json &value) {
-  return value.is_string() ? value.get<std::string>() : value.dump();
+// Bytes that are not UTF-8 come out as replacement characters instead of ending the program.
+std::string as_json_text(const Json &value, int indentation) {
+  return value.dump(indentation, ' ', false, Json::error_handler_t::replace);
 }
 
-// Bytes that are not UTF-8 come out as replacement characters instead of ending the program.
-std::string as_json_text(const Json &value) {
-  return value.dump(2, ' ', false, Json::error_handler_t::replace);
+std::string as_text(const Json &value) {
+  return value.is_string() ? value.get<std::string>() : as_json_text(value, -1);
 }
 
 }  // namespace
@@ -23,7 +23,7 @@ Json &Report::target() { return section_key_.empty() ? json_ : json_[section_key
 void Report::section(const std::string &key, const std::string &title) {
   section_key_ = key;
   json_[key] = Json::object();
-  lines_.push_back({title, "", ""});
+  lines_.push_back({title, "", "", true});
 }
 
 void Report::row(const std::string &key, const std::string &label, const Json &value,
@@ -56,7 +56,7 @@ void Report::missing(const std::string &key, const std::string &label, const std
 
 void Report::print(std::ostream &out, bool as_json) const {
   if (as_json) {
-    out << as_json_text(json_) << '\n';
+    out << as_json_text(json_, 2) << '\n';
   } else {
     print_text(out);
   }
@@ -67,12 +67,12 @@ void Report::print_text(std::ostream &out) const {
   std::size_t label_width = 0;
   std::size_t value_width = 0;
   for (const Line &line : lines_) {
-    if (line.value.empty()) continue;
+    if (line.is_title) continue;
     label_width = std::max(label_width, line.label.size());
     if (!line.note.empty()) value_width = std::max(value_width, line.value.size());
   }
   for (const Line &line : lines_) {
-    if (line.value.empty()) {
+    if (line.is_title) {
       out << (&line == lines_.data() ? "" : "\n") << line.label << '\n';
       continue;
     }

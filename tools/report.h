@@ -40,6 +40,7 @@ class Report {
     std::string label;
     std::string value;
     std::string note;
+    bool is_title = false;
   };
 
   Json &target();
@@ -47,7 +48,7 @@ class Report {
 
   Json json_ = Json::object();
   std::string section_key_;
-  std::vector<Line> lines_;  // a line without a value is a title
+  std::vector<Line> lines_;
 };
 
 }  // namespace orla_tool

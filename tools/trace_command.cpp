@@ -30,7 +30,7 @@ void write_as_services_do(const std::string &message) {
 }
 
 std::string why_it_does_not_open(const char *path) {
-  const int descriptor = open(path, O_WRONLY | O_APPEND | O_CLOEXEC);
+  const int descriptor = open(path, O_WRONLY | O_APPEND | O_CREAT | O_CLOEXEC, 0666);
   if (descriptor == -1) return std::strerror(errno);
   close(descriptor);
   return "it could be opened a moment later";
@@ -55,7 +55,14 @@ void trace_to_output(Run &run, const std::string &message) {
   run.finish(report);
 }
 
+// The size of a regular file; -1 for anything else.
+std::int64_t size_of(const char *path) {
+  struct stat file;
+  return stat(path, &file) == 0 && S_ISREG(file.st_mode) ? file.st_size : -1;
+}
+
 void trace_to_file(Run &run, const std::string &message, const char *path) {
+  const std::int64_t size_before = size_of(path);
   Captured errors(STDERR_FILENO);
   write_as_services_do(message);
   const std::string complaint = errors.text();
@@ -66,6 +73,10 @@ void trace_to_file(Run &run, const std::string &message, const char *path) {
   }
   struct stat file;
   const bool rotated = stat(path, &file) != 0 && errno == ENOENT;
+  if (size_before >= 0 && !rotated && size_of(path) == size_before) {
+    return run.fail("nothing was written: the trace file \"" + std::string(path) +
+                    "\" did not grow; is the disk full?");
+  }
   Report report;
   report_line(report, message);
   report.row("to", "to", rotated ? std::string(path) + ".1" : path,

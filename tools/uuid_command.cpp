@@ -5,6 +5,7 @@
 
 #include <CLI/CLI.hpp>
 #include <algorithm>
+#include <chrono>
 #include <cstdio>
 #include <memory>
 
@@ -88,11 +89,17 @@ struct Instant {
 };
 
 std::string instant_text(const Instant &instant) {
-  const auto stamp = static_cast<std::int32_t>(instant.seconds);
-  const std::tm fields = *wek_gmtime(&stamp);
+  // Of the Gregorian calendar, not the library's, in which 2100 is a leap year: this is for people.
+  using namespace std::chrono;
+  const sys_seconds moment{seconds{instant.seconds}};
+  const auto day = floor<days>(moment);
+  const year_month_day date(day);
+  const hh_mm_ss time(moment - day);
   char text[80];
-  std::snprintf(text, sizeof text, "%04d-%02d-%02d %02d:%02d:%02d.%06d", fields.tm_year + 1900,
-                fields.tm_mon + 1, fields.tm_mday, fields.tm_hour, fields.tm_min, fields.tm_sec,
+  std::snprintf(text, sizeof text, "%04d-%02u-%02u %02d:%02d:%02d.%06d",
+                static_cast<int>(date.year()), static_cast<unsigned>(date.month()),
+                static_cast<unsigned>(date.day()), static_cast<int>(time.hours().count()),
+                static_cast<int>(time.minutes().count()), static_cast<int>(time.seconds().count()),
                 static_cast<int>(instant.tick * 4));
   return text;
 }

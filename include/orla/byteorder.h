@@ -2,7 +2,8 @@
  *  Byte order: integers between the host's order and the network's.
  *
  *  The library also defines `htonl`, `ntohl`, `htons` and `ntohs`, under the platform's names, and a
- *  program that is linked with it before the C library gets these. The platform's header
+ *  program that is linked with it before the C library gets these, but for calls that <arpa/inet.h> has
+ *  the compiler replace by its own instruction when it optimises. The platform's header
  *  <arpa/inet.h> declares them, not this one, so that a program may include both in any order. They
  *  differ from the platform's in two ways:
  *

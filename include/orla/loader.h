@@ -58,18 +58,19 @@ ORLA_EXPORT orla_library_id *orla_slnk_allocate_library_id(void) ORLA_NOEXCEPT;
 
 /** Opens a shared library, all its symbols resolved at once and none of them made global.
  *
- *  The name is first given to the dynamic linker as it stands; when that fails, with
+ *  The name is first given to the dynamic linker as it stands, which looks for a bare one beside this
+ *  library too; when that fails, with
  *  ::ORLA_LIBRARY_FALLBACK_DIRECTORY in front of it, even a name that has a slash. A name of more than
- *  ::ORLA_LIBRARY_FALLBACK_NAME_MAX characters gets no second attempt. A handle that the id held
- *  before is lost.
+ *  ::ORLA_LIBRARY_FALLBACK_NAME_MAX characters gets no second attempt, and one of megabytes
+ *  overruns the linker's own stack. A handle that the id held before is lost.
  *
  *  @param[in]     name    cstr; soname, file name or path.
  *  @param[in,out] id      its handle is written; null when the library did not open.
  *  @param[out]    status  0 or ::ORLA_LOADER_FAILED.
  *  Errors: a library that does not open by either name is traced while ::orlalib_verbose is on, with the
  *  name and the linker's text on the last attempt, together cut at 255 characters. The trace writer
- *  reads them as it reads every message: "%%" in a name comes out as one percent sign. The text of
- *  dlerror() is used up.
+ *  reads them as it reads every message: "%%" in a name comes out as one percent sign, "%m" as the
+ *  text of `errno`. The text of dlerror() is used up.
  *  Threads: safe, each on an id of its own, unless tracing is on.
  */
 ORLA_EXPORT void orla_slnk_load_library(const char *name, orla_library_id *id,

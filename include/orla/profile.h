@@ -109,8 +109,9 @@ ORLA_EXPORT unsigned orla_cfg_get_private_profile_string(const char *section, co
  *  @param[in] section  cstr, without brackets.
  *  @param[in] key      cstr; "" is found in the first line of the section, even in an empty one.
  *  @param[in] value    cstr.
- *  @param[in] path     cstr, of a file that is read and rewritten, or, where it does not open for
- *                      reading, created or replaced by one that holds the header and the entry alone.
+ *  @param[in] path     cstr, of a file that is read and rewritten, or, where it is missing
+ *                      or may not be read, created or replaced by one that holds the header and the
+ *                      entry alone; want of descriptors or memory and a signal are failures instead.
  *                      ORLA_DEFAULT_PROFILE_PATH stands for the file that `ORLA_CONFIG` names.
  *  @return    1, or 0 with the file as it was, but for two cases: copy_file() could not open the
  *             temporary copy (the file is empty) or a new file could not be written whole. What

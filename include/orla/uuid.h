@@ -3,7 +3,8 @@
  *  and their hash.
  *
  *  The record has the layout of the Network Computing System; it is not that of RFC 4122, and neither is
- *  the text. Nothing is kept from one call to the next: no counter, no clock sequence, no lock.
+ *  the text. Nothing is kept from one call to the next but the host's address: no counter, no clock
+ *  sequence, no lock.
  *
  *      d0f7b2fc0064.82.0a.00.02.03.00.00.00
  *      |       |    |  |              |
@@ -19,7 +20,8 @@
  *  - `time_high` advances every 65535 ticks of 4 microseconds, not every 65536, and `time_low` is the
  *    tick within the second modulo 65536: the two are not one 48-bit count.
  *  - `time_high` is kept modulo 2^32. It restarted from 0 at 2015-09-05 01:12:06.973440 UTC, so a record
- *    made before that compares greater than one made after it.
+ *    made before that compares greater than one made after it. So does one made before 2048-01-19
+ *    03:14:08 UTC, from when on the seconds since 1980 count as negative.
  *  - Where no host identifier can be had, the address of the record stands in for it.
  *  - Decoding puts the last two bytes of a text into `reserved`, never into host bytes 5 and 6.
  *

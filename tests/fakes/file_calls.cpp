@@ -14,7 +14,8 @@ constinit Fake<ssize_t(int, const void *, std::size_t)> fake_write("write");
 constinit Fake<int(int)> fake_close("close");
 constinit Fake<int(const char *)> fake_unlink("unlink");
 constinit Fake<int(char *)> fake_mkstemp("mkstemp");
-constinit Fake<int(int, int, off_t, off_t)> fake_fallocate("fallocate");
+constinit Fake<int(int, int, off64_t, off64_t)> fake_fallocate("fallocate64");
+constinit Fake<int(int, off64_t)> fake_ftruncate("ftruncate64");
 constinit Fake<int(int, const char *, int, unsigned, struct statx *)> fake_statx("statx");
 constinit Fake<void *(void *, std::size_t)> fake_realloc("realloc");
 
@@ -97,7 +98,8 @@ int unlink(const char *path) noexcept { return fake_unlink(path); }
 
 int mkstemp(char *name) { return fake_mkstemp(name); }
 
-int fallocate(int descriptor, int mode, off_t offset, off_t size) {
+int ftruncate64(int descriptor, off64_t size) noexcept { return fake_ftruncate(descriptor, size); }
+int fallocate64(int descriptor, int mode, off64_t offset, off64_t size) {
   return fake_fallocate(descriptor, mode, offset, size);
 }
 int statx(int folder, const char *path, int flags, unsigned mask, struct statx *out) noexcept {

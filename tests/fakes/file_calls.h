@@ -17,7 +17,8 @@ extern Fake<ssize_t(int descriptor, const void *data, std::size_t size)> fake_wr
 extern Fake<int(int descriptor)> fake_close;
 extern Fake<int(const char *path)> fake_unlink;
 extern Fake<int(char *name)> fake_mkstemp;
-extern Fake<int(int descriptor, int mode, off_t offset, off_t size)> fake_fallocate;
+extern Fake<int(int descriptor, int mode, off64_t offset, off64_t size)> fake_fallocate;
+extern Fake<int(int descriptor, off64_t size)> fake_ftruncate;
 extern Fake<int(int folder, const char *path, int flags, unsigned mask, struct statx *out)>
     fake_statx;
 extern Fake<void *(void *earlier, std::size_t size)> fake_realloc;  // the memory of long lines

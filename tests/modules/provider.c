@@ -5,5 +5,5 @@
 int orla_node_name(char *out);
 int orla_node_name(char *out) {
   strcpy(out, "node-of-a-module");
-  return 2;
+  return -1; /* whatever is not 0 is a name */
 }

@@ -54,6 +54,11 @@ class Host(tool.Tool):
         for text in ("Processors\n", "Memory\n", "Disks\n", "processor says", "kernel says"):
             self.assertIn(text, result.out)
 
+    def test_trace_lines_do_not_stand_between_the_figures(self):
+        result = self.orla("host", "--json", environment={"K7LIB_VERB": "y"})
+        self.assertIn("memory", result.json)
+        self.assertIn("KVRCA0001I tavGetMemorySize(): entering.", result.err)
+
     def test_disks_need_root(self):
         if os.geteuid() != 0:
             self.check_disks_need_root({})

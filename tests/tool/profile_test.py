@@ -56,6 +56,12 @@ class Get(ProfileCase):
         self.expect("\n", "get", file, "Main", "Empty")
         self.expect("  \n", "get", file, "Main", "Spaces")
 
+    def test_json_tells_a_default_from_a_value(self):
+        file = self.write(MAIN)
+        for key, found in (("Port", True), ("Empty", False), ("Spaces", False), ("None", False)):
+            result = self.run_tool("get", file, "Main", key, "--default", "d", "--json")
+            self.assertEqual(result.json["found"], found, key)
+
     def test_a_value_of_any_length_is_whole(self):
         for length in (511, 4095, 4096, 100000):
             value = "v" * length
@@ -172,6 +178,12 @@ class Lint(ProfileCase):
         for content in ("", "\n", "[A]\r\nK=1\r\n\r\n[B]\r\nK=1\r\n", "[A]\n\n; K=1\n# K=1\ntext\n\n[B]\n"):
             self.expect_findings(content, [])
         self.expect(f"{self.write('')}: nothing to trip over\n", "lint", self.path("f.ini"))
+
+    def test_a_line_without_a_value_hides_a_key_too(self):
+        self.expect_findings("[M]\nPORTNUMBER\nPort=5\n", [(3, "hidden_key")])
+
+    def test_a_name_that_is_not_utf8_is_reported_all_the_same(self):
+        self.expect_findings("[M\xe4]\nK=1\n\nL=1\n", [(3, "section_cut")])
 
     def test_says_it_in_words_with_file_and_line(self):
         result = self.run_tool("lint", self.write("[A]\nK=1"))

@@ -3,6 +3,8 @@
 
 import os
 import pathlib
+import resource
+import signal
 import sys
 import tempfile
 
@@ -124,6 +126,7 @@ class Load(ToolTest):
         self.assertRegex(text, r"(?m)^ *orla_module_answer +found$")
 
     def test_wants_a_library(self):
+        self.run_tool("load", "", status=2)
         self.run_tool("load", status=2)
 
 
@@ -149,6 +152,16 @@ class Trace(ToolTest):
         said = self.json_of("trace", "the last one", K7LIB_VERB="y", K7LOG_PATH=str(self.path))
         self.assertEqual(said["to"], str(self.path) + ".1")
         self.assertFalse(self.path.exists())
+
+    def test_tells_that_the_file_did_not_grow(self):
+        def no_file_may_grow():
+            signal.signal(signal.SIGXFSZ, signal.SIG_IGN)
+            resource.setrlimit(resource.RLIMIT_FSIZE, (1, 1))
+        self.path.write_text("x")
+        result = self.orla("trace", "lost", preexec_fn=no_file_may_grow,
+                           environment={"K7LIB_VERB": "y", "K7LOG_PATH": str(self.path)})
+        self.assertEqual(result.status, 1)
+        self.assertIn("did not grow", result.err)
 
     def test_goes_to_standard_output_without_a_path(self):
         text = self.run_tool("trace", "100%% done", K7LIB_VERB="y").out

@@ -37,7 +37,7 @@ class Tool(unittest.TestCase):
         """Runs the tool in UTC and the C locale, without the variables that steer the library."""
         variables = {"PATH": os.environ["PATH"], "TZ": "UTC0", "LC_ALL": "C"}
         # A sanitizer's settings, and where its runtime and the library's companions are found.
-        for name in ("ASAN_OPTIONS", "UBSAN_OPTIONS", "LD_LIBRARY_PATH"):
+        for name in ("ASAN_OPTIONS", "LSAN_OPTIONS", "UBSAN_OPTIONS", "LD_LIBRARY_PATH"):
             if name in os.environ:
                 variables[name] = os.environ[name]
         variables.update(environment or {})

@@ -56,6 +56,13 @@ class UuidCommand(tool.Tool):
                          ["2009-02-13 23:31:30.000400", "2044-10-19 00:43:37.000400",
                           "2073-11-13 03:35:31.786832"])
 
+    def test_show_dates_moments_past_2100_by_the_gregorian_calendar(self):
+        # 2100-03-05 12:00:00 UTC is 4107931200 seconds since 1970, 3792398400 since 1980: as a signed
+        # number of 32 bits -502568896, and times 250000 over 65535, truncated, -1917175.
+        high = (-(502568896 * 250000 // 65535)) % 2**32
+        text = f"{high:08x}0000" + EXAMPLE[12:]
+        self.assertIn("2100-03-05 12:00:00.000000", self.found("show", text)["instants"])
+
     def test_show_says_when_no_moment_fits(self):
         # In each round this time_high spans the turn of a second, away from this time_low.
         text = "ce6c4fa8f07a" + EXAMPLE[12:]
