@@ -61,9 +61,7 @@ bool value_of_line(std::string_view line, std::string_view &value) {
 }
 
 bool is_blank(std::string_view value) {
-  for (const char c : value)
-    if (c != ' ') return false;
-  return true;
+  return value.find_first_not_of(' ') == std::string_view::npos;
 }
 
 int integer_of_value(std::string_view value, int fallback) {
