@@ -1,0 +1,123 @@
+"""Boots Debian's kernel under qemu without acceleration, with the library and little else.
+
+Nothing of the host shows in it: processors, memory, disks and clock are those that are asked for.
+"""
+
+import os
+import re
+import shutil
+import stat
+import subprocess
+import tempfile
+
+HERE = os.path.dirname(os.path.abspath(__file__))
+QEMU = "qemu-system-x86_64"
+BOOT_LIMIT = 240  # seconds; a boot takes some 7 of a processor that it has to itself
+DISK_SIZE = 16 << 20
+
+
+class Missing(Exception):
+    """What a virtual machine cannot do without."""
+
+
+def require(guest):
+    """Raises Missing, with the way to get it. `guest` is the folder that fetch-guest has filled."""
+    if shutil.which(QEMU) is None:
+        raise Missing(f"{QEMU} is not installed (package qemu-system-x86)")
+    if not os.path.exists(os.path.join(guest, "vmlinuz")):
+        raise Missing(f"no kernel in {guest} (tests/vm/fetch-guest gets one)")
+
+
+def read(path):
+    with open(path, "rb") as file:
+        return file.read()
+
+
+def cpio(files):
+    """An archive that the kernel unpacks: path to (mode, contents)."""
+    archive = b""
+    for inode, (path, (mode, data)) in enumerate([*files.items(), ("TRAILER!!!", (0, b""))], 1):
+        name = path.encode() + b"\0"
+        header = (inode, mode, 0, 0, 1, 0, len(data), 0, 0, 0, 0, len(name), 0)
+        archive += b"070701" + b"".join(b"%08x" % field for field in header) + name
+        archive += b"\0" * (-len(archive) % 4) + data
+        archive += b"\0" * (-len(archive) % 4)
+    return archive
+
+
+def libraries_of(program):
+    """The dynamic linker and the libraries of a program of this host: path inside to path here."""
+    listing = subprocess.run(["ldd", program], capture_output=True, text=True, check=True).stdout
+    found = dict(re.findall(r"^\s*(\S+) => (/\S+) \(", listing, re.MULTILINE))
+    inside = {f"lib/{name}": path for name, path in found.items()}
+    for path in re.findall(r"^\s*(/\S+) \(", listing, re.MULTILINE):
+        inside[path.lstrip("/")] = path
+    return inside
+
+
+def file_system(guest, report, companion, moments):
+    """The archive of the first file system: busybox, the drivers, the library and its questioner."""
+    program = stat.S_IFREG | 0o755
+    folders = ("bin", "lib", "lib64", "dev", "proc", "sys", "tmp")
+    files = {folder: (stat.S_IFDIR | 0o755, b"") for folder in folders}
+    files["init"] = (program, read(os.path.join(HERE, "init")))
+    files["moments"] = (program, "\n".join(str(moment) for moment in moments).encode())
+    files["modules"] = (program, read(os.path.join(guest, "modules")))
+    paths = {"bin/busybox": os.path.join(guest, "busybox"), "bin/report": report, "lib/liborlanode.so": companion}
+    for module in files["modules"][1].decode().split():
+        paths[f"lib/{module}"] = os.path.join(guest, module)
+    paths.update(libraries_of(report))
+    files.update({inside: (program, read(path)) for inside, path in paths.items()})
+    return cpio(files)
+
+
+def boot(guest, archive, chipset, cpu, smp, memory, disks, clock):
+    """Runs a machine until it switches itself off; returns what it wrote on its console."""
+    with tempfile.TemporaryDirectory() as folder:
+        initrd = os.path.join(folder, "initrd")
+        with open(initrd, "wb") as file:
+            file.write(archive)
+        command = [
+            QEMU, "-accel", "tcg", "-nodefaults", "-no-user-config", "-no-reboot", "-display", "none",
+            "-serial", "stdio", "-cpu", cpu, "-smp", smp,
+            # Memory that is only touched in part is not reserved.
+            "-object", f"memory-backend-ram,id=memory,size={memory}M,reserve=off",
+            "-machine", f"{chipset},memory-backend=memory", "-m", f"{memory}M",
+            "-rtc", f"base={clock},clock=vm",
+            "-kernel", os.path.join(guest, "vmlinuz"), "-initrd", initrd,
+            "-append", f"console=ttyS0 quiet loglevel=0 panic=-1 mitigations=off disks={disks}",
+        ]
+        for number in range(disks):
+            image = os.path.join(folder, f"disk{number}")
+            with open(image, "wb") as file:
+                file.truncate(DISK_SIZE)
+            command += ["-drive", f"file={image},format=raw,if=ide"]
+        try:
+            completed = subprocess.run(command, stdin=subprocess.DEVNULL, capture_output=True,
+                                       timeout=BOOT_LIMIT, check=False)
+        except subprocess.TimeoutExpired as late:
+            return text_of(late.stdout) + text_of(late.stderr) + f"\nnot done after {BOOT_LIMIT} s\n"
+        return text_of(completed.stdout) + text_of(completed.stderr)
+
+
+def text_of(output):
+    return (output or b"").decode(errors="replace").replace("\r", "")
+
+
+def sections(console):
+    """The answers between the marks: section to key to value. Lines of another form go under "notes"."""
+    _, _, answers = console.partition("--- answers\n")
+    answers, end, _ = answers.partition("--- end\n")
+    if not end:
+        return None
+    found = {}
+    for line in answers.splitlines():
+        heading = re.fullmatch(r"\[(.*)\]", line)
+        key, equals, value = line.partition("=")
+        if heading:
+            section = found.setdefault(heading[1], {"notes": []})
+        elif equals and re.fullmatch(r"[\w.]+", key):
+            section[key] = value
+        else:
+            section["notes"].append(line)
+    return found
