@@ -63,7 +63,8 @@ def file_system(guest, report, companion, moments):
     files["init"] = (program, read(os.path.join(HERE, "init")))
     files["moments"] = (program, "\n".join(str(moment) for moment in moments).encode())
     files["modules"] = (program, read(os.path.join(guest, "modules")))
-    paths = {"bin/busybox": os.path.join(guest, "busybox"), "bin/report": report, "lib/liborlanode.so": companion}
+    paths = {"bin/busybox": os.path.join(guest, "busybox"), "bin/report": report,
+             "lib/liborlanode.so": companion}
     for module in files["modules"][1].decode().split():
         paths[f"lib/{module}"] = os.path.join(guest, module)
     paths.update(libraries_of(report))
@@ -71,33 +72,45 @@ def file_system(guest, report, companion, moments):
     return cpio(files)
 
 
-def boot(guest, archive, chipset, cpu, smp, memory, disks, clock):
-    """Runs a machine until it switches itself off; returns what it wrote on its console."""
+def boot(guest, archive, machine):
+    """Runs a machine until it switches itself off; returns what it wrote on its console.
+
+    `machine` has the attributes chipset, cpu, smp, memory (MiB), disks, clock and kernel_parameters.
+    """
     with tempfile.TemporaryDirectory() as folder:
-        initrd = os.path.join(folder, "initrd")
-        with open(initrd, "wb") as file:
-            file.write(archive)
-        command = [
-            QEMU, "-accel", "tcg", "-nodefaults", "-no-user-config", "-no-reboot", "-display", "none",
-            "-serial", "stdio", "-cpu", cpu, "-smp", smp,
-            # Memory that is only touched in part is not reserved.
-            "-object", f"memory-backend-ram,id=memory,size={memory}M,reserve=off",
-            "-machine", f"{chipset},memory-backend=memory", "-m", f"{memory}M",
-            "-rtc", f"base={clock},clock=vm",
-            "-kernel", os.path.join(guest, "vmlinuz"), "-initrd", initrd,
-            "-append", f"console=ttyS0 quiet loglevel=0 panic=-1 mitigations=off disks={disks}",
-        ]
-        for number in range(disks):
-            image = os.path.join(folder, f"disk{number}")
-            with open(image, "wb") as file:
-                file.truncate(DISK_SIZE)
-            command += ["-drive", f"file={image},format=raw,if=ide"]
+        command = command_of(guest, archive, machine, folder)
         try:
             completed = subprocess.run(command, stdin=subprocess.DEVNULL, capture_output=True,
                                        timeout=BOOT_LIMIT, check=False)
         except subprocess.TimeoutExpired as late:
             return text_of(late.stdout) + text_of(late.stderr) + f"\nnot done after {BOOT_LIMIT} s\n"
         return text_of(completed.stdout) + text_of(completed.stderr)
+
+
+def command_of(guest, archive, machine, folder):
+    """The command that runs a machine; its first file system and its disks are put into `folder`."""
+    initrd = os.path.join(folder, "initrd")
+    with open(initrd, "wb") as file:
+        file.write(archive)
+    command = [
+        QEMU, "-accel", "tcg", "-nodefaults", "-no-user-config", "-no-reboot", "-display", "none",
+        "-serial", "stdio", "-cpu", machine.cpu, "-smp", machine.smp,
+        # Memory that is only touched in part is not reserved.
+        "-object", f"memory-backend-ram,id=memory,size={machine.memory}M,reserve=off",
+        "-machine", f"{machine.chipset},memory-backend=memory", "-m", f"{machine.memory}M",
+        "-rtc", f"base={machine.clock},clock=vm",
+        "-kernel", os.path.join(guest, "vmlinuz"), "-initrd", initrd,
+        # The kernel makes no words, and a panic ends the machine. What it does not know of its parameters
+        # is in the environment of the first program.
+        "-append", f"console=ttyS0 quiet loglevel=0 panic=-1 mitigations=off disks={machine.disks} "
+                   f"{machine.kernel_parameters}",
+    ]
+    for number in range(machine.disks):
+        image = os.path.join(folder, f"disk{number}")
+        with open(image, "wb") as file:
+            file.truncate(DISK_SIZE)
+        command += ["-drive", f"file={image},format=raw,if=ide"]
+    return command
 
 
 def text_of(output):

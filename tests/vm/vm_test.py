@@ -28,7 +28,7 @@ def utc(text):
 
 # Moments that the clock is set to, with the day in central Europe, written down by hand: after 2100-02-28
 # the library, to which 2100 is a leap year, is a day behind; its last local second is 2106-02-06 06:28:15,
-# and then it begins again.
+# and then it begins again. On a slow host the library is asked up to a minute later, which no day here minds.
 MOMENTS = {
     utc("2007-12-31T23:30:00"): "01/01/2008",
     utc("2038-01-19T03:14:04"): "01/19/2038",
@@ -47,36 +47,42 @@ MOMENTS = {
     utc("2100-03-01T12:00:00"): "02/29/2100",
     utc("2100-07-15T22:30:00"): "07/15/2100",
     utc("2100-12-31T12:00:00"): "12/30/2100",
-    utc("2106-02-07T05:28:05"): "02/06/2106",
+    utc("2106-02-07T05:20:00"): "02/06/2106",
     utc("2106-02-07T05:28:16"): "01/01/1970",
     utc("2106-02-07T06:28:16"): "01/01/1970",
 }
 
 
+def parse_clock(text):
+    seconds, nanoseconds = text.split(".")
+    return int(seconds), int(nanoseconds)
+
+
 class Machine(unittest.TestCase):
-    """What every machine is asked, whatever it is; the classes below say what it is."""
+    """What holds on every machine. The classes below say what each is, and what holds there alone."""
 
     maxDiff = None
+    chipset = "pc"
     cpu = None
     smp = None
     memory = None  # MiB
     disks = 0
-    moments = ()
-    chipset = "pc"
-    clock = None  # what its battery-backed clock shows, in UTC, when it is switched on
+    kernel_parameters = ""
+    clock = None  # what its battery-backed clock shows when it is switched on, UTC
+    moments = ()  # what its clock is set to later
 
     @classmethod
     def setUpClass(cls):
         archive = virtual_machine.file_system(OPTIONS.guest, OPTIONS.report, OPTIONS.companion, cls.moments)
         cls.bits = 32 if virtual_machine.read(OPTIONS.report)[4] == 1 else 64
-        cls.console = virtual_machine.boot(OPTIONS.guest, archive, cls.chipset, cls.cpu, cls.smp,
-                                           cls.memory, cls.disks, cls.clock)
+        cls.console = virtual_machine.boot(OPTIONS.guest, archive, cls)
         cls.answers = virtual_machine.sections(cls.console)
         if cls.answers is None:
             raise AssertionError(f"the machine did not come to its end:\n{cls.console}")
 
     def said(self, name):
         """The answers of a section whose questions were all answered."""
+        self.assertIn(name, self.answers, self.console)
         section = self.answers[name]
         self.assertEqual(section.get("exit"), "0", self.heard(name))
         self.assertEqual(section["notes"], [], self.heard(name))
@@ -115,7 +121,8 @@ class Machine(unittest.TestCase):
             self.assert_uuids(section, before, after, message)
 
     def assert_uuids(self, section, before, after, message):
-        for key, rest in (("uuid", ".82.0a.00.02.03.00.00.00"), ("uuid.reserved", ".99.6f.72.6c.61.00.34.12")):
+        hosts = {"uuid": ".82.0a.00.02.03.00.00.00", "uuid.reserved": ".99.6f.72.6c.61.00.34.12"}
+        for key, rest in hosts.items():
             text = section[key]
             self.assertEqual(text[12:], rest, message)
             # The ticks of 4 microseconds within a second that the low digits can stand for.
@@ -128,19 +135,10 @@ class Machine(unittest.TestCase):
     def assert_c_library_clock(self, name):
         """On 32 bits the C library must fail past 2038, or the library's own answer is not what is seen."""
         section = self.said(name)
-        late = self.bits == 32 and parse_clock(section["before"])[0] >= 2**31
-        expected = "Value too large for defined data type" if late else "answers"
+        late = {self.bits == 32 and parse_clock(section[key])[0] >= 2**31 for key in ("before", "after")}
+        expected = ["Value too large for defined data type" if fails else "answers" for fails in late]
         for call in ("time", "gettimeofday"):
-            self.assertEqual(section[f"c_library.{call}"], expected, self.heard(name))
-
-
-def parse_clock(text):
-    seconds, nanoseconds = text.split(".")
-    return int(seconds), int(nanoseconds)
-
-
-class AnyMachine(Machine):
-    """The tests that hold on every machine."""
+            self.assertIn(section[f"c_library.{call}"], expected, self.heard(name))
 
     def test_clock_that_the_machine_was_switched_on_with(self):
         started = utc(self.clock)
@@ -172,8 +170,17 @@ class AnyMachine(Machine):
     def test_names(self):
         self.assert_said("host", node="virtual", user="root", group="root")
 
+    def test_profile_is_rewritten(self):
+        self.assert_said("profile", replaced=1, added=1, int=7, string="h", mode=640, left=0,
+                         text="[Main]|Port=7|Host=h||[Other]|A=1|")
 
-class HyperThreading(AnyMachine):
+    def test_trace_file_is_rotated(self):
+        line = int(self.said("rotation")["line"])
+        self.assert_said("rotation", at_limit="4000000 -1", past_limit=f"-1 {4000000 + line}",
+                         rotated=f"{line} {4000000 + line}")
+
+
+class HyperThreading(Machine):
     """One package of two threads, in July 2040."""
 
     cpu = "qemu64,vendor=GenuineIntel,family=15"
@@ -214,27 +221,19 @@ class HyperThreading(AnyMachine):
     def test_day_and_offset_in_2040(self):
         self.assert_said("now", date="07/15/2040", offset=-7200)
 
-    def test_profile_is_rewritten_in_2040(self):
-        self.assert_said("profile", replaced=1, added=1, int=7, string="h", mode=640, left=0,
-                         text="[Main]|Port=7|Host=h||[Other]|A=1|")
-
-    def test_trace_file_is_rotated_in_2040(self):
-        line = int(self.said("rotation")["line"])
-        self.assert_said("rotation", at_limit="4000000 -1", past_limit=f"-1 {4000000 + line}",
-                         rotated=f"{line} {4000000 + line}")
-
     def test_every_moment_in_every_zone(self):
         for rule in (CENTRAL_EUROPE, EASTERN, SYDNEY):
             for moment, date in MOMENTS.items():
                 name = f"{rule} {moment}"
-                self.assertEqual(parse_clock(self.said(name)["before"])[0], moment, self.heard(name))
+                since = parse_clock(self.said(name)["before"])[0] - moment
+                self.assertIn(since, range(60), self.heard(name))
                 self.assert_right_now(name, rule)
                 self.assert_c_library_clock(name)
                 if rule == CENTRAL_EUROPE:
                     self.assert_said(name, date=date)
 
 
-class TwoPackages(AnyMachine):
+class TwoPackages(Machine):
     """Two packages of two threads, in July 2100."""
 
     cpu = "qemu64,vendor=GenuineIntel,family=15"
@@ -256,17 +255,28 @@ class TwoPackages(AnyMachine):
     def test_day_is_one_behind_in_2100(self):
         self.assert_said("now", date="07/14/2100", offset=-7200)
 
-    def test_profile_is_rewritten_in_2100(self):
-        self.assert_said("profile", replaced=1, added=1, int=7, string="h", mode=640, left=0,
-                         text="[Main]|Port=7|Host=h||[Other]|A=1|")
 
-    def test_trace_file_is_rotated_in_2100(self):
-        line = int(self.said("rotation")["line"])
-        self.assert_said("rotation", at_limit="4000000 -1", past_limit=f"-1 {4000000 + line}",
-                         rotated=f"{line} {4000000 + line}")
+class HalfAPackage(Machine):
+    """A kernel that is to use one thread of two, on the day on which 31 bits no longer hold a stamp."""
+
+    cpu = "qemu64,vendor=GenuineIntel,family=15"
+    smp = "2,sockets=1,cores=1,threads=2"
+    kernel_parameters = "nr_cpus=1"
+    memory = 256
+    clock = "2038-01-19T12:00:00"
+
+    def test_machine_is_what_was_asked_for(self):
+        self.assert_said("host", vendor="GenuineIntel", family_field=15, per_package_field=2,
+                         siblings="1 ")
+
+    def test_single_thread_is_one_processor(self):
+        self.assert_processors("host", threads=2, kernel=1, method=3, count=1)
+
+    def test_day_and_offset_in_2038(self):
+        self.assert_said("now", date="01/19/2038", offset=-3600)
 
 
-class OtherVendor(AnyMachine):
+class OtherVendor(Machine):
     """Two threads that are not Intel's, with more memory than 32 bits count in bytes, in 2007."""
 
     cpu = "qemu64,vendor=AuthenticAMD,family=15"
@@ -284,13 +294,13 @@ class OtherVendor(AnyMachine):
         self.assert_said("now", date="07/15/2007", offset=-7200)
 
 
-class OtherFamily(AnyMachine):
-    """Two cores of two threads each, of Intel but not of family 15, in the winter of 2038."""
+class OtherFamily(Machine):
+    """Two cores of two threads each, of Intel but not of family 15, in the winter of 2066."""
 
     cpu = "Nehalem"
     smp = "4,sockets=1,cores=2,threads=2"
     memory = 256
-    clock = "2038-01-19T03:14:00"
+    clock = "2066-01-19T12:00:00"
 
     def test_machine_is_what_was_asked_for(self):
         self.assert_said("host", vendor="GenuineIntel", family_field=6, per_package_field=4)
@@ -298,10 +308,13 @@ class OtherFamily(AnyMachine):
     def test_threads_are_counted(self):
         self.assert_processors("host", threads=0, kernel=4, method=0, count=4)
 
+    def test_day_and_offset_in_2066(self):
+        self.assert_said("now", date="01/19/2066", offset=-3600)
+
 
 def load_tests(loader, _, __):
-    """AnyMachine itself is no machine."""
-    cases = (HyperThreading, TwoPackages, OtherVendor, OtherFamily)
+    """Machine itself is none."""
+    cases = (HyperThreading, TwoPackages, HalfAPackage, OtherVendor, OtherFamily)
     return unittest.TestSuite(loader.loadTestsFromTestCase(case) for case in cases)
 
 
