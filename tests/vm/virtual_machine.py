@@ -13,7 +13,8 @@ import tempfile
 HERE = os.path.dirname(os.path.abspath(__file__))
 QEMU = "qemu-system-x86_64"
 BOOT_LIMIT = 240  # seconds; a boot takes some 7 of a processor that it has to itself
-DISK_SIZE = 16 << 20
+# Of the disks in turn, and sparse: bytes and sectors of the larger ones are more than 32 bits count.
+DISK_SIZES = (16 << 20, 5 << 30, 3 << 40)
 
 
 class Missing(Exception):
@@ -55,8 +56,8 @@ def libraries_of(program):
     return inside
 
 
-def file_system(guest, report, companion, moments):
-    """The archive of the first file system: busybox, the drivers, the library and its questioner."""
+def file_system(guest, report, tool, companion, moments):
+    """The archive of the first file system: busybox, the drivers, the library and what asks it."""
     program = stat.S_IFREG | 0o755
     folders = ("bin", "lib", "lib64", "dev", "proc", "sys", "tmp")
     files = {folder: (stat.S_IFDIR | 0o755, b"") for folder in folders}
@@ -64,10 +65,11 @@ def file_system(guest, report, companion, moments):
     files["moments"] = (program, "\n".join(str(moment) for moment in moments).encode())
     files["modules"] = (program, read(os.path.join(guest, "modules")))
     paths = {"bin/busybox": os.path.join(guest, "busybox"), "bin/report": report,
-             "lib/liborlanode.so": companion}
+             "bin/orla": tool, "lib/liborlanode.so": companion}
     for module in files["modules"][1].decode().split():
         paths[f"lib/{module}"] = os.path.join(guest, module)
     paths.update(libraries_of(report))
+    paths.update(libraries_of(tool))
     files.update({inside: (program, read(path)) for inside, path in paths.items()})
     return cpio(files)
 
@@ -105,10 +107,10 @@ def command_of(guest, archive, machine, folder):
         "-append", f"console=ttyS0 quiet loglevel=0 panic=-1 mitigations=off disks={machine.disks} "
                    f"{machine.kernel_parameters}",
     ]
-    for number in range(machine.disks):
+    for number, size in enumerate(DISK_SIZES[:machine.disks]):
         image = os.path.join(folder, f"disk{number}")
         with open(image, "wb") as file:
-            file.truncate(DISK_SIZE)
+            file.truncate(size)
         command += ["-drive", f"file={image},format=raw,if=ide"]
     return command
 

@@ -1,13 +1,14 @@
 #!/usr/bin/env python3
 """The library's answers on virtual machines: processors, memory, disks and clocks that no host here has.
 
-    vm_test.py --report PROGRAM --companion LIBRARY --guest FOLDER [CASE...]
+    vm_test.py --report PROGRAM --tool PROGRAM --companion LIBRARY --guest FOLDER [CASE...]
 
 A case is a machine, booted once for all its tests. Exits with 77 where a virtual machine is not to be had.
 """
 
 import argparse
 import datetime
+import json
 import sys
 import unittest
 
@@ -73,7 +74,8 @@ class Machine(unittest.TestCase):
 
     @classmethod
     def setUpClass(cls):
-        archive = virtual_machine.file_system(OPTIONS.guest, OPTIONS.report, OPTIONS.companion, cls.moments)
+        archive = virtual_machine.file_system(OPTIONS.guest, OPTIONS.report, OPTIONS.tool,
+                                              OPTIONS.companion, cls.moments)
         cls.bits = 32 if virtual_machine.read(OPTIONS.report)[4] == 1 else 64
         cls.console = virtual_machine.boot(OPTIONS.guest, archive, cls)
         cls.answers = virtual_machine.sections(cls.console)
@@ -170,6 +172,24 @@ class Machine(unittest.TestCase):
     def test_names(self):
         self.assert_said("host", node="virtual", user="root", group="root")
 
+    def test_tool_says_the_same(self):
+        host = json.loads(self.said("tool")["host"])
+        self.assertEqual(host["memory"]["total"], int(self.said("host")["meminfo"]) >> 10)
+        self.assert_said("host", method=host["processors"]["method"], count=host["processors"]["count"],
+                         ht_os_cpus=host["processors"]["kernel_figure"], memory=host["memory"]["size"])
+        self.assert_said("disks", disks=host["disks"]["count"])
+
+    def test_tool_tells_the_time(self):
+        now = json.loads(self.said("tool")["now"])
+        since = now["stamp"] % 2**32 - utc(self.clock)
+        self.assertIn(since, range(600), now)
+        expected = Expected(utc(self.clock) + since, Zone(CENTRAL_EUROPE), self.bits)
+        self.assertEqual((now["offset"], now["local_stamp"], now["date"]),
+                         (expected.offset, expected.local, expected.date))
+        # This text reads a stamp past 2038 as one before 1970.
+        signed = (expected.stamp ^ 2**31) - 2**31
+        self.assertEqual(now["time"], f"{EPOCH + datetime.timedelta(seconds=signed):%c}")
+
     def test_profile_is_rewritten(self):
         self.assert_said("profile", replaced=1, added=1, int=7, string="h", mode=640, left=0,
                          text="[Main]|Port=7|Host=h||[Other]|A=1|")
@@ -181,7 +201,7 @@ class Machine(unittest.TestCase):
 
 
 class HyperThreading(Machine):
-    """One package of two threads, in July 2040."""
+    """One package of two threads and three disks, in July 2040."""
 
     cpu = "qemu64,vendor=GenuineIntel,family=15"
     smp = "2,sockets=1,cores=1,threads=2"
@@ -193,6 +213,7 @@ class HyperThreading(Machine):
     def test_machine_is_what_was_asked_for(self):
         self.assert_said("host", vendor="GenuineIntel", family_field=15, per_package_field=2,
                          siblings="2 2 ")
+        self.assert_said("disks", kib="16384 5242880 3221225472 ")
 
     def test_one_package_is_counted(self):
         self.assert_processors("host", threads=2, kernel=2, method=1, count=1)
@@ -322,6 +343,7 @@ def main():
     global OPTIONS
     parser = argparse.ArgumentParser(description=__doc__.splitlines()[0])
     parser.add_argument("--report", required=True)
+    parser.add_argument("--tool", required=True)
     parser.add_argument("--companion", required=True)
     parser.add_argument("--guest", required=True)
     OPTIONS, cases = parser.parse_known_args()
