@@ -27,12 +27,12 @@
 
 namespace {
 
-// ---- Read by many while one rewrites -----------------------------------------------------------------
+// ---- Read by many while one rewrites ------------------------------------------------------------
 //
-// The file has three pages. Both keys stand well inside a page, in the first and in the last, and their
-// values keep their length, so the text is the same at every moment but for the values. A reader may
-// meet the file emptied, or cut where a page ends, and then answers the default. A value that is not the
-// default must be whole, of one rewrite, and not older than the one before.
+// The file has three pages. Both keys stand inside a page, in the first and in the last, and their
+// values keep their length, so two states of the text differ in the values alone. A reader may meet the
+// file emptied, or cut where a page ends, and then answers the default. A value that is not the default
+// must be whole, of one rewrite, and not older than the one before.
 
 constexpr const char *kDefault = "no value";
 constexpr int kNoNumber = -1;
@@ -173,10 +173,10 @@ TEST_F(LongProfileReadByMany, IsOfOneRewriteOrTheDefaultDuring10000Rewrites) {
   read_while_rewriting(10000);
 }
 
-// ---- Rewritten where a file system is full --------------------------------------------------------------
+// ---- Rewritten where a file system is full ------------------------------------------------------
 //
-// In a mount namespace of its own the test gives itself small file systems in memory: one for /tmp, where
-// the temporary copy goes, and one below it for the target.
+// In a mount namespace of its own the test gives itself small file systems in memory: one for /tmp,
+// where the temporary copy goes, and one below it for the target.
 
 constexpr std::size_t kPage = 4096;
 constexpr const char *kTargetFolder = "/tmp/target";
@@ -275,8 +275,8 @@ class ProfileOnAFullDisk : public testing::Test {
     ASSERT_EQ((before_.size() + kPage - 1) / kPage, kTargetPages);
   }
 
-  // One rewrite, in a process of its own as it costs a descriptor, and with it the room of the temporary
-  // copy. `result` is what it must say.
+  // One rewrite, in a process of its own as it costs a descriptor, and with it the room of the
+  // temporary copy. `result` is what it must say.
   static void rewrite(std::size_t number, const std::string &value, int result) {
     ASSERT_TRUE(succeeds_apart([&] {
       const std::string name = key(number % kKeys);

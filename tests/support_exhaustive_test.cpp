@@ -7,6 +7,7 @@
 #include <orla/trace.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <cerrno>
 #include <cstdint>
 #include <cstdlib>
@@ -123,6 +124,15 @@ std::string expanded(const std::string &format) {
   return text;
 }
 
+// A failure shows where the two part, not the megabytes that they are.
+void expect_same(const std::string &got, const std::string &expected) {
+  const auto parting = std::mismatch(got.begin(), got.end(), expected.begin(), expected.end());
+  const auto at = static_cast<std::size_t>(parting.first - got.begin());
+  const std::size_t before = at < 40 ? at : 40;
+  EXPECT_TRUE(got == expected) << testing::PrintToString(got.substr(at - before, 80)) << " is not "
+                               << testing::PrintToString(expected.substr(at - before, 80));
+}
+
 // Calls `check` with every two bytes, and with every two behind a percent sign.
 template <typename Check>
 void for_every_message(Check check) {
@@ -144,18 +154,18 @@ TEST(EveryMessage, OfTwoBytesAndEveryPairBehindAPercentSignIsTraced) {
   orlalib_verbose = 255;
   std::string expected;
   int round = 0;
-  // The bytes stay below the size at which the file is rotated.
+  // The file is emptied now and then, so that it is never rotated.
   for_every_message([&](std::string message) {
     expected += stamp + expanded(message);
     errno = kError;
     TavTrace(message.data());
     if (++round % 65536 != 0) return;
     TavTrace(nullptr);
-    ASSERT_EQ(folder.read("trace"), expected);
+    expect_same(folder.read("trace"), expected);
     ASSERT_EQ(truncate(folder.path("trace").c_str(), 0), 0);
     expected.clear();
   });
-  EXPECT_EQ(folder.read("trace"), expected);
+  expect_same(folder.read("trace"), expected);
   EXPECT_FALSE(folder.holds("trace.1"));
 }
 
@@ -171,7 +181,7 @@ TEST(EveryPrefix, OfTwoBytesAndEveryPairBehindAPercentSignIsPrintedBeforeTheDate
     ASSERT_EQ(fprint_date_line(stream, 0, prefix.c_str()), static_cast<int>(line.size()));
   });
   std::fclose(stream);
-  EXPECT_TRUE(std::string(text, size) == expected);
+  expect_same({text, size}, expected);
   std::free(text);
 }
 

@@ -1,4 +1,4 @@
-// The trace file under load: many processes appending to it at once, and one that rotates it many times.
+// The trace file under load: many processes that append to it at once, and one that rotates it often.
 
 #include <gtest/gtest.h>
 #include <orla/trace.h>
@@ -132,8 +132,8 @@ class TraceOfManyRotations : public TraceLoad {
     return names;
   }
 
-  // Keeps what the file must hold meanwhile, and looks at each file as it is rotated: so every line there
-  // ever was has been seen once, in its place.
+  // Keeps what the file must hold meanwhile, and looks at each file as it is rotated: so every line
+  // that was ever written has been seen once, in its place.
   void write_and_check(std::size_t bytes) {
     std::string current;
     std::string rotated;

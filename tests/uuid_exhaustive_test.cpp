@@ -1,5 +1,5 @@
-// Small domains of the UUID service, whole: every byte at every position of a text, every byte of a record,
-// every reserved number.
+// Small domains of the UUID service, whole: every byte at every position of a text, every byte of a
+// record, every reserved number.
 
 #include <gtest/gtest.h>
 #include <orla/uuid.h>
@@ -119,13 +119,14 @@ class Decoder {
 };
 
 // One without a zero, so that no "0x" can come about, and one that is full of them.
-class EveryByteOfAText : public testing::TestWithParam<const char *> {};
-INSTANTIATE_TEST_SUITE_P(OfEitherText, EveryByteOfAText,
-                         testing::Values("123456789abc.de.f1.23.45.67.89.ab.cd",
-                                         "d0f7b2fc0064.82.0a.00.02.03.00.00.00"));
+constexpr const char *kTexts[] = {"123456789abc.de.f1.23.45.67.89.ab.cd",
+                                  "d0f7b2fc0064.82.0a.00.02.03.00.00.00"};
+
+class EveryByteOfAText : public testing::TestWithParam<int> {};
+INSTANTIATE_TEST_SUITE_P(OfEitherText, EveryByteOfAText, testing::Range(0, 2));
 
 TEST_P(EveryByteOfAText, AtEveryPositionIsReadByTheRulesOrLeavesTheRecord) {
-  Decoder decoder(GetParam());
+  Decoder decoder(kTexts[GetParam()]);
   for (std::size_t at = 0; at < kLength; ++at) {
     const char kept = decoder.text()[at];
     for (int byte = 0; byte < 256; ++byte) {
@@ -134,17 +135,15 @@ TEST_P(EveryByteOfAText, AtEveryPositionIsReadByTheRulesOrLeavesTheRecord) {
     }
     decoder.text()[at] = kept;
   }
-  // Of the 28 digits each takes 22 characters, in two letter cases; of the 8 dots each takes one.
+  // Each of the 28 digits may be any of 22 characters, each of the 8 dots only a dot.
   EXPECT_GE(decoder.accepted(), 28 * 22 + 8);
 }
 
 class EveryTwoBytesOfAText : public EveryByteOfAText {};
-INSTANTIATE_TEST_SUITE_P(Long, EveryTwoBytesOfAText,
-                         testing::Values("123456789abc.de.f1.23.45.67.89.ab.cd",
-                                         "d0f7b2fc0064.82.0a.00.02.03.00.00.00"));
+INSTANTIATE_TEST_SUITE_P(Long, EveryTwoBytesOfAText, testing::Range(0, 2));
 
 TEST_P(EveryTwoBytesOfAText, SideBySideAreReadByTheRulesOrLeaveTheRecord) {
-  Decoder decoder(GetParam());
+  Decoder decoder(kTexts[GetParam()]);
   for (std::size_t at = 0; at + 1 < kLength; ++at) {
     char *const pair = decoder.text() + at;
     const char kept[2] = {pair[0], pair[1]};

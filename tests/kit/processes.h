@@ -1,5 +1,5 @@
-// Processes that begin their work at the same moment. There is one such object at a time: a process inherits
-// the gates of all.
+// Processes that begin their work at the same moment. Add all of them before another such object is made:
+// a process that holds the gate of another object keeps it shut.
 //
 //     Processes readers;
 //     for (int i = 0; i < 8; ++i)
