@@ -151,7 +151,7 @@ class ProfileReadByMany : public testing::Test {
     for (int i = 0; i < kReaders; ++i)
       processes.add([=, this] { return read_on(last); });
     processes.add([=, this] { return rewrite_all(last); });
-    EXPECT_EQ(processes.failed(), 0);
+    EXPECT_EQ(processes.run(), 0);
     EXPECT_EQ(folder_.read("profile"), three_pages(last));
     RecordProperty("values", course_.values);
     RecordProperty("defaults", course_.defaults);

@@ -65,7 +65,7 @@ class TraceOfManyProcesses : public TraceLoad {
       });
     }
     const std::vector<pid_t> ids = processes.ids();
-    EXPECT_EQ(processes.failed(), 0);
+    EXPECT_EQ(processes.run(), 0);
     return ids;
   }
 

@@ -4,8 +4,7 @@
 //     Processes readers;
 //     for (int i = 0; i < 8; ++i)
 //       readers.add([i] { return read_on(i); });     the result is the exit status
-//     readers.start();
-//     EXPECT_EQ(readers.failed(), 0);
+//     EXPECT_EQ(readers.run(), 0);
 //
 // What they have to say about a failure they write on standard error.
 
@@ -24,11 +23,11 @@ class Processes {
   Processes() {
     if (pipe(gate_) != 0) throw std::runtime_error("no pipe");
   }
-  ~Processes() { failed(); }
+  ~Processes() { run(); }
   Processes(const Processes &) = delete;
   Processes &operator=(const Processes &) = delete;
 
-  // Forks a process that does `work` once all are started.
+  // Forks a process that does `work` once all are there.
   template <typename Work>
   void add(Work work) {
     std::fflush(nullptr);
@@ -46,10 +45,8 @@ class Processes {
   // The process ids, in the order in which they were added.
   const std::vector<pid_t> &ids() const { return processes_; }
 
-  void start() { open_the_gate(); }
-
-  // Waits for all; returns how many ended otherwise than with the exit status 0.
-  int failed() {
+  // Lets them begin and waits for all; returns how many ended otherwise than with the exit status 0.
+  int run() {
     open_the_gate();
     int count = 0;
     for (const pid_t process : processes_) {
@@ -88,7 +85,7 @@ template <typename Work>
 bool succeeds_apart(Work work) {
   Processes process;
   process.add(work);
-  return process.failed() == 0;
+  return process.run() == 0;
 }
 
 #endif
