@@ -1,6 +1,8 @@
 // Both profile readers, against the plain way over a file that is a string.
 //
-//     section / key / default / buffer size / file: each a line but the last
+//     section / key / default / buffer size / padding / its width / file
+//
+// Each is a line but the last.
 
 #include <orla/profile.h>
 
@@ -11,6 +13,7 @@
 #include "kit/block.h"
 #include "kit/input.h"
 #include "kit/memory_file.h"
+#include "kit/padding.h"
 #include "kit/plain_profile.h"
 #include "kit/target.h"
 
@@ -58,7 +61,7 @@ int LLVMFuzzerTestOneInput(const std::uint8_t *data, std::size_t size) {
   const std::string fallback = input.line();
   Question question = {std::move(section), std::move(key), fallback,
                        input.number(0, kLargestBuffer)};
-  const std::string &file = input.bytes();
+  const std::string file = take_padding(input) + input.bytes();
   profile.put(file);
   check_int(question, file);
   check_string(question, Text(fallback), file);

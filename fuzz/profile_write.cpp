@@ -1,6 +1,8 @@
 // The profile writer, against the plain way over a file that is a string.
 //
-//     section / key / value / file: each a line but the last
+//     section / key / value / padding / its width / file
+//
+// Each is a line but the last.
 
 #include <orla/profile.h>
 
@@ -12,6 +14,7 @@
 #include "kit/block.h"
 #include "kit/input.h"
 #include "kit/memory_file.h"
+#include "kit/padding.h"
 #include "kit/plain_profile.h"
 #include "kit/target.h"
 
@@ -34,8 +37,9 @@ int LLVMFuzzerTestOneInput(const std::uint8_t *data, std::size_t size) {
   Text section(input.line());
   Text key(input.line());
   Text value(input.line());
-  profile.put(input.bytes());
+  const std::string file = take_padding(input) + input.bytes();
+  profile.put(file);
   agree("result", orla_cfg_write_private_profile_string(section, key, value, profile.path()), 1);
-  agree("file", profile.get(), plain::write(input.bytes(), section, key, value));
+  agree("file", profile.get(), plain::write(file, section, key, value));
   return 0;
 }

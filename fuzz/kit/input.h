@@ -23,10 +23,10 @@ class Input {
     return line.c_str();
   }
 
-  // The number that the next line begins with, brought into the range.
+  // The number that the next line begins with; `least` for one outside the range.
   int number(int least, int most) {
     const long number = std::strtol(line().c_str(), nullptr, 10);
-    return static_cast<int>(std::clamp<long>(number, least, most));
+    return number >= least && number <= most ? static_cast<int>(number) : least;
   }
 
   // What is left, as far as a C string can hold it.
