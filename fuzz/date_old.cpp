@@ -12,7 +12,7 @@
 namespace {
 
 // The mode of the process is decided at its first parse.
-const int mode = setenv("ORLALS_DATE_FORMAT_OLD", "", 1);
+[[maybe_unused]] const int mode = setenv("ORLALS_DATE_FORMAT_OLD", "", 1);
 
 std::optional<DateFields> read_plainly(const char *text) {
   DateFields read;
@@ -29,5 +29,5 @@ std::optional<DateFields> read_plainly(const char *text) {
 int LLVMFuzzerTestOneInput(const std::uint8_t *data, std::size_t size) {
   Text text(Input(data, size).text());
   check_date_text(text, read_plainly(text));
-  return mode;
+  return 0;
 }

@@ -14,7 +14,7 @@ namespace {
 constexpr const char *kFormat = "%m/%d/%Y";
 
 // The mode of the process is decided at its first parse.
-const int mode = unsetenv("ORLALS_DATE_FORMAT_OLD");
+[[maybe_unused]] const int mode = unsetenv("ORLALS_DATE_FORMAT_OLD");
 
 std::tm strptime_plainly(const char *text) {
   std::tm read = {};
@@ -47,5 +47,5 @@ int LLVMFuzzerTestOneInput(const std::uint8_t *data, std::size_t size) {
   const std::tm read = strptime_plainly(text);
   check_strptime(text, read);
   check_date_text(text, within_range(read_plainly(read)));
-  return mode;
+  return 0;
 }

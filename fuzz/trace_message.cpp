@@ -32,7 +32,7 @@ bool switch_on() {
   orlalib_verbose = 255;
   return setenv("TZ", "UTC0", 1) == 0 && setenv("K7LOG_PATH", trace.path(), 1) == 0;
 }
-const bool is_on = switch_on();
+[[maybe_unused]] const bool is_on = switch_on();
 
 std::string stamp() { return "02/03/2007 14:05:07 " + std::to_string(getpid()) + " "; }
 
@@ -82,5 +82,5 @@ int LLVMFuzzerTestOneInput(const std::uint8_t *data, std::size_t size) {
   const auto date = static_cast<std::uint16_t>(input.number(0, UINT16_MAX));
   check_trace(input.text(), error);
   check_date_line(input.text(), date, error);
-  return is_on ? 0 : -1;
+  return 0;
 }
