@@ -1,6 +1,6 @@
 #!/usr/bin/env python3
 """Holds the pages of a man folder together: every name leads to the page that documents it, every
-reference to a page of ours is to one that is there.
+reference to a page of ours is to one that is there, and no page lacks a section that callers look for.
 
     aliases.py FOLDER       a folder with man1, man3 and man5
 """
@@ -14,6 +14,15 @@ from page import Page
 
 # The system has pages of these names.
 PREFIXED = {"htonl", "htons", "ntohl", "ntohs"}
+
+# By section of the manual; the overview tells what holds for all.
+SECTIONS = {
+    ".1": ("SYNOPSIS", "DESCRIPTION", "EXIT STATUS", "EXAMPLES", "SEE ALSO"),
+    ".3": ("LIBRARY", "SYNOPSIS", "DESCRIPTION", "RETURN VALUES", "EXAMPLES", "ERRORS", "THREADS",
+           "SEE ALSO", "CAVEATS"),
+    ".5": ("DESCRIPTION", "FILES", "EXAMPLES", "SEE ALSO", "CAVEATS"),
+}
+NOT_IN_THE_OVERVIEW = {"RETURN VALUES", "ERRORS"}
 
 
 def main():
@@ -33,6 +42,9 @@ def main():
         if path.suffix == ".3":
             documents |= {("orla_" if name in PREFIXED else "") + name: page.name
                           for name in page.names}
+        wrong += [f"{title} has no section {each}" for each in SECTIONS[path.suffix]
+                  if not page.section(each)
+                  and not (title == "orla(3)" and each in NOT_IN_THE_OVERVIEW)]
         for line in page.lines:
             reference = re.match(r"\.Xr (orla\S*) (\d)", line)
             if reference and "{}({})".format(*reference.groups()) not in files:

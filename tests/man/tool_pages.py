@@ -1,10 +1,11 @@
 #!/usr/bin/env python3
 """Holds the pages of section 1 to the tool: every subcommand has its page, every option of it stands
-there and no other, and the sessions in EXAMPLES print what the pages say.
+there and no other, every name in its JSON does, and the sessions in EXAMPLES print what the pages say.
 
     tool_pages.py TOOL MAN_FOLDER
 """
 
+import json
 import os
 import re
 import subprocess
@@ -19,10 +20,10 @@ TOOL = None
 MAN_FOLDER = None
 
 
-def run(command, **options):
+def run(command, cwd=None, **environment):
     variables = {"PATH": f"{TOOL.parent}:{os.environ['PATH']}", "TZ": "UTC0", "LC_ALL": "C"}
-    return subprocess.run(command, env=variables, text=True, capture_output=True, check=False,
-                          **options)
+    return subprocess.run(command, env={**variables, **environment}, cwd=cwd, text=True,
+                          capture_output=True, check=False)
 
 
 def help_of(*subcommands):
@@ -54,6 +55,47 @@ def options_in_page(page):
     return found
 
 
+UUID = "d0f7b2fc0064.82.0a.00.02.03.00.00.00"
+# What prints every name that a page gives, by page; the profile is written first.
+JSON_COMMANDS = {
+    "orla-date": ("date parse 12/31/2007", "date show 0", "date fields 2007 12 31",
+                  "date lengths 2007", "date stamp 0"),
+    "orla-host": ("host",),
+    "orla-load": ("load libc.so.6 getenv", "load liborla-nowhere.so"),
+    "orla-names": ("names",),
+    "orla-now": ("now",),
+    "orla-profile": ("profile set a.ini s k x=y", "profile set a.ini s k v", "profile get a.ini s k",
+                     "profile path", "profile lint a.ini"),
+    "orla-tokens": ("tokens a",),
+    "orla-trace": ("trace a",),
+    "orla-uuid": ("uuid new", "uuid reserved 7", f"uuid show {UUID}", f"uuid compare {UUID} {UUID}",
+                  f"uuid hash {UUID} 7"),
+}
+
+
+def names_in_json(value):
+    """All names but those of symbols and of reasons, which are the rule of orla(1)."""
+    found = set()
+    if isinstance(value, list):
+        return found.union(*map(names_in_json, value))
+    if not isinstance(value, dict):
+        return found
+    for name, held in value.items():
+        found |= {name} if not name.endswith("_missing") else set()
+        found |= names_in_json(held) if name != "symbols" else set()
+    return found
+
+
+def names_in_page(page):
+    """Words set as literals, without the commas that mdoc wants apart."""
+    found = set()
+    for line in page.lines:
+        literal = re.match(r"(?:\.It )?\.?Li (.*)", line)
+        if literal:
+            found |= set(literal.group(1).split()) - {",", ":", ";", ")"}
+    return found
+
+
 def sessions(page):
     """Commands behind "$ " in the examples, each with what it prints."""
     for block in page.blocks:
@@ -80,6 +122,22 @@ class ToolPages(unittest.TestCase):
     def test_the_overview_has_the_options_of_the_program(self):
         listed = re.findall(r"^  (-.*?)  ", help_of(), re.MULTILINE)
         self.assertEqual(options_in_page(self.pages["orla"]), set(",".join(listed).split(",")))
+
+    def test_pages_give_the_names_in_json(self):
+        for name, page in self.pages.items():
+            if name == "orla":
+                continue
+            found = set()
+            tracing = "y" if name == "orla-trace" else "n"
+            with tempfile.TemporaryDirectory() as folder:
+                for command in JSON_COMMANDS[name]:
+                    result = run([TOOL, *command.split(), "--json"], cwd=folder, K7LIB_VERB=tracing,
+                                 ORLA_CONFIG="/nonexistent/file")
+                    found |= names_in_json(json.loads(result.stdout))
+            with self.subTest(page=name):
+                # The page says: month_1 to month_12.
+                between = {f"month_{i}" for i in range(2, 12)}
+                self.assertEqual(found - names_in_page(page) - between, set())
 
     def test_sessions_print_what_the_pages_say(self):
         count = 0
