@@ -66,6 +66,13 @@ install(FILES
   DESTINATION "${CMAKE_INSTALL_DOCDIR}/examples" COMPONENT documentation)
 
 if(PROJECT_IS_TOP_LEVEL)
+  # All that is installed, without tests. Who adds files to an installation makes it depend on them.
+  add_custom_target(product)
+  add_dependencies(product orla orlanode)
+  if(ORLA_TOOL)
+    add_dependencies(product orla-tool)
+  endif()
+
   add_custom_target(uninstall
     COMMAND "${CMAKE_COMMAND}" -D "MANIFESTS=${PROJECT_BINARY_DIR}"
       -P "${PROJECT_SOURCE_DIR}/cmake/uninstall.cmake"

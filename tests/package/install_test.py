@@ -56,6 +56,14 @@ class Paths:
         self.prefix = options.scratch / "prefix"
         self.moved = options.scratch / "moved"
         self.origin_of_moved = options.scratch / "before-the-move"
+        self.manifests_aside = options.scratch.parent / "manifests"
+
+
+def move_manifests(source, target):
+    """What is noted of installations that somebody made from the build folder is kept for them."""
+    target.mkdir(parents=True, exist_ok=True)
+    for path in source.glob("install_manifest*.txt"):
+        path.replace(target / path.name)
 
 
 def configure(options, by, build, *settings, status=0, flags=True):
@@ -100,6 +108,7 @@ def find_and_run(options, prefix, build):
 def install(options):
     paths = Paths(options)
     empty_folder(paths.scratch)
+    move_manifests(options.build, paths.manifests_aside)
     for prefix in (paths.origin_of_moved, paths.prefix):
         run("cmake", "--install", options.build, "--prefix", prefix)
     paths.origin_of_moved.rename(paths.moved)
@@ -208,6 +217,13 @@ def fetch_content(options):
 
 @case
 def uninstall(options):
+    try:
+        uninstall_all_but_files_of_others(options)
+    finally:
+        move_manifests(Paths(options).manifests_aside, options.build)
+
+
+def uninstall_all_but_files_of_others(options):
     paths = Paths(options)
     kept = paths.prefix / "include/orla/of_another_product.h"
     kept.touch()
