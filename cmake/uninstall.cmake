@@ -4,9 +4,9 @@
 #   [DESTDIR=...] cmake -D MANIFESTS=BUILD_FOLDER -P uninstall.cmake
 cmake_minimum_required(VERSION 3.25)
 
-# The folder is ours when it, or one above it under the prefix, is named orla.
+# A folder is ours when it, or one above it, is named orla, below one of those that every prefix has.
 function(remove_own_empty_folders folder)
-  while(folder MATCHES "/orla(/|$)")
+  while(folder MATCHES "/(include|lib[^/]*|share)/(.*/)?orla(/|$)")
     file(GLOB content LIST_DIRECTORIES true "${folder}/*" "${folder}/.*")
     if(content OR NOT IS_DIRECTORY "${folder}")
       return()

@@ -94,10 +94,12 @@ def run_examples(folder, environment=None):
 
 
 def find_and_run(options, prefix, build):
-    package = prefix / options.libdir / "cmake/orla"
-    # A multiarch folder is searched by compilers that say they are of that architecture; GCC's -m32
-    # does not.
-    configure(options, "find_package", build, f"-Dorla_DIR={package}")
+    # CMake searches the folder of an architecture when the compiler says that it is of that one, which
+    # GCC with -m32 does not.
+    configure(options, "find_package", build, f"-DCMAKE_PREFIX_PATH={prefix}",
+              f"-DCMAKE_LIBRARY_ARCHITECTURE={pathlib.Path(options.libdir).name}")
+    cache = (build / "CMakeCache.txt").read_text(encoding="utf-8")
+    check(f"orla_DIR:PATH={prefix / options.libdir / 'cmake/orla'}\n" in cache, "another orla is found")
     run("cmake", "--build", build)
     run_examples(build)
     libraries = run("readelf", "-d", build / "host_report")
@@ -150,7 +152,9 @@ def other_word_size(options):
     said = configure(options, "find_package", build, f"-Dorla_DIR="
                      f"{paths.prefix / options.libdir / 'cmake/orla'}",
                      f"-DCMAKE_C_FLAGS={other}", status=1, flags=False)
-    check("version: 1.0.0" in said, "the package that does not fit is not named")
+    word_size = "32bit" if "-m32" in options.cflags else "64bit"
+    check(re.search(rf"orlaConfig.cmake, version: \S+ \({word_size}\)", said),
+          "it is not said that the package is of another word size")
 
 
 @case
