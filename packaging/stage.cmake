@@ -101,6 +101,12 @@ file(COPY "${CPACK_ORLA_SOURCE_DIR}/examples" DESTINATION "${stage}/development/
   FILE_PERMISSIONS ${plain_file}
   PATTERN CMakeLists.txt EXCLUDE)
 
+# The folder that Debian's zsh searches for functions of packages.
+set(zsh "${stage}/tools/usr/share/zsh")
+if(IS_DIRECTORY "${zsh}/site-functions")
+  file(RENAME "${zsh}/site-functions" "${zsh}/vendor-completions")
+endif()
+
 find_dependencies(runtime CPACK_DEBIAN_RUNTIME_PACKAGE_DEPENDS)
 if("tools" IN_LIST CPACK_COMPONENTS_ALL)
   find_dependencies(tools CPACK_DEBIAN_TOOLS_PACKAGE_DEPENDS)
