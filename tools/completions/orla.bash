@@ -1,7 +1,7 @@
 # Completion of orla for bash. The tool itself tells what may stand where the cursor is.
+# shellcheck disable=SC2034,SC2088
 
 _orla() {
-# shellcheck disable=SC2034,SC2088
   local cur prev words cword line quote=''
   _init_completion -n =: || return
 
