@@ -2,6 +2,7 @@
 
 #include <unistd.h>
 
+#include <cmath>
 #include <cstdio>
 #include <cstdlib>
 
@@ -76,7 +77,7 @@ std::string Progress::line(Clock::time_point now) const {
   if (total_ == 0) return grouped(done_) + " " + what_;
   const double share = static_cast<double>(done_) / static_cast<double>(total_);
   const double passed = std::chrono::duration<double>(now - begin_).count();
-  const auto left = static_cast<std::uint64_t>(passed / share - passed + 0.5);
+  const auto left = static_cast<std::uint64_t>(std::lround(passed / share - passed));
   return grouped(done_) + " of " + grouped(total_) + " " + what_ + ", " +
          std::to_string(static_cast<int>(share * 100)) + " %, " + grouped(left) + " s left";
 }
