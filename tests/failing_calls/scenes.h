@@ -504,8 +504,10 @@ inline std::string copy(Scene &scene) {
 // Loader.
 
 inline std::string allocate_id(Scene &scene) {
-  const void *id = scene.calls_of_the_library([] { return orla_slnk_allocate_library_id(); });
-  return id != nullptr ? "record" : "null";
+  auto *id = scene.calls_of_the_library([] { return orla_slnk_allocate_library_id(); });
+  const char *outcome = id != nullptr ? "record" : "null";
+  orla_slnk_free_library_id(id);
+  return outcome;
 }
 
 inline std::string load(Scene &scene, const char *name) {

@@ -186,14 +186,14 @@ inline const std::vector<Case> &table() {
     {"string_to_time", "", stamp_of_text, "86400", {{"strptime", {EINVAL}, {"0"}}}},
 
     // Loader.
-    {"orla_slnk_allocate_library_id", "", allocate_id, "record, keeps 1 block", {
+    {"orla_slnk_allocate_library_id", "", allocate_id, "record", {
       {"malloc", kNoMemory, {"null"}},
     }},
-    {"orla_slnk_load_library", "by name", load_by_name, "0, handle", {
+    {"orla_slnk_load_library", "by name", load_by_name, "0, handle, keeps 1 handle", {
       {"dlopen", kAnyError, {"failed, null"}},
     }},
-    {"orla_slnk_load_library", "from the fallback folder", load_from_fallback_folder, "0, handle", {
-      {"dlopen", kAnyError, {"0, handle", "failed, null"}},
+    {"orla_slnk_load_library", "from the fallback folder", load_from_fallback_folder, "0, handle, keeps 1 handle", {
+      {"dlopen", kAnyError, {"0, handle, keeps 1 handle", "failed, null"}},
     }},
     {"orla_slnk_load_library", "missing", load_missing, "failed, null", {
       {"dlopen", kAnyError, both("failed, null")},
@@ -225,11 +225,11 @@ inline const std::vector<Case> &table() {
     // Names.
     {"orla_get_user_name", "", user_name, "somebody", {{"getpwuid", {EIO, ENOENT}, {"unknown"}}}},
     {"orla_get_group_name", "", group_name, "some", {{"getgrgid", {EIO, ENOENT}, {"unknown"}}}},
-    {"orla_get_node_name", "", node_name, "\"node\", \"node\"", {
-      {"malloc", kNoMemory, {"\"\", \"node\""}},
-      {"dlopen", kAnyError, {"\"\", \"node\""}},
-      {"dlsym", kAnyError, {"\"\", \"node\", printed"}},
-      {"uname", {EFAULT}, {"\"\", \"node\"", "\"node\", \"\""}},
+    {"orla_get_node_name", "", node_name, "\"node\", \"node\", keeps 1 handle", {
+      {"malloc", kNoMemory, {"\"\", \"node\", keeps 1 handle"}},
+      {"dlopen", kAnyError, {"\"\", \"node\", keeps 1 handle"}},
+      {"dlsym", kAnyError, {"\"\", \"node\", printed, keeps 1 handle"}},
+      {"uname", {EFAULT}, {"\"\", \"node\", keeps 1 handle", "\"node\", \"\", keeps 1 handle"}},
     }},
 
     // Profile files.

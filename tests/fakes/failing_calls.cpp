@@ -77,6 +77,7 @@ bool failure_was_reached = false;
 bool watching = false;  // false also while the real function or a stand-in runs
 int descriptors_before = 0;
 std::set<std::FILE *> streams;
+std::multiset<void *> libraries;
 int lists = 0;
 std::vector<std::string> temporary_names;
 
@@ -91,10 +92,15 @@ const void *base_of(const void *code) {
 using Dlsym = void *(void *, const char *);
 
 // dlsym() itself is stood in for, and is found by its version.
+Dlsym *real_dlsym() {
+  static Dlsym *const found = reinterpret_cast<Dlsym *>(dlvsym(RTLD_NEXT, "dlsym", "GLIBC_2.34"));
+  return found;
+}
+
+// Of the next library behind this executable: the call is not the last step, or it would come from
+// whoever called.
 void *next(const char *name) {
-  static Dlsym *const real_dlsym =
-      reinterpret_cast<Dlsym *>(dlvsym(RTLD_NEXT, "dlsym", "GLIBC_2.34"));
-  void *const found = real_dlsym(RTLD_NEXT, name);
+  void *const found = real_dlsym()(RTLD_NEXT, name);
   return found;
 }
 
@@ -151,14 +157,14 @@ class Intercepted {
 
 #define INTERCEPTED(name) const Intercepted call(index_of(name), __builtin_return_address(0))
 
-void keep(void *block) {
+[[maybe_unused]] void keep(void *block) {
   if (block == nullptr) return;
   void **const slot = std::find(std::begin(blocks), std::end(blocks), nullptr);
   if (slot == std::end(blocks)) abort();
   *slot = block;
 }
 
-void forget(void *block) {
+[[maybe_unused]] void forget(void *block) {
   if (block != nullptr)
     std::replace(std::begin(blocks), std::end(blocks), block, static_cast<void *>(nullptr));
 }
@@ -179,7 +185,15 @@ std::size_t part_of(std::size_t size, int error) {
 
 }  // namespace
 
-std::vector<std::string> calls_that_can_fail() { return {std::begin(kNames), std::end(kNames)}; }
+std::vector<std::string> calls_that_can_fail() {
+  std::vector<std::string> names(std::begin(kNames), std::end(kNames));
+#ifdef ORLA_SANITIZED
+  // A sanitizer has a heap of its own, and looks functions up by where it calls from.
+  for (const char *own : {"dlsym", "malloc", "realloc"})
+    std::erase(names, own);
+#endif
+  return names;
+}
 
 FailingHost::FailingHost() {
   host = this;
@@ -213,6 +227,7 @@ int FailingHost::descriptors_kept() const {
   return open_descriptors() - descriptors_before - static_cast<int>(temporary_names.size());
 }
 int FailingHost::streams_kept() const { return static_cast<int>(streams.size()); }
+int FailingHost::libraries_kept() const { return static_cast<int>(libraries.size()); }
 int FailingHost::lists_kept() const { return lists; }
 
 int FailingHost::blocks_kept() const {
@@ -553,34 +568,44 @@ int fileno(std::FILE *stream) noexcept {
   return call.fails() ? -1 : real<int(std::FILE *)>("fileno")(stream);
 }
 
-// The heap.
+#ifndef ORLA_SANITIZED
+
+// The heap. The C library's own names for its functions need no look-up, which would use the heap.
+
+void *__libc_malloc(std::size_t size) noexcept;
+void *__libc_realloc(void *earlier, std::size_t size) noexcept;
+void __libc_free(void *block) noexcept;
 
 void *malloc(std::size_t size) noexcept {
-  static void *(*const real_malloc)(std::size_t) = real<void *(std::size_t)>("malloc");
-  if (!watching) return real_malloc(size);
   INTERCEPTED("malloc");
-  void *const block = call.fails() ? nullptr : real_malloc(size);
+  if (call.fails()) return nullptr;
+  void *const block = __libc_malloc(size);
   if (call.is_seen()) keep(block);
   return block;
 }
 
 void *realloc(void *earlier, std::size_t size) noexcept {
-  static void *(*const real_realloc)(void *, std::size_t) =
-      real<void *(void *, std::size_t)>("realloc");
-  if (!watching) return real_realloc(earlier, size);
   INTERCEPTED("realloc");
   if (call.fails()) return nullptr;
-  if (call.is_seen()) forget(earlier);
-  void *const block = real_realloc(earlier, size);
+  forget(earlier);
+  void *const block = __libc_realloc(earlier, size);
   if (call.is_seen()) keep(block);
   return block;
 }
 
 void free(void *block) noexcept {
-  static void (*const real_free)(void *) = real<void(void *)>("free");
-  if (watching) forget(block);
-  real_free(block);
+  forget(block);
+  __libc_free(block);
 }
+
+void *dlsym(void *handle, const char *symbol) noexcept {
+  INTERCEPTED("dlsym");
+  if (call.fails()) return nullptr;
+  void *const address = real_dlsym()(handle, symbol);
+  return address;
+}
+
+#endif
 
 // The dynamic linker.
 
@@ -590,13 +615,18 @@ void *dlopen(const char *path, int flags) noexcept {
   const bool is_fallback = call.is_seen() && !host->fallback_library.empty() &&
                            std::strncmp(path, ORLA_LIBRARY_FALLBACK_DIRECTORY,
                                         sizeof ORLA_LIBRARY_FALLBACK_DIRECTORY - 1) == 0;
-  return real<void *(const char *, int)>("dlopen")(
+  void *const library = real<void *(const char *, int)>("dlopen")(
       is_fallback ? host->fallback_library.c_str() : path, flags);
+  if (call.is_seen() && library != nullptr) libraries.insert(library);
+  return library;
 }
 
 int dlclose(void *handle) noexcept {
   INTERCEPTED("dlclose");
-  return call.fails() ? -1 : real<int(void *)>("dlclose")(handle);
+  if (call.fails()) return -1;
+  const auto opened = libraries.find(handle);
+  if (opened != libraries.end()) libraries.erase(opened);
+  return real<int(void *)>("dlclose")(handle);
 }
 
 char *dlerror() noexcept {
@@ -604,14 +634,5 @@ char *dlerror() noexcept {
   INTERCEPTED("dlerror");
   char *const text = real_dlerror();
   return call.fails() ? nullptr : text;
-}
-
-void *dlsym(void *handle, const char *symbol) noexcept {
-  static Dlsym *const real_dlsym =
-      reinterpret_cast<Dlsym *>(dlvsym(RTLD_NEXT, "dlsym", "GLIBC_2.34"));
-  INTERCEPTED("dlsym");
-  if (call.fails()) return nullptr;
-  void *const address = real_dlsym(handle, symbol);
-  return address;
 }
 }

@@ -62,10 +62,11 @@ class FailingHost {
   bool failed() const;
 
   // What the library has not given back: descriptors but those of mkstemp(), which are meant to stay and
-  // are missed here when they do not; blocks of the heap; streams; lists.
+  // are missed here when they do not; blocks of the heap; streams; libraries; lists of interfaces.
   int descriptors_kept() const;
   int blocks_kept() const;
   int streams_kept() const;
+  int libraries_kept() const;
   int lists_kept() const;
 
   // The names made by mkstemp() that are still there.
