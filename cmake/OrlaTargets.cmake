@@ -43,6 +43,7 @@ function(orla_plain_library target map)
   set_target_properties(${target} PROPERTIES
     VERSION ${PROJECT_VERSION}
     SOVERSION ${PROJECT_VERSION_MAJOR}
+    DEFINE_SYMBOL orla_EXPORTS  # one header marks the exports of all: each writes the same
     CXX_VISIBILITY_PRESET hidden
     VISIBILITY_INLINES_HIDDEN ON
     LINKER_LANGUAGE C
