@@ -18,7 +18,7 @@ install(TARGETS orlanode
 if(ORLA_TOOL)
   # The tool finds its library from where it stands itself, so that an installation can be moved.
   file(RELATIVE_PATH library_beside_tool "${CMAKE_INSTALL_FULL_BINDIR}" "${CMAKE_INSTALL_FULL_LIBDIR}")
-  set_property(TARGET orla-tool PROPERTY INSTALL_RPATH "$ORIGIN/${library_beside_tool}")
+  set_property(TARGET orla-tool APPEND PROPERTY INSTALL_RPATH "$ORIGIN/${library_beside_tool}")
   install(TARGETS orla-tool
     RUNTIME DESTINATION "${CMAKE_INSTALL_BINDIR}" COMPONENT tools)
 endif()
