@@ -26,7 +26,7 @@ CONDITION = re.compile(r"\b(?:if|while) \(")
 STATEMENT = re.compile(
     r"^\s*(?:if \(.*\) )?(?P<whole>(?:[\w:.\[\]]|->|\*)+(?: [-+|]?= .*|\(.*\));)$")
 JUMP = re.compile(r"^\s*(?:if \(.*\) )?(?P<whole>(?:break|continue);)$")
-NEVER_CHANGED = re.compile(r"^\s*(?:#|static_assert|namespace|using|template|return;)")
+NEVER_CHANGED = re.compile(r"^\s*(?:#|static_assert|namespace|using|template)")
 
 
 @dataclasses.dataclass(frozen=True)

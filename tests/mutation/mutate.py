@@ -223,9 +223,13 @@ def copy_sources(folder):
     """Brings a copy up to date; what is equal keeps its age, so that little is built anew."""
     listed = subprocess.run(["git", "ls-files", "--cached", "--others", "--exclude-standard"], cwd=ROOT,
                             check=True, stdout=subprocess.PIPE, text=True).stdout.split("\n")
-    for name in filter(None, listed):
+    names = {name for name in listed if (ROOT / name).is_file()}
+    for old in folder.rglob("*"):
+        if old.is_file() and old.relative_to(folder).as_posix() not in names:
+            old.unlink()
+    for name in sorted(names):
         source, target = ROOT / name, folder / name
-        if not source.is_file() or (target.is_file() and target.read_bytes() == source.read_bytes()):
+        if target.is_file() and target.read_bytes() == source.read_bytes():
             continue
         target.parent.mkdir(parents=True, exist_ok=True)
         shutil.copyfile(source, target)
