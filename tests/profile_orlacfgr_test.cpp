@@ -270,6 +270,18 @@ TEST_F(ProfileInt, ReadsAFileThatCannotBeReadOnAsFarAsItCame) {
   EXPECT_EQ(reads, 1);
 }
 
+TEST_F(ProfileInt, ReadsALongFileInLargeBlocks) {
+  MemoryFiles files;
+  files.put("f", std::string(1000000, '\n') + "[Main]\nPort=5\n");
+  int reads = 0;
+  const With counting(fake_read, [&](int descriptor, void *out, std::size_t size) {
+    ++reads;
+    return fake_read.real(descriptor, out, size);
+  });
+  EXPECT_EQ(orla_cfg_get_private_profile_int("Main", "Port", kNothing, "f"), 5);
+  EXPECT_LE(reads, 20);
+}
+
 TEST_F(ProfileInt, ReadsOnAfterASignal) {
   MemoryFiles files;
   files.put("f", "[Main]\nPort=5\n");

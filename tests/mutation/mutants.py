@@ -6,6 +6,7 @@ Only what the i386 build compiles is changed: of the branches of a preprocessor 
 Comments, strings, directives and static assertions stay as they are.
 """
 
+import collections
 import dataclasses
 import re
 
@@ -47,10 +48,14 @@ def find(file, text):
     code_lines = blank_what_is_not_code(text).split("\n")
     lines = text.split("\n")
     compiled = compiled_lines(lines)
+    times_seen = collections.Counter()
     for index, code in enumerate(code_lines):
         if not compiled[index] or NEVER_CHANGED.match(code):
             continue
+        times_seen[lines[index].strip()] += 1
+        again = times_seen[lines[index].strip()]
         for start, end, replacement, change in changes(code, lines[index]):
+            change += f" (line {again} of its kind)" if again > 1 else ""
             changed = lines[index][:start] + replacement + lines[index][end:]
             yield Mutant(file, index + 1, lines[index].strip(), change,
                          "\n".join(lines[:index] + [changed] + lines[index + 1:]))

@@ -48,7 +48,7 @@ TESTS = (
               " support_trace_test"),
     ("uuid/uuid_text", "uuid_text_test"),
     ("uuid/", "uuid_time_test uuid_order_test uuid_generation_test uuid_text_test"),
-    ("profile/", "profile_orlacfgr_test profile_orlacfgw_test profile_random_test"),
+    ("profile/", "profile_orlacfgr_test profile_orlacfgw_test"),
     ("support/ntohl", "byteorder_test"),
     ("support/token", "token_test"),
     ("support/orlaslnk", "loader_test"),
@@ -162,7 +162,7 @@ class Worker:
             self.tests[program] = {}
             for case in listed_cases(self.build / "tests" / program):
                 begin = time.monotonic()
-                if not self.passes(program, case, 60):
+                if not self.passes(program, case, 600):
                     raise SystemExit(f"{program}: {case} fails without any change")
                 self.tests[program][case] = time.monotonic() - begin
         return self.tests[program]
