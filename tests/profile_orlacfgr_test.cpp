@@ -3,6 +3,7 @@
 #include <fcntl.h>
 #include <gtest/gtest.h>
 #include <orla/profile.h>
+#include <unistd.h>
 
 #include <cerrno>
 #include <clocale>
@@ -292,6 +293,14 @@ TEST_F(ProfileInt, ReadsOnAfterASignal) {
     return -1;
   });
   EXPECT_EQ(orla_cfg_get_private_profile_int("Main", "Port", kNothing, "f"), 5);
+}
+
+TEST_F(ProfileInt, ClosesTheFileInAProcessWithoutStandardInputToo) {
+  const TempDir folder;
+  const std::string path = folder.write("f", "[Main]\nPort=5\n");
+  close(STDIN_FILENO);  // so that the file becomes descriptor 0
+  EXPECT_EQ(orla_cfg_get_private_profile_int("Main", "Port", kNothing, path.c_str()), 5);
+  EXPECT_EQ(fcntl(STDIN_FILENO, F_GETFD), -1);
 }
 
 TEST_F(ProfileInt, IsTheDefaultForAFolder) {

@@ -522,6 +522,27 @@ TEST_F(ProfileRoom, IsReservedForAnyTextLongerThanTheFile) {
   }
 }
 
+// A file with holes holds less than its size says: a block is 512 bytes, whatever the file system.
+TEST_F(ProfileRoom, IsReservedForATextLongerThanTheBlocksOfTheFile) {
+  const With telling(fake_statx, [](int, const char *, int, unsigned, struct statx *out) {
+    *out = {};
+    out->stx_mode = S_IFREG;
+    out->stx_size = 1000000;
+    out->stx_blocks = 8;
+    return 0;
+  });
+  int reserved = 0;
+  const With reserving(fake_fallocate, [&](int, int, off64_t, off64_t) {
+    ++reserved;
+    return 0;
+  });
+  const std::size_t others = with_port("").size();
+  EXPECT_EQ(write(std::string(4096 - others, '7')), 1);
+  EXPECT_EQ(reserved, 0);
+  EXPECT_EQ(write(std::string(4097 - others, '7')), 1);
+  EXPECT_EQ(reserved, 1);
+}
+
 TEST_F(ProfileRoom, IsTakenForGrantedWhereTheFileSystemCannotReserve) {
   for (const int error : {EOPNOTSUPP, ENOSYS}) {
     const With unable(fake_fallocate, [error](int, int, off64_t, off64_t) {
