@@ -80,10 +80,14 @@ def main():
     limit_resources()
     workers = queue.Queue()
     for number in range(options.parallel):
-        workers.put(Worker(options.work / str(number)))
+        workers.put(Worker(options.work.resolve() / str(number)))
     # Consecutive mutants are of one file, and so of one compilation: each worker is handed what comes next.
     with concurrent.futures.ThreadPoolExecutor(options.parallel) as pool:
-        outcomes = list(pool.map(lambda mutant: judge(mutant, workers), found))
+        try:
+            outcomes = list(pool.map(lambda mutant: judge(mutant, workers), found))
+        except BaseException:
+            pool.shutdown(cancel_futures=True)
+            raise
     report, status = summarise(list(zip(found, outcomes)), whole=options.every == 1 and not options.parts)
     print(report)
     return status
@@ -159,12 +163,13 @@ class Worker:
         """The cases of a test program, each run once over the library as it is."""
         if program not in self.tests:
             self.compile([program, "orla", "orlanode"], must_work=True)
-            self.tests[program] = {}
+            seconds = {}
             for case in listed_cases(self.build / "tests" / program):
                 begin = time.monotonic()
                 if not self.passes(program, case, 600):
                     raise SystemExit(f"{program}: {case} fails without any change")
-                self.tests[program][case] = time.monotonic() - begin
+                seconds[case] = time.monotonic() - begin
+            self.tests[program] = seconds
         return self.tests[program]
 
     def passes(self, program, case, seconds):
