@@ -295,6 +295,13 @@ TEST_F(ProfileInt, ReadsOnAfterASignal) {
   EXPECT_EQ(orla_cfg_get_private_profile_int("Main", "Port", kNothing, "f"), 5);
 }
 
+TEST_F(ProfileInt, EndsAtTheEndOfTheFileWhateverFailedEarlier) {
+  MemoryFiles files;
+  files.put("f", "[Main]\n");
+  errno = EINTR;
+  EXPECT_EQ(orla_cfg_get_private_profile_int("Main", "Port", kNothing, "f"), kNothing);
+}
+
 TEST_F(ProfileInt, ClosesTheFileInAProcessWithoutStandardInputToo) {
   const TempDir folder;
   const std::string path = folder.write("f", "[Main]\nPort=5\n");
