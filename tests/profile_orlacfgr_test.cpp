@@ -5,6 +5,7 @@
 #include <orla/profile.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <cerrno>
 #include <clocale>
 #include <cstdio>
@@ -277,10 +278,25 @@ TEST_F(ProfileInt, ReadsALongFileInLargeBlocks) {
   int reads = 0;
   const With counting(fake_read, [&](int descriptor, void *out, std::size_t size) {
     ++reads;
+    EXPECT_EQ(size % 4096, 0U);  // whole pages
     return fake_read.real(descriptor, out, size);
   });
   EXPECT_EQ(orla_cfg_get_private_profile_int("Main", "Port", kNothing, "f"), 5);
   EXPECT_LE(reads, 20);
+}
+
+TEST_F(ProfileInt, TakesMemoryForALongLineOfAtMostTwiceItsLength) {
+  constexpr std::size_t kLength = 600000;
+  MemoryFiles files;
+  files.put("f", "[Main]\n" + std::string(kLength, 'x') + "\nPort=5\n");
+  std::size_t largest = 0;
+  const With measuring(fake_realloc, [&](void *earlier, std::size_t size) {
+    largest = std::max(largest, size);
+    return fake_realloc.real(earlier, size);
+  });
+  EXPECT_EQ(orla_cfg_get_private_profile_int("Main", "Port", kNothing, "f"), 5);
+  EXPECT_GT(largest, kLength);
+  EXPECT_LE(largest, 2 * kLength);
 }
 
 TEST_F(ProfileInt, ReadsOnAfterASignal) {
@@ -366,6 +382,7 @@ TEST_F(ProfileInt, StopsReadingAtTheLineThatAnswers) {
   int reads = 0;
   const With counting(fake_read, [&](int descriptor, void *out, std::size_t size) {
     ++reads;
+    EXPECT_EQ(size % 4096, 0U);  // whole pages
     return fake_read.real(descriptor, out, size);
   });
   EXPECT_EQ(orla_cfg_get_private_profile_int("Main", "Port", kNothing, "f"), 5);
