@@ -1,0 +1,30 @@
+// Loading the library into a program and closing it again, beside an empty library and others of the
+// same trade. This program is not linked with the library.
+
+#include <dlfcn.h>
+
+#include <cstdlib>
+
+#include "rows.h"
+
+namespace {
+
+bench::Body open_and_close(const char *library) {
+  return bench::repeat([library] {
+    void *handle = dlopen(library, RTLD_NOW);
+    if (handle == nullptr) std::abort();
+    dlclose(handle);
+  });
+}
+
+const bench::Rows rows([] {
+  bench::Table table("Load of the library");
+  table.floor("an empty library", open_and_close(ORLA_BENCH_EMPTY));
+  table.ours("liborla", open_and_close(ORLA_BENCH_LIBRARY));
+#ifdef ORLA_BENCH_PEERS
+  table.peer("libuuid", open_and_close("libuuid.so.1"));
+  table.peer("GLib", open_and_close("libglib-2.0.so.0"));
+#endif
+});
+
+}  // namespace

@@ -1,0 +1,55 @@
+// Measures the rows without any other package: nine repetitions, each of which goes through all rows, so
+// that a drift of the machine's speed meets all of them. Prints JSON: the median of each row.
+
+#include <algorithm>
+#include <chrono>
+#include <cstdio>
+#include <vector>
+
+#include "rows.h"
+
+namespace {
+
+constexpr int kRepetitions = 9;
+constexpr double kSecondsPerRepetition = 0.02;
+
+double nanoseconds_per_call(const bench::Row &row) {
+  using Clock = std::chrono::steady_clock;
+  const auto start = Clock::now();
+  long calls = 0;
+  std::chrono::duration<double> passed{};
+  do {
+    row.body(row.batch);
+    calls += row.batch;
+    passed = Clock::now() - start;
+  } while (passed.count() < kSecondsPerRepetition);
+  return passed.count() * 1e9 / static_cast<double>(calls);
+}
+
+double median(std::vector<double> values) {
+  std::sort(values.begin(), values.end());
+  return values[values.size() / 2];
+}
+
+}  // namespace
+
+int main() {
+  std::vector<bench::Row> &rows = bench::registered_rows();
+  std::vector<std::vector<double>> measured(rows.size());
+  for (bench::Row &row : rows)
+    calibrate(row);
+  for (int i = 0; i < kRepetitions; ++i)
+    for (std::size_t at = 0; at < rows.size(); ++at)
+      measured[at].push_back(nanoseconds_per_call(rows[at]));
+
+  std::printf("[");
+  for (std::size_t at = 0; at < rows.size(); ++at) {
+    const bench::Row &row = rows[at];
+    std::printf(
+        "%s\n {\"table\": \"%s\", \"role\": \"%s\", \"name\": \"%s\", \"size\": %.0f, "
+        "\"nanoseconds\": %.3f}",
+        at == 0 ? "" : ",", row.table.c_str(), role_name(row.role), row.name.c_str(), row.size,
+        median(measured[at]));
+  }
+  std::printf("\n]\n");
+}

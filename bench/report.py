@@ -1,0 +1,193 @@
+#!/usr/bin/env python3
+"""Runs the measuring programs and reports what they say, table by table.
+
+    report.py --google PROGRAM... --plain PROGRAM... [--json FILE] [--markdown FILE] [--plot FOLDER]
+              [--filter REGEX]
+
+Programs behind --google measure x86-64, with the peers; those behind --plain i386. Every figure is a median
+of nine repetitions, in nanoseconds. A table whose rows have sizes is reported as growth: time by size, and
+the exponent of the power law that fits best.
+"""
+
+import argparse
+import datetime
+import json
+import math
+import pathlib
+import platform
+import re
+import statistics
+import subprocess
+import sys
+
+REPETITIONS = 9
+GROWTH = "Growth: "
+
+
+def google_rows(program, pattern):
+    """Rows of a program that measures by Google Benchmark."""
+    command = [program, f"--benchmark_repetitions={REPETITIONS}", "--benchmark_min_time=0.05",
+               "--benchmark_enable_random_interleaving=true", "--benchmark_format=json",
+               f"--benchmark_filter={pattern}"]
+    answer = subprocess.run(command, stdout=subprocess.PIPE, stderr=subprocess.DEVNULL, check=True)
+    times = {}
+    for run in json.loads(answer.stdout)["benchmarks"]:
+        if run["run_type"] == "iteration":
+            times.setdefault(run["run_name"], []).append(run["real_time"])
+    for name, values in times.items():
+        table, role, row, size = name.split("|")
+        yield {"table": table, "role": role, "name": row, "size": int(size),
+               "nanoseconds": round(statistics.median(values), 3)}
+
+
+def plain_rows(program, pattern):
+    """Rows of a program that measures by itself."""
+    answer = subprocess.run([program], stdout=subprocess.PIPE, check=True)
+    return [row for row in json.loads(answer.stdout) if re.search(pattern, row["table"])]
+
+
+def processor():
+    for line in pathlib.Path("/proc/cpuinfo").read_text(encoding="utf-8").splitlines():
+        if line.startswith("model name"):
+            return line.split(":", 1)[1].strip()
+    return platform.processor() or "unknown"
+
+
+def compiler():
+    answer = subprocess.run(["c++", "--version"], capture_output=True, text=True, check=True)
+    return answer.stdout.splitlines()[0]
+
+
+def by_table(rows):
+    tables = {}
+    for row in rows:
+        tables.setdefault(row["table"], []).append(row)
+    return tables
+
+
+def nanoseconds(value):
+    return f"{value:,.1f}" if value < 1000 else f"{value:,.0f}"
+
+
+class Ratios:
+    """What one architecture's rows of a table say of ours."""
+
+    def __init__(self, rows):
+        self.ours = min((r["nanoseconds"] for r in rows if r["role"] == "ours"), default=None)
+        self.floor = min((r["nanoseconds"] for r in rows if r["role"] == "floor"), default=None)
+        self.peer = min((r for r in rows if r["role"] == "peer"), default=None,
+                        key=lambda r: r["nanoseconds"])
+
+    def sentence(self):
+        parts = []
+        if self.floor:
+            parts.append(f"ours / floor {self.ours / self.floor:.2f}")
+        if self.peer:
+            parts.append(f"best peer / ours {self.peer['nanoseconds'] / self.ours:.2f} ({self.peer['name']})")
+        return ", ".join(parts)
+
+
+def exponent(rows):
+    """Slope of the straight line through log(size), log(time)."""
+    points = [(math.log(r["size"]), math.log(r["nanoseconds"])) for r in rows]
+    mean_x = statistics.mean(x for x, _ in points)
+    mean_y = statistics.mean(y for _, y in points)
+    spread = sum((x - mean_x) ** 2 for x, _ in points)
+    return sum((x - mean_x) * (y - mean_y) for x, y in points) / spread
+
+
+def markdown_table(title, measured):
+    """`measured` maps an architecture to the table's rows."""
+    architectures = list(measured)
+    growth = title.startswith(GROWTH)
+    names = []
+    for rows in measured.values():
+        names += [key for key in ((r["name"], r["role"], r["size"]) for r in rows) if key not in names]
+    lines = [f"### {title}", "", "| | " + " | ".join(f"{a}, ns" for a in architectures) + " |",
+             "|---|" + "---:|" * len(architectures)]
+    for name, role, size in names:
+        cells = []
+        for architecture in architectures:
+            found = [r for r in measured[architecture] if (r["name"], r["size"]) == (name, size)]
+            cells.append(nanoseconds(found[0]["nanoseconds"]) if found else "")
+        label = f"{size:,}" if growth else {"ours": f"**{name}**", "floor": f"floor: {name}"}.get(role, name)
+        lines.append(f"| {label} | " + " | ".join(cells) + " |")
+    lines.append("")
+    for architecture in architectures:
+        rows = measured[architecture]
+        text = f"exponent {exponent(rows):.2f}" if growth else Ratios(rows).sentence()
+        if text:
+            lines.append(f"- {architecture}: {text}")
+    return "\n".join(lines) + "\n"
+
+
+def plot(folder, title, rows):
+    """One SVG bar chart, by gnuplot, on a logarithmic scale."""
+    name = re.sub(r"[^a-z0-9]+", "-", title.lower()).strip("-")
+    data = "\n".join(f'"{r["name"]}" {r["nanoseconds"]} {["floor", "ours", "peer"].index(r["role"])}'
+                     for r in sorted(rows, key=lambda r: r["nanoseconds"]))
+    script = f"""
+set terminal svg size 800,{120 + 40 * len(rows)} background "white" font "sans,12"
+set output "{folder}/{name}.svg"
+set title "{title}: nanoseconds per call, x86-64"
+set logscale x
+set style fill solid 0.8
+set key off
+set yrange [-0.6:{len(rows)}.0]
+set bmargin 3
+$data << END
+{data}
+END
+set palette defined (0 "#999999", 1 "#1f77b4", 2 "#e0a040")
+unset colorbox
+set cbrange [0:2]
+set xrange [{min(r["nanoseconds"] for r in rows) / 3}:{max(r["nanoseconds"] for r in rows) * 3}]
+plot $data using ($2/2):0:($2/2):(0.35):3:ytic(1) with boxxyerror palette, \\
+     $data using 2:0:(sprintf("  %.1f", $2)) with labels left
+"""
+    subprocess.run(["gnuplot"], input=script, text=True, check=True)
+
+
+def arguments():
+    parser = argparse.ArgumentParser(description=__doc__,
+                                     formatter_class=argparse.RawDescriptionHelpFormatter)
+    parser.add_argument("--google", nargs="*", default=[])
+    parser.add_argument("--plain", nargs="*", default=[])
+    parser.add_argument("--json")
+    parser.add_argument("--markdown")
+    parser.add_argument("--plot")
+    parser.add_argument("--filter", default=".")
+    return parser.parse_args()
+
+
+def main():
+    asked = arguments()
+    measured = {
+        "x86-64": [row for program in asked.google for row in google_rows(program, asked.filter)],
+        "i386": [row for program in asked.plain for row in plain_rows(program, asked.filter)],
+    }
+    measured = {architecture: by_table(rows) for architecture, rows in measured.items() if rows}
+    titles = []
+    for tables in measured.values():
+        titles += [title for title in tables if title not in titles]
+
+    context = {"date": datetime.date.today().isoformat(), "processor": processor(), "compiler": compiler()}
+    texts = [markdown_table(title, {a: tables[title] for a, tables in measured.items() if title in tables})
+             for title in sorted(titles, key=lambda title: (title.startswith(GROWTH), title))]
+    print("\n".join(texts))
+    if asked.json:
+        pathlib.Path(asked.json).write_text(json.dumps(context | {"measured": measured}, indent=1) + "\n",
+                                            encoding="utf-8")
+    if asked.markdown:
+        head = "".join(f"- {key}: {value}\n" for key, value in context.items())
+        pathlib.Path(asked.markdown).write_text(head + "\n" + "\n".join(texts), encoding="utf-8")
+    if asked.plot:
+        pathlib.Path(asked.plot).mkdir(parents=True, exist_ok=True)
+        for title, rows in measured.get("x86-64", {}).items():
+            if not title.startswith(GROWTH):
+                plot(asked.plot, title, rows)
+    return 0
+
+
+if __name__ == "__main__":
+    sys.exit(main())

@@ -1,0 +1,33 @@
+#include "rows.h"
+
+#include <chrono>
+
+namespace bench {
+
+std::vector<Row> &registered_rows() {
+  static std::vector<Row> rows;
+  return rows;
+}
+
+const char *role_name(Role role) {
+  switch (role) {
+    case Role::floor:
+      return "floor";
+    case Role::ours:
+      return "ours";
+    default:
+      return "peer";
+  }
+}
+
+void calibrate(Row &row) {
+  using Clock = std::chrono::steady_clock;
+  for (;;) {
+    const auto start = Clock::now();
+    row.body(row.batch);
+    if (Clock::now() - start >= std::chrono::milliseconds(1)) return;
+    row.batch *= 2;
+  }
+}
+
+}  // namespace bench

@@ -1,0 +1,98 @@
+// A traced line, flushed, beside a bare write of the same bytes and the status call that rotation needs;
+// and an untraced service beside its system call.
+
+#include <fcntl.h>
+#include <orla/inventory.h>
+#include <orla/trace.h>
+#include <sys/stat.h>
+#include <sys/sysinfo.h>
+#include <unistd.h>
+
+#include <cstdio>
+#include <cstdlib>
+#include <cstring>
+#include <ctime>
+#include <string>
+
+#include "rows.h"
+#include "temp_folder.h"
+
+namespace {
+
+char message[] = "KVRCA0001I tavGetMemorySize(): entering.\n";
+const char kLine[] = "11/21/2026  9:05:07 4711 KVRCA0001I tavGetMemorySize(): entering.\n";
+const char kZone[] = "EST5EDT,M3.2.0,M11.1.0";
+
+void set_zone(const char *zone) {
+  if (zone == nullptr) {
+    unsetenv("TZ");
+  } else {
+    setenv("TZ", zone, 1);
+  }
+}
+
+void write_lines(long n) {
+  const int file =
+      open(bench::temp_folder().file("bare").c_str(), O_WRONLY | O_CREAT | O_APPEND, 0666);
+  for (; n > 0; --n) {
+    struct stat status;
+    if (write(file, kLine, sizeof kLine - 1) < 0 || fstat(file, &status) != 0) std::abort();
+    if (status.st_size > ORLA_TRACE_ROTATION_SIZE && ftruncate(file, 0) != 0) std::abort();
+  }
+  close(file);
+}
+
+void trace_lines(long n) {
+  setenv("K7LOG_PATH", bench::temp_folder().file("trace").c_str(), 1);
+  orlalib_verbose = 255;
+  for (; n > 0; --n)
+    TavTrace(message);
+  TavTrace(nullptr);
+  orlalib_verbose = 0;
+}
+
+// What a program would write itself: no look at the size, no rotation.
+void print_lines(long n) {
+  std::FILE *file = std::fopen(bench::temp_folder().file("printed").c_str(), "w");
+  for (; n > 0; --n) {
+    const std::time_t now = std::time(nullptr);
+    char stamp[32];
+    std::strftime(stamp, sizeof stamp, "%m/%d/%Y %H:%M:%S", std::localtime(&now));
+    std::fprintf(file, "%s %d %s", stamp, getpid(), message);
+    std::fflush(file);
+  }
+  std::fclose(file);
+}
+
+bench::Body in_zone(const char *zone, void (*body)(long)) {
+  return [zone, body](long n) {
+    set_zone(zone);
+    body(n);
+  };
+}
+
+void line_rows(const char *title, const char *zone) {
+  bench::Table table(title);
+  table.floor("write + fstat", in_zone(zone, write_lines));
+  table.ours("TavTrace", in_zone(zone, trace_lines));
+  table.peer("stdio, strftime, flush", in_zone(zone, print_lines));
+}
+
+const bench::Rows rows([] {
+  line_rows("Traced line, TZ set", kZone);
+  line_rows("Traced line, TZ not set", nullptr);
+
+  bench::Table memory("Untraced service: memory");
+  memory.floor("sysinfo", bench::repeat([] {
+                 struct sysinfo host;
+                 sysinfo(&host);
+                 bench::keep(host);
+               }));
+  memory.ours("tavGetMemorySize", bench::repeat([] {
+                int size = 0;
+                tavGetMemorySize(&size);
+                bench::keep(size);
+              }));
+});
+
+}  // namespace
