@@ -35,7 +35,7 @@ class Mutant:
     file: str
     number: int  # of the line, from 1
     line: str  # without its indentation
-    change: str  # such as: < -> <=, or 2nd 1 -> 0
+    change: str  # such as: < -> <=, or 1 -> 0 (number 2)
     text: str  # the whole file, changed
 
     @property
