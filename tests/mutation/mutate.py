@@ -4,7 +4,7 @@ sources, and runs the tests of the changed unit on i386: tests that are worth so
 
     mutate.py [--every N] [--parallel N] [--list] [--work FOLDER] [PART...]
 
---every N     of the mutants one in N, always the same ones; 1 for all (default: 5)
+--every N     of the mutants of each file one in N, and at least three; always the same ones (default: 5)
 --parallel N  workers, each with a copy and a build folder of its own (default: one for each processor)
 --list        the mutants, and nothing is run
 --work        folder of copies and builds, which stay for the next run (default: build/mutation)
@@ -71,7 +71,7 @@ CONFIGURATION = (
 
 def main():
     options = parse_options()
-    found = [mutant for mutant in all_mutants(options.parts) if is_chosen(mutant, options.every)]
+    found = list(all_mutants(options))
     if options.list:
         for mutant in found:
             print(f"{mutant.file}:{mutant.number}: {mutant.line}\n    {mutant.change}")
@@ -103,18 +103,30 @@ def parse_options():
     return parser.parse_args()
 
 
-def all_mutants(parts):
+def all_mutants(options):
     for family in FAMILIES:
         for path in sorted((ROOT / family).glob("*.*")):
             file = path.relative_to(ROOT).as_posix()
-            if path.suffix in (".cpp", ".h") and (not parts or any(part in file for part in parts)):
-                yield from mutants.find(file, path.read_text())
+            if path.suffix in (".cpp", ".h") and is_asked_for(file, options.parts):
+                yield from chosen(list(mutants.find(file, path.read_text())), options.every)
 
 
-def is_chosen(mutant, every):
-    """By what the mutant is and not by where it stands, so that an edit elsewhere changes no choice."""
+def is_asked_for(file, parts):
+    return not parts or any(part in file for part in parts)
+
+
+def chosen(found, every):
+    """Of the mutants of a file one in `every`, and at least three. The choice goes by what a mutant is and
+    not by where it stands, so that an edit elsewhere changes little of it."""
+    drawn_first = sorted(found, key=lambda mutant: (draw(mutant) % every, draw(mutant)))
+    count = max(3, sum(draw(mutant) % every == 0 for mutant in found))
+    keys = {mutant.key for mutant in drawn_first[:count]}
+    return [mutant for mutant in found if mutant.key in keys]
+
+
+def draw(mutant):
     digest = hashlib.sha256("\n".join(mutant.key).encode()).digest()
-    return int.from_bytes(digest[:4], "big") % every == 0
+    return int.from_bytes(digest[:4], "big")
 
 
 def tests_of(file):
