@@ -7,6 +7,7 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <cerrno>
 #include <cstring>
 #include <filesystem>
@@ -391,6 +392,22 @@ TEST(ProfileWriterCopy, IsNotWholeWhenTheSystemTakesNothing) {
   });
   EXPECT_EQ(write_port(), 0);
   EXPECT_EQ(files.get("f"), kTwoSections);
+}
+
+TEST(ProfileWriterCopy, IsWrittenInWholePages) {
+  MemoryFiles files;
+  files.put("f", kTwoSections + std::string(100000, '\n'));
+  std::vector<std::size_t> sizes;
+  const With measuring(fake_write, [&](int descriptor, const void *data, std::size_t size) {
+    sizes.push_back(size);
+    return fake_write.real(descriptor, data, size);
+  });
+  EXPECT_EQ(write_port(), 1);
+  ASSERT_GT(sizes.size(), 2U);
+  // The temporary file and the target end in a piece of a page.
+  EXPECT_EQ(
+      std::count_if(sizes.begin(), sizes.end(), [](std::size_t size) { return size % 4096 != 0; }),
+      2);
 }
 
 TEST(ProfileWriterCopy, EndsAtTheEndOfTheFileWhateverFailedEarlier) {
