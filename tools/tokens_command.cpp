@@ -50,7 +50,7 @@ std::string check_delimiter(const std::string &delimiter) {
 void add_tokens_command(CLI::App &program, Run &run) {
   const auto arguments = std::make_shared<TokenArguments>();
   CLI::App *tokens = add_command(program, run, "tokens", "Read the delimited tokens of a text");
-  tokens->add_option("TEXT", arguments->text, "Such as '\"alpha\" \"two words\"'")->required();
+  tokens->add_option("TEXT", arguments->text, R"(Such as '"alpha" "two words"')")->required();
   tokens->add_option("--delimiter", arguments->delimiter, "One byte; a double quote by default")
       ->check(CLI::Validator(check_delimiter, "C"));
   tokens->footer(
