@@ -31,6 +31,10 @@ function(orla_library_code target)
     target_compile_options(${target} PRIVATE -fsemantic-interposition)
   endif()
   target_include_directories(${target} PRIVATE "${PROJECT_SOURCE_DIR}")
+  if(ORLA_COVERAGE)
+    target_compile_options(${target} PRIVATE -O0 --coverage)
+    target_link_options(${target} PRIVATE --coverage)
+  endif()
 endfunction()
 
 # A shared library of ours: its exports are the names in `map`, its soname carries the major version.
@@ -39,6 +43,7 @@ function(orla_plain_library target map)
   set_target_properties(${target} PROPERTIES
     VERSION ${PROJECT_VERSION}
     SOVERSION ${PROJECT_VERSION_MAJOR}
+    DEFINE_SYMBOL orla_EXPORTS  # one header marks the exports of all: each writes the same
     CXX_VISIBILITY_PRESET hidden
     VISIBILITY_INLINES_HIDDEN ON
     LINKER_LANGUAGE C

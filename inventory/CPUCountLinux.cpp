@@ -74,14 +74,9 @@ int ht_os_cpus() noexcept {
   utsname host;
   if (uname(&host) != 0) return kKernelFailed;
   const std::string_view release(host.release, strnlen(host.release, sizeof host.release));
-  switch (orla::figure_source(release)) {
-    case orla::FigureSource::kCpuinfo:
-      return figure_from_cpuinfo();
-    case orla::FigureSource::kKernelLog:
-      return figure_from_kernel_log();
-    case orla::FigureSource::kUnusable:
-      break;
-  }
+  const orla::FigureSource source = orla::figure_source(release);
+  if (source == orla::FigureSource::kCpuinfo) return figure_from_cpuinfo();
+  if (source == orla::FigureSource::kKernelLog) return figure_from_kernel_log();
   return kKernelFailed;
 }
 

@@ -63,10 +63,10 @@ bool LineSource::make_room() {
   return false;
 }
 
+// No block of the heap is larger than half of the address space, so twice its size does not wrap.
 bool LineSource::move_to_heap(std::size_t capacity) {
   const auto held = static_cast<std::size_t>(end_ - text_);
-  auto *larger =
-      static_cast<char *>(capacity > capacity_ ? std::realloc(heap_, capacity) : nullptr);
+  auto *larger = static_cast<char *>(std::realloc(heap_, capacity));
   if (larger == nullptr) return false;
   if (heap_ == nullptr) std::memcpy(larger, first_block_, held);
   heap_ = text_ = next_ = lines_end_ = larger;

@@ -185,6 +185,53 @@ TEST(KernelFigure, IsMinusOneWhenTheReleaseBreaksOff) {
   EXPECT_EQ(ht_os_cpus(), -1);
 }
 
+struct SourceRow {
+  const char *release;
+  int figure;  // 7 of cpuinfo, 1 of the kernel log
+};
+
+TEST(KernelFigure, ComesFromWhereTheReleaseSays) {
+  const SourceRow rows[] = {
+      {"2", -1},       {"x.y", -1},  {"2.", -1},    {"2.x", -1},    {"2.x4.18-3", 1},
+      {"2.4.18x3", 1}, {"3x", 7},    {"2.5.", 7},   {"2.4.19-", 7}, {"2..4.18-", 1},
+      {"2.4.18-", 1},  {"2.4-", -1}, {"2.4.x3", 1},
+  };
+  const Cpuinfo cpuinfo("siblings : 7\n");
+  const With klogctl(fake_klogctl, [](int, char *log, int) {
+    std::strcpy(log, "cpu_sibling_map[");
+    return 16;
+  });
+  for (const SourceRow &row : rows) {
+    const Release release(row.release);
+    EXPECT_EQ(ht_os_cpus(), row.figure) << row.release;
+  }
+}
+
+struct CpuinfoRow {
+  const char *text;
+  int figure;
+};
+
+TEST(KernelFigure, IsTheValueBehindTheColonOfASiblingsOrThreadsLine) {
+  const CpuinfoRow rows[] = {
+      {"threads\t: 3\n", 3},
+      {"threads_per_core : 3\n", 3},
+      {"siblings\v\f\r\n:4\n", -1},
+      {"siblings\r\t : 4\n", 4},
+      {"siblings", -1},
+      {"siblings   ", -1},
+      {"siblings!: 4\n", -1},
+      {"siblings\x01: 4\n", -1},
+      {"siblings \x01: 4\n", -1},
+      {"x threads : 4\n", 0},
+  };
+  const Release release("3.10.0");
+  for (const CpuinfoRow &row : rows) {
+    const Cpuinfo cpuinfo(row.text);
+    EXPECT_EQ(ht_os_cpus(), row.figure) << row.text;
+  }
+}
+
 TEST(KernelFigure, ReadsAReleaseThatFillsItsField) {
   const Release release("2." + std::string(80, '5'));
   EXPECT_EQ(ht_os_cpus(), -1);

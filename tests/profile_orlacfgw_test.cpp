@@ -515,6 +515,41 @@ TEST_F(ProfileRoom, ThatIsNotThereWhollyIsGivenBack) {
   EXPECT_EQ(folder_.read("f"), kTwoSections);
 }
 
+// Of one that cannot be given back nothing but the room is lost.
+TEST_F(ProfileRoom, ThatCannotBeGivenBackLeavesTheTargetUntouched) {
+  const With full(fake_fallocate, [](int, int, off64_t, off64_t) {
+    errno = ENOSPC;
+    return -1;
+  });
+  int tried = 0;
+  const With truncating(fake_ftruncate, [&](int, off64_t) {
+    ++tried;
+    errno = EIO;
+    return -1;
+  });
+  EXPECT_EQ(write(long_value_), 0);
+  EXPECT_EQ(tried, 1);
+  EXPECT_EQ(folder_.read("f"), kTwoSections);
+}
+
+// To cut the target without knowing its size would lose what it holds.
+TEST_F(ProfileRoom, IsNotGivenBackWhereTheSizeOfTheTargetCannotBeTold) {
+  const With full(fake_fallocate, [](int, int, off64_t, off64_t) {
+    errno = ENOSPC;
+    return -1;
+  });
+  const With untold(fake_statx, [](int, const char *, int, unsigned, struct statx *) {
+    errno = EIO;
+    return -1;
+  });
+  const With truncating(fake_ftruncate, [](int, off64_t size) {
+    ADD_FAILURE() << "cut at " << size;
+    return 0;
+  });
+  EXPECT_EQ(write(long_value_), 0);
+  EXPECT_EQ(folder_.read("f"), kTwoSections);
+}
+
 TEST_F(ProfileRoom, IsGivenBackWhenTheTargetThenDoesNotOpen) {
   const With opening(fake_open, [&](const char *path, int flags, mode_t mode) {
     if (path == path_ && (flags & O_TRUNC) != 0) {

@@ -474,6 +474,20 @@ TEST_F(TraceFile, ThatCannotBeRenamedIsClosedAndAppendedToAndTriedAgainWithEvery
   EXPECT_EQ(read().substr(kLimit - 1), stamp() + "a\n" + stamp() + "b\n" + stamp() + "c\n");
 }
 
+TEST_F(TraceFile, WithoutADescriptorIsWrittenAndItsSizeNotAskedFor) {
+  char text[128] = {};
+  const With fopen(fake_fopen, [&](const char *, const char *mode) {
+    return fmemopen(text, sizeof text, mode);
+  });
+  const With fstat(fake_fstat, [](int descriptor, struct stat *) {
+    ADD_FAILURE() << "of descriptor " << descriptor;
+    return -1;
+  });
+  trace("a\n");
+  EXPECT_EQ(text, stamp() + "a\n");
+  TavTrace(nullptr);
+}
+
 TEST_F(TraceFile, IsNotRotatedWhenItsStatusCannotBeRead) {
   fill_to(1);
   const With fstat(fake_fstat, [](int, struct stat *) {

@@ -302,6 +302,27 @@ TEST(UuidHost, StaysWithTheFirstAnswerWhenTheAddressChanges) {
   expect_host(generated(), 0x0A000203);
 }
 
+// As of two threads that ask at the same time: one is answered while the other still waits.
+TEST(UuidHost, IsTheOneAnsweredFirstForWhoeverAskedMeanwhile) {
+  Interfaces first;
+  first.ipv4(kUp, 0x0A000203);
+  Interfaces second;
+  second.ipv4(kUp, 0x0A000204);
+  k7_uuid__t inner = {};
+  int asked = 0;
+  const With asking(fake_getifaddrs, [&](ifaddrs **list) {
+    const bool is_outer = ++asked == 1;
+    if (is_outer) inner = generated();
+    *list = is_outer ? second.list() : first.list();
+    return 0;
+  });
+  const With giving_back(fake_freeifaddrs, [](ifaddrs *) {});
+  const k7_uuid__t outer = generated();
+  EXPECT_EQ(asked, 2);
+  EXPECT_EQ(inner.host[3], 3);
+  EXPECT_EQ(outer.host[3], 3);
+}
+
 TEST(UuidHost, IsNoneWithoutAnInterface) {
   Interfaces interfaces;
   const HostHas host(&interfaces);

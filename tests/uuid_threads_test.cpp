@@ -5,6 +5,7 @@
 
 #include <atomic>
 #include <cstring>
+#include <latch>
 #include <thread>
 #include <vector>
 
@@ -63,14 +64,17 @@ TEST(UuidThreads, TenGenerateEncodeAndDecodeAtOnce) {
   EXPECT_EQ(host.given_back(), host.asked());
 }
 
-// Each time another address: whichever thread is the first to answer, all end up with one host.
+// Each gets another address, and none gets it before all have asked: whichever thread is the first to
+// answer, all end up with one host.
 TEST(UuidThreads, AgreeOnOneHostWhereTheAddressChangesWhileTheyAsk) {
   std::atomic<std::uint32_t> next = 0x0A000201;
+  std::latch all_have_asked(kThreads);
   const With getifaddrs(fake_getifaddrs, [&](ifaddrs **list) {
     auto *interfaces = new Interfaces;
     interfaces->ipv4(kUp, next++);
     *list = interfaces->list();
     (*list)->ifa_data = interfaces;
+    all_have_asked.arrive_and_wait();
     return 0;
   });
   const With freeifaddrs(fake_freeifaddrs,
@@ -88,6 +92,7 @@ TEST(UuidThreads, AgreeOnOneHostWhereTheAddressChangesWhileTheyAsk) {
   go.notify_all();
   for (std::thread &thread : threads)
     thread.join();
+  EXPECT_EQ(next, 0x0A000201U + kThreads);
   for (const k7_uuid__t &uuid : uuids)
     EXPECT_EQ(std::memcmp(uuid.host, uuids[0].host, 7), 0);
 }

@@ -109,8 +109,7 @@ int string_to_date(const char *text, std::uint16_t *date) noexcept {
 
 std::int32_t string_to_time(const char *text) noexcept {
   std::uint16_t date = 0;
-  const int converted = string_to_date(text, &date);
+  if (string_to_date(text, &date) == 0) return 0;
   if (date == 0) return 0;  // 12/28/1986 too: callers rely on it
-  if (converted == 0) return 0;
   return static_cast<std::int32_t>(orla::days_from_date_number(date) * orla::kSecondsPerDay);
 }

@@ -3,11 +3,14 @@
 #include <orla/time.h>
 
 #include <CLI/CLI.hpp>
+#include <charconv>
 #include <cstdio>
 #include <cstdlib>
 #include <memory>
+#include <optional>
 
 #include "command.h"
+#include "inputs.h"
 
 namespace orla_tool {
 namespace {
@@ -17,15 +20,43 @@ constexpr const char *kOldModeVariable = "ORLALS_DATE_FORMAT_OLD";
 
 // What the commands take; each uses its own part.
 struct DateArguments {
-  std::string text;
+  std::vector<std::string> texts;  // of dates, numbers or stamps
   bool old_mode = false;
   bool standard_mode = false;
-  std::uint16_t number = 0;
   std::int32_t year = 0;
   std::int32_t month = 0;
   std::int32_t day = 0;
-  std::int64_t stamp = 0;
 };
+
+// A whole number in decimal digits.
+struct Whole {
+  std::int64_t smallest;
+  std::int64_t largest;
+
+  std::optional<std::int64_t> read(std::string_view text) const {
+    std::int64_t number = 0;
+    const auto result = std::from_chars(text.data(), text.data() + text.size(), number);
+    if (result.ec != std::errc() || result.ptr != text.data() + text.size()) return {};
+    if (number < smallest || number > largest) return {};
+    return number;
+  }
+
+  std::string refusal(std::string_view text) const {
+    return '"' + std::string(text) + "\" is not a whole number from " + std::to_string(smallest) +
+           " to " + std::to_string(largest);
+  }
+};
+
+constexpr Whole kDateNumbers = {0, 65535};
+constexpr Whole kStamps = {-2147483648, 4294967295};
+
+// Arguments are looked at before work begins, lines of standard input as they come.
+CLI::Option *add_numbers(CLI::App &command, const char *name, std::vector<std::string> &texts,
+                         const char *help, const Whole &allowed) {
+  return add_texts(command, name, texts, help)->check([&allowed](const std::string &text) {
+    return text == "-" || allowed.read(text) ? "" : allowed.refusal(text);
+  });
+}
 
 std::string date_text(std::uint16_t number) {
   char text[ORLA_DATE_TEXT_SIZE];
@@ -52,42 +83,63 @@ void choose_mode(const DateArguments &arguments) {
   if (arguments.standard_mode) unsetenv(kOldModeVariable);
 }
 
-void parse_text(Run &run, const DateArguments &arguments) {
-  choose_mode(arguments);
+bool report_text(Run &run, const Input &input, Report &report) {
   const bool old_mode = std::getenv(kOldModeVariable) != nullptr;
-  const char *text = arguments.text.c_str();
+  const std::string quoted = input.place() + '"' + input.text + '"';
   std::int32_t year = 0;
   std::int32_t month = 0;
   std::int32_t day = 0;
-  if (k7_parse_date(text, &year, &month, &day) != 0) {
-    run.fail("\"" + arguments.text + "\" is not a date in the " +
+  if (k7_parse_date(input.text, &year, &month, &day) != 0) {
+    run.fail(quoted + " is not a date in the " +
              (old_mode ? "old input mode: write YYYY/MM/DD, or try --standard"
                        : "standard input mode: write MM/DD/YYYY, or try --old"));
-    return;
+    return false;
   }
   std::uint16_t number = 0;
-  if (string_to_date(text, &number) == 0) {
-    run.fail("\"" + arguments.text + "\": month " + std::to_string(month) + " of " +
-             std::to_string(year + 1900) + " has no day " + std::to_string(day));
-    return;
+  if (string_to_date(input.text, &number) == 0) {
+    run.fail(quoted + ": month " + std::to_string(month) + " of " + std::to_string(year + 1900) +
+             " has no day " + std::to_string(day));
+    return false;
   }
-  Report report;
   report.row("mode", "mode", old_mode ? "old" : "standard", "of date input");
   report.row("year", "year", year + 1900);
   report.row("month", "month", month);
   report.row("day", "day", day);
   report.row("number", "number", number, "0 is 1986-12-28");
   // Past 2038 the stamp is shown as the unsigned number that it is read as.
-  report.row("stamp", "stamp", static_cast<std::uint32_t>(string_to_time(text)),
+  report.row("stamp", "stamp", static_cast<std::uint32_t>(string_to_time(input.text)),
              explain_stamp(number));
-  run.finish(report);
+  return true;
 }
 
-void show_number(Run &run, const DateArguments &arguments) {
-  Report report;
-  report.row("number", "number", arguments.number, "0 is 1986-12-28");
-  report.row("date", "date", date_text(arguments.number));
-  run.finish(report);
+void parse_texts(Run &run, const DateArguments &arguments) {
+  choose_mode(arguments);
+  const auto describe = [&run](const Input &input, Report &report) {
+    return report_text(run, input, report);
+  };
+  describe_each(run, arguments.texts, {describe, {"input", "number", "stamp"}});
+}
+
+using ReportNumber = void (*)(std::int64_t number, Report &report);
+
+void show_numbers(Run &run, const DateArguments &arguments, const Whole &allowed,
+                  ReportNumber report_number, const std::vector<std::string> &columns) {
+  const auto describe = [&](const Input &input, Report &report) {
+    const auto number = allowed.read(input.view());
+    if (number) {
+      report_number(*number, report);
+    } else {
+      run.fail(input.place() + allowed.refusal(input.view()));
+    }
+    return number.has_value();
+  };
+  describe_each(run, arguments.texts, {describe, columns});
+}
+
+void report_number(std::int64_t number, Report &report) {
+  const auto date = static_cast<std::uint16_t>(number);
+  report.row("number", "number", date, "0 is 1986-12-28");
+  report.row("date", "date", date_text(date));
 }
 
 void number_of_fields(Run &run, const DateArguments &arguments) {
@@ -119,62 +171,91 @@ void show_lengths(Run &run, const DateArguments &arguments) {
   run.finish(report);
 }
 
-void show_stamp(Run &run, const DateArguments &arguments) {
-  const auto stamp = static_cast<std::int32_t>(arguments.stamp);
+void report_stamp(std::int64_t number, Report &report) {
+  const auto stamp = static_cast<std::int32_t>(number);
   char line[ORLA_DATE_TEXT_SIZE];
   char text[ORLA_DATE_TEXT_SIZE];
   time_to_line(stamp, line, nullptr);
   time_to_string(text, stamp);
-  Report report;
   report.row("stamp", "stamp", static_cast<std::uint32_t>(stamp), "read as unsigned");
   report.row("signed", "signed", stamp, "the same 32 bits");
   report.row("utc", "UTC", fields_text(*wek_gmtime(&stamp)), "1970 to 2106");
   report.row("local", "local", fields_text(*wek_localtime(&stamp)), "1970 to 2106");
   report.row("date", "date", std::string(line, 10), "UTC day");
   report.row("time", "time", text, stamp < 0 ? "UTC; this text reads the stamp as signed" : "UTC");
-  run.finish(report);
+}
+
+using Arguments = std::shared_ptr<DateArguments>;
+
+void add_parse(CLI::App &date, Run &run, const Arguments &arguments) {
+  CLI::App *parse = add_command(
+      date, run, "parse", "Date texts to numbers",
+      {"Without a mode the environment decides: ORLALS_DATE_FORMAT_OLD chooses the old one.\n"
+       "Of several texts each gets a line: the text, the date number and the stamp.",
+       "  orla date parse 12/31/2007\n"
+       "  orla date parse --old 2007/12/31 1999/12/31\n"
+       "  echo 12/31/2007 | orla date parse - --json\n"});
+  add_texts(*parse, "TEXT", arguments->texts,
+            "Such as 12/31/2007; - for the lines of standard input");
+  CLI::Option *old_mode =
+      parse->add_flag("--old", arguments->old_mode, "Old input mode: YYYY/MM/DD");
+  parse->add_flag("--standard", arguments->standard_mode, "Standard input mode: MM/DD/YYYY")
+      ->excludes(old_mode);
+  parse->callback([&run, arguments] { parse_texts(run, *arguments); });
+}
+
+void add_show(CLI::App &date, Run &run, const Arguments &arguments) {
+  CLI::App *show = add_command(date, run, "show", "Date numbers to texts",
+                               {"Of several numbers each gets a line: the number and its date.",
+                                "  orla date show 7673\n  seq 0 65535 | orla date show -\n"});
+  add_numbers(*show, "NUMBER", arguments->texts, "0 to 65535; - for the lines of standard input",
+              kDateNumbers);
+  show->callback([&run, arguments] {
+    show_numbers(run, *arguments, kDateNumbers, report_number, {"input", "date"});
+  });
+}
+
+void add_fields(CLI::App &date, Run &run, const Arguments &arguments) {
+  CLI::App *fields = add_command(date, run, "fields", "Year, month and day to number",
+                                 {"", "  orla date fields 2007 12 31\n"});
+  fields->add_option("YEAR", arguments->year, "In full, such as 2007")->required()->check(kYears);
+  fields->add_option("MONTH", arguments->month, "1 to 12")->required();
+  fields->add_option("DAY", arguments->day, "1 to 31")->required();
+  fields->callback([&run, arguments] { number_of_fields(run, *arguments); });
+}
+
+void add_lengths(CLI::App &date, Run &run, const Arguments &arguments) {
+  CLI::App *lengths = add_command(date, run, "lengths", "Days of a year and of its months",
+                                  {"", "  orla date lengths 2100\n  orla date lengths 2100 2\n"});
+  lengths->add_option("YEAR", arguments->year, "In full, such as 2007")->required()->check(kYears);
+  lengths->add_option("MONTH", arguments->month, "1 to 12")->check(CLI::Range(1, 12));
+  lengths->callback([&run, arguments] { show_lengths(run, *arguments); });
+}
+
+void add_stamp(CLI::App &date, Run &run, const Arguments &arguments) {
+  CLI::App *stamp =
+      add_command(date, run, "stamp", "Stamps to dates, also beyond 2038",
+                  {"Of several stamps each gets a line: the stamp, and the UTC date and time.",
+                   "  orla date stamp 4294967295\n  orla date stamp -- -1 0 1\n"});
+  add_numbers(*stamp, "SECONDS", arguments->texts,
+              "Since 1970-01-01 00:00:00 UTC; - for the lines of standard input", kStamps);
+  stamp->callback([&run, arguments] {
+    show_numbers(run, *arguments, kStamps, report_stamp, {"input", "utc"});
+  });
 }
 
 }  // namespace
 
 void add_date_command(CLI::App &program, Run &run) {
   CLI::App *date =
-      program.add_subcommand("date", "Turn dates between text, number, fields and stamp");
-  date->require_subcommand(1);
+      add_group(program, run, "date", "Turn dates between text, number, fields and stamp",
+                {"", "  orla date parse 12/31/2007\n  orla date stamp 4294967295\n"});
   const auto arguments = std::make_shared<DateArguments>();
-
-  CLI::App *parse = add_command(*date, run, "parse", "Date text to number");
-  parse->add_option("TEXT", arguments->text, "Such as 12/31/2007")->required();
-  CLI::Option *old_mode =
-      parse->add_flag("--old", arguments->old_mode, "Old input mode: YYYY/MM/DD");
-  parse->add_flag("--standard", arguments->standard_mode, "Standard input mode: MM/DD/YYYY")
-      ->excludes(old_mode);
-  parse->footer(
-      "Without a mode the environment decides: ORLALS_DATE_FORMAT_OLD chooses the old one.");
-  parse->callback([&run, arguments] { parse_text(run, *arguments); });
-
-  CLI::App *show = add_command(*date, run, "show", "Date number to text");
-  show->add_option("NUMBER", arguments->number, "0 to 65535")
-      ->required()
-      ->check(CLI::Range(0, 65535));
-  show->callback([&run, arguments] { show_number(run, *arguments); });
-
-  CLI::App *fields = add_command(*date, run, "fields", "Year, month and day to number");
-  fields->add_option("YEAR", arguments->year, "In full, such as 2007")->required()->check(kYears);
-  fields->add_option("MONTH", arguments->month, "1 to 12")->required();
-  fields->add_option("DAY", arguments->day, "1 to 31")->required();
-  fields->callback([&run, arguments] { number_of_fields(run, *arguments); });
-
-  CLI::App *lengths = add_command(*date, run, "lengths", "Days of a year and of its months");
-  lengths->add_option("YEAR", arguments->year, "In full, such as 2007")->required()->check(kYears);
-  lengths->add_option("MONTH", arguments->month, "1 to 12")->check(CLI::Range(1, 12));
-  lengths->callback([&run, arguments] { show_lengths(run, *arguments); });
-
-  CLI::App *stamp = add_command(*date, run, "stamp", "Stamp to dates, also beyond 2038");
-  stamp->add_option("SECONDS", arguments->stamp, "Since 1970-01-01 00:00:00 UTC")
-      ->required()
-      ->check(CLI::Range(std::int64_t{-2147483648}, std::int64_t{4294967295}));
-  stamp->callback([&run, arguments] { show_stamp(run, *arguments); });
+  add_parse(*date, run, arguments);
+  add_show(*date, run, arguments);
+  add_fields(*date, run, arguments);
+  add_lengths(*date, run, arguments);
+  add_stamp(*date, run, arguments);
 }
 
 }  // namespace orla_tool

@@ -123,8 +123,9 @@ void show_host(Run &run) {
 }  // namespace
 
 void add_host_command(CLI::App &program, Run &run) {
-  add_command(program, run, "host", "Show this host: processors, memory, disks")
-      ->footer("A figure that is missing comes with its reason, and the exit status is then 1.")
+  add_command(program, run, "host", "Show this host: processors, memory, disks",
+              {"A figure that is missing comes with its reason, and the exit status is then 1.",
+               "  orla host\n  orla host --json\n"})
       ->callback([&run] { show_host(run); });
 }
 

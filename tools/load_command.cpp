@@ -85,11 +85,13 @@ void report_symbol(Report &report, Run &run, const orla_library_id *id, const st
   orla_slnk_get_proc_addr(id, symbol.c_str(), &status);
   const std::string printed = output.text();
   if (status == 0) {
-    report.row(symbol, symbol, "found");
-  } else {
-    report.missing(symbol, symbol, missing_symbol_text(printed));
-    run.status = kServiceFailed;
+    report.item("symbols", {{"name", symbol}, {"found", true}}, symbol, "found");
+    return;
   }
+  const std::string reason = missing_symbol_text(printed);
+  report.item("symbols", {{"name", symbol}, {"found", false}, {"reason", reason}}, symbol, "-",
+              reason);
+  run.status = kServiceFailed;
 }
 
 // While tracing goes to standard output, a failed load writes there; it belongs on standard error.
@@ -120,7 +122,6 @@ void try_library(Run &run, const LoadArguments &arguments) {
     return run.finish(report);
   }
   report_opened(report, arguments.library);
-  if (!arguments.symbols.empty()) report.section("symbols", "Symbols");
   for (const std::string &symbol : arguments.symbols)
     report_symbol(report, run, id.get(), symbol);
   unload(id.get());
@@ -131,17 +132,18 @@ void try_library(Run &run, const LoadArguments &arguments) {
 
 void add_load_command(CLI::App &program, Run &run) {
   const auto arguments = std::make_shared<LoadArguments>();
-  CLI::App *load =
-      add_command(program, run, "load", "Try whether a library opens and has the symbols named");
+  CLI::App *load = add_command(
+      program, run, "load", "Try whether a library opens and has the symbols named",
+      {"The name is tried as it stands, then in " ORLA_LIBRARY_FALLBACK_DIRECTORY
+       ". What a library does when it is opened, it does here too.\n"
+       "Exit status 1: the library does not open or a symbol is missing.",
+       "  orla load libm.so.6 cos\n  orla load ./plugin.so plugin_open plugin_close --json\n"});
   load->add_option("LIBRARY", arguments->library, "Soname, file name or path")
       ->required()
       ->check([](const std::string &name) {
         return name.empty() ? "the name is empty; name a library" : "";
       });
   load->add_option("SYMBOL", arguments->symbols, "To look up in it");
-  load->footer("The name is tried as it stands, then in " ORLA_LIBRARY_FALLBACK_DIRECTORY
-               ". What a library does when it is opened, it does here too.\n"
-               "Exit status 1: the library does not open or a symbol is missing.");
   load->callback([&run, arguments] { try_library(run, *arguments); });
 }
 

@@ -1,24 +1,59 @@
 // orla: shows what the library sees and reckons, for the people who run a product that loads it.
 
+#include <unistd.h>
+
 #include <CLI/CLI.hpp>
+#include <cerrno>
 #include <cstdio>
+#include <cstring>
 #include <exception>
-#include <iostream>
 
 #include "command.h"
+#include "completion.h"
+#include "standard_output.h"
 
 namespace orla_tool {
 
-void Run::finish(const Report &report) const { report.print(std::cout, json); }
+void Run::finish(const Report &report) const {
+  print(json ? report.json() : report.text(is_coloured(STDOUT_FILENO, color)));
+}
+
+void Run::complain(const std::string &message) {
+  progress.erase();
+  flush_output();
+  const bool coloured = is_coloured(STDERR_FILENO, color);
+  std::fprintf(stderr, "%s %s\n", coloured ? alarming("orla:").c_str() : "orla:", message.c_str());
+}
 
 void Run::fail(const std::string &message) {
-  std::cerr << "orla: " << message << '\n';
+  complain(message);
   status = kServiceFailed;
 }
 
+void equip(CLI::App &app, Run &run, const Help &help) {
+  app.add_option("--color", run.color, "auto (the default), always or never")
+      ->type_name("WHEN")
+      ->check([](const std::string &when) {
+        const bool known = when == "auto" || when == "always" || when == "never";
+        return known ? "" : "\"" + when + "\" is none of auto, always and never";
+      });
+  const std::string notes = *help.notes == '\0' ? "" : help.notes + std::string("\n\n");
+  app.footer(notes + "Examples:\n" + help.examples +
+             "\nExit status: 0 done, 1 a service failed, 2 wrong use.");
+}
+
+CLI::App *add_group(CLI::App &parent, Run &run, const std::string &name,
+                    const std::string &description, const Help &help) {
+  CLI::App *group = parent.add_subcommand(name, description);
+  equip(*group, run, help);
+  group->require_subcommand(1);
+  return group;
+}
+
 CLI::App *add_command(CLI::App &parent, Run &run, const std::string &name,
-                      const std::string &description) {
+                      const std::string &description, const Help &help) {
   CLI::App *command = parent.add_subcommand(name, description);
+  equip(*command, run, help);
   command->add_flag("--json", run.json, "Print JSON, for programs");
   return command;
 }
@@ -29,28 +64,50 @@ namespace {
 
 using orla_tool::Run;
 
-int run_tool(CLI::App &program, const Run &run, int argc, char **argv) {
+constexpr orla_tool::Help kHelp = {
+    "Where a TEXT is asked for, several may be given, and \"-\" for the lines of standard input;\n"
+    "then each gets one line, with --json one line of JSON. \"orla SUBCOMMAND --help\" tells more.",
+    "  orla host\n"
+    "  orla date parse 12/31/2007\n"
+    "  orla uuid new -n 3 | orla uuid show -\n"
+    "  orla profile get app.ini Main Port --default 7\n"};
+
+// The subcommand that was being read, such as "orla profile get".
+std::string innermost(const CLI::App &program) {
+  std::string name = program.get_name();
+  for (const CLI::App *app = &program; !app->get_subcommands().empty();) {
+    app = app->get_subcommands().front();
+    name += " " + app->get_name();
+  }
+  return name;
+}
+
+int parse_failed(CLI::App &program, Run &run, const CLI::ParseError &error) {
+  if (error.get_exit_code() == 0) return program.exit(error);  // help or version, not a failure
+  run.complain(std::string(error.what()) + "\nTry \"" + innermost(program) + " --help\".");
+  return orla_tool::kWrongUse;
+}
+
+int run_tool(CLI::App &program, Run &run, int argc, char **argv) {
   try {
     program.parse(argc, argv);
   } catch (const CLI::ParseError &error) {
-    return program.exit(error) == 0 ? orla_tool::kDone : orla_tool::kWrongUse;
+    run.status = parse_failed(program, run, error);
   }
-  std::cout.flush();
-  if (!std::cout) {
-    std::cerr << "orla: the result could not be written to standard output; is the disk full?\n";
-    return orla_tool::kServiceFailed;
-  }
+  run.progress.erase();
+  orla_tool::flush_output();
   return run.status;
 }
 
-}  // namespace
+// Whoever closed the pipe wants no more, and no message either.
+int output_failed(int error) {
+  if (error != EPIPE)
+    std::fprintf(stderr, "orla: the result could not be written to standard output: %s\n",
+                 error == 0 ? "an earlier write failed" : std::strerror(error));
+  return orla_tool::kServiceFailed;
+}
 
-int main(int argc, char **argv) try {
-  Run run;
-  CLI::App program("Shows what the orla library sees of this host and how it reckons.", "orla");
-  program.set_version_flag("--version", "orla " ORLA_VERSION);
-  program.require_subcommand(1);
-  program.footer("Exit status: 0 done, 1 a service failed, 2 wrong use.");
+void add_commands(CLI::App &program, Run &run) {
   orla_tool::add_host_command(program, run);
   orla_tool::add_now_command(program, run);
   orla_tool::add_date_command(program, run);
@@ -60,7 +117,26 @@ int main(int argc, char **argv) try {
   orla_tool::add_load_command(program, run);
   orla_tool::add_trace_command(program, run);
   orla_tool::add_profile_command(program, run);
+}
+
+}  // namespace
+
+int main(int argc, char **argv) try {
+  orla_tool::prepare_standard_output();
+  Run run;
+  CLI::App program("Shows what the orla library sees of this host and how it reckons.", "orla");
+  orla_tool::equip(program, run, kHelp);
+  program.set_version_flag("--version", "orla " ORLA_VERSION);
+  program.require_subcommand(1);
+  add_commands(program, run);
+  if (argc > 1 && std::strcmp(argv[1], orla_tool::kCompleteOption) == 0) {
+    orla_tool::print_completions(program, {argv + 2, argv + argc});
+    orla_tool::flush_output();
+    return orla_tool::kDone;
+  }
   return run_tool(program, run, argc, argv);
+} catch (const orla_tool::OutputFailed &failure) {
+  return output_failed(failure.error);
 } catch (const std::exception &error) {
   std::fprintf(stderr, "orla: %s\n", error.what());
   return orla_tool::kServiceFailed;

@@ -45,8 +45,9 @@ void show_names(Run &run) {
 }  // namespace
 
 void add_names_command(CLI::App &program, Run &run) {
-  add_command(program, run, "names", "Show the names of user, group and node")
-      ->footer("\"unknown\" stands for an id without an entry; names are cut at 31 characters.")
+  add_command(program, run, "names", "Show the names of user, group and node",
+              {"\"unknown\" stands for an id without an entry; names are cut at 31 characters.",
+               "  orla names\n  orla names --json\n"})
       ->callback([&run] { show_names(run); });
 }
 

@@ -47,7 +47,8 @@ void show_now(Run &run) {
 }  // namespace
 
 void add_now_command(CLI::App &program, Run &run) {
-  add_command(program, run, "now", "Show this moment: stamps, offset, date number, date and time")
+  add_command(program, run, "now", "Show this moment: stamps, offset, date number, date and time",
+              {"", "  orla now\n  TZ=America/New_York orla now --json\n"})
       ->callback([&run] { show_now(run); });
 }
 

@@ -1,22 +1,19 @@
 // orla profile: what the library answers from a profile file, one key written, and what would go wrong.
 
 #include <orla/profile.h>
-#include <strings.h>
 
 #include <CLI/CLI.hpp>
 #include <cerrno>
 #include <charconv>
-#include <cstdio>
 #include <cstdlib>
 #include <cstring>
-#include <fstream>
-#include <iostream>
 #include <memory>
 #include <optional>
-#include <sstream>
 
 #include "command.h"
-#include "profile_lint.h"
+#include "profile_search.h"
+#include "standard_output.h"
+#include "whole_file.h"
 
 namespace orla_tool {
 namespace {
@@ -28,7 +25,7 @@ struct ProfileArguments {
   bool as_int = false;
   std::string fallback;
   CLI::Option *fallback_option = nullptr;
-  std::vector<std::string> integer_keys;
+  std::string name;  // of the file, in what is said
 
   const std::string &file() const { return words[0]; }
   const std::string &section() const { return words[1]; }
@@ -64,78 +61,6 @@ void settle_words(ProfileArguments &arguments) {
   arguments.words[0] = ORLA_DEFAULT_PROFILE_PATH;
 }
 
-// The file that the string reader and the writer open for a path.
-std::string file_behind(const std::string &path) {
-  const char *named = std::getenv("ORLA_CONFIG");
-  return path == ORLA_DEFAULT_PROFILE_PATH && named != nullptr ? named : path;
-}
-
-// How a search for a key ends, told from the lines that the library hands out.
-struct Search {
-  std::string missing;  // why there is no entry; empty when there is one
-  std::string line;     // of the entry
-  std::size_t number = 0;
-};
-
-class Lines {
- public:
-  explicit Lines(const std::string &path) : stream_(std::fopen(path.c_str(), "r")) {}
-  ~Lines() {
-    if (stream_ != nullptr) std::fclose(stream_);
-  }
-  Lines(const Lines &) = delete;
-  Lines &operator=(const Lines &) = delete;
-
-  bool are_open() const { return stream_ != nullptr; }
-  bool next(Search &search) {
-    char line[ORLA_PROFILE_LINE_SIZE];
-    if (orla_i_cfg_read_line(stream_, line) == 0) return false;
-    search.line = line;
-    ++search.number;
-    return true;
-  }
-
- private:
-  std::FILE *stream_;
-};
-
-bool begins_with(const std::string &line, const std::string &text, std::size_t size) {
-  return strncasecmp(line.c_str(), text.c_str(), size) == 0;
-}
-
-// The readers answer "not found" and "empty" alike, so the search is made over the lines themselves.
-Search search(const std::string &file, const std::string &section, const std::string &key,
-              bool whole_header) {
-  Search found;
-  Lines lines(file);
-  if (!lines.are_open()) {
-    found.missing =
-        file + " does not open: " + std::strerror(errno) + "; check its name and rights";
-    return found;
-  }
-  const std::string header = std::string("[") + section + "]";
-  const std::size_t compared = whole_header ? header.size() + 1 : section.size();
-  do {
-    if (!lines.next(found)) {
-      found.missing = file + " has no section " + header;
-      return found;
-    }
-  } while (!begins_with(found.line, header, compared));
-  const std::string place = "section " + header + " of " + file + ", line " +
-                            std::to_string(found.number) + ", has no key \"" + key + "\"";
-  do {
-    if (!lines.next(found)) {
-      found.missing = place + " up to the end of the file";
-      return found;
-    }
-    if (found.line.empty()) {
-      found.missing = place + " before the empty line " + std::to_string(found.number);
-      return found;
-    }
-  } while (!begins_with(found.line, key, key.size()));
-  return found;
-}
-
 std::string read_string(const ProfileArguments &arguments, const char *fallback) {
   std::string text(4096, '\0');
   for (;;) {
@@ -151,14 +76,13 @@ std::string read_string(const ProfileArguments &arguments, const char *fallback)
 }
 
 // The value alone, so that a script can take it, or the object.
-void show_value(const Run &run, const std::string &file, const ProfileArguments &arguments,
-                const Json &value, bool found) {
+void show_value(const Run &run, const ProfileArguments &arguments, const Json &value, bool found) {
   if (!run.json) {
-    std::cout << (value.is_string() ? value.get<std::string>() : value.dump()) << '\n';
+    print((value.is_string() ? value.get<std::string>() : value.dump()) + '\n');
     return;
   }
   Report report;
-  report.row("file", "file", file);
+  report.row("file", "file", arguments.name);
   report.row("section", "section", arguments.section());
   report.row("key", "key", arguments.key());
   report.row("value", "value", value);
@@ -167,11 +91,12 @@ void show_value(const Run &run, const std::string &file, const ProfileArguments 
 }
 
 void get_string(Run &run, const ProfileArguments &arguments) {
-  const std::string file = file_behind(arguments.file());
-  Search found = search(file, arguments.section(), arguments.key(), false);
+  Search found = search_profile(file_behind(arguments.file()), arguments.name, arguments.section(),
+                                arguments.key(), false);
   if (found.missing.empty() && found.line.size() < ORLA_PROFILE_LINE_SIZE - 1 &&
       found.line.find('=') == std::string::npos)
-    found.missing = file + ", line " + std::to_string(found.number) + ": no \"=\" behind the key";
+    found.missing =
+        arguments.name + ", line " + std::to_string(found.number) + ": no \"=\" behind the key";
   if (!found.missing.empty() && !arguments.has_fallback()) {
     run.fail(found.missing);
     return;
@@ -180,8 +105,7 @@ void get_string(Run &run, const ProfileArguments &arguments) {
   const std::string own = read_string(arguments, nullptr);
   const bool replaced = arguments.has_fallback() && own.find_first_not_of(' ') == std::string::npos;
   const char *fallback = arguments.has_fallback() ? arguments.fallback.c_str() : nullptr;
-  show_value(run, file, arguments, read_string(arguments, fallback),
-             found.missing.empty() && !replaced);
+  show_value(run, arguments, read_string(arguments, fallback), found.missing.empty() && !replaced);
 }
 
 std::optional<int> as_integer(const std::string &text) {
@@ -200,13 +124,13 @@ void get_integer(Run &run, const ProfileArguments &arguments) {
   const int number = orla_cfg_get_private_profile_int(
       arguments.section().c_str(), arguments.key().c_str(), kNone, arguments.file().c_str());
   if (number != kNone || arguments.has_fallback()) {
-    show_value(run, arguments.file(), arguments, number != kNone ? number : *fallback,
-               number != kNone);
+    show_value(run, arguments, number != kNone ? number : *fallback, number != kNone);
     return;
   }
-  const Search found = search(arguments.file(), arguments.section(), arguments.key(), true);
+  const Search found =
+      search_profile(arguments.file(), arguments.name, arguments.section(), arguments.key(), true);
   run.fail(!found.missing.empty() ? found.missing
-                                  : arguments.file() + ", line " + std::to_string(found.number) +
+                                  : arguments.name + ", line " + std::to_string(found.number) +
                                         ": no number of 1 to 5 characters behind a \"=\"");
 }
 
@@ -228,8 +152,10 @@ void set_key(Run &run, const ProfileArguments &arguments) {
   check_text("VALUE", arguments.value(), "\n\r\xFF");
   if (arguments.key().empty())
     throw CLI::ValidationError("KEY", "an empty key would replace the section's first line");
+  if (arguments.file() == kStandardInput)
+    throw CLI::ValidationError("FILE", "standard input cannot be rewritten; name a file");
   const std::string file = file_behind(arguments.file());
-  const Search replaced = search(file, arguments.section(), arguments.key(), true);
+  const Search replaced = search_profile(file, file, arguments.section(), arguments.key(), true);
   if (orla_cfg_write_private_profile_string(arguments.section().c_str(), arguments.key().c_str(),
                                             arguments.value().c_str(),
                                             arguments.file().c_str()) == 0) {
@@ -266,89 +192,79 @@ void show_path(const Run &run) {
   run.finish(report);
 }
 
-void lint_file(Run &run, const ProfileArguments &arguments) {
-  const std::string file = file_behind(arguments.file());
-  std::ifstream stream(file, std::ios::binary);
-  std::ostringstream content;
-  if (stream.is_open() && stream.peek() != std::ifstream::traits_type::eof())
-    content << stream.rdbuf();
-  const std::string bytes = content.str();
-  if (!stream.is_open() || stream.bad()) {
-    run.fail(file + " cannot be read; check its name and rights");
-    return;
-  }
-  const std::vector<Finding> findings = lint_profile(bytes, arguments.integer_keys);
-  if (!findings.empty()) run.status = kServiceFailed;
-  Json list = Json::array();
-  for (const Finding &finding : findings) {
-    list.push_back({{"line", finding.line}, {"kind", finding.kind}, {"text", finding.text}});
-    if (!run.json) std::cout << file << ':' << finding.line << ": " << finding.text << '\n';
-  }
-  if (!run.json && findings.empty()) std::cout << file << ": nothing to trip over\n";
-  if (!run.json) return;
-  Report report;
-  report.row("file", "file", file);
-  report.row("findings", "findings", list);
-  run.finish(report);
+// Settles under which path the library finds FILE, and how it is called in what is said.
+void settle_file(ProfileArguments &arguments) {
+  std::string &file = arguments.words[0];
+  arguments.name = arguments.as_int ? file : file_behind(file);
+  if (file != kStandardInput) return;
+  arguments.name = "standard input";
+  file = path_of_standard_input();
 }
 
 constexpr Word kFile = {"FILE", "A profile file"};
+constexpr Word kFileOrInput = {"FILE", "A profile file; - for standard input"};
 constexpr Word kSection = {"SECTION", "Without brackets"};
 constexpr Word kKey = {"KEY", "Found in the first line that begins with it"};
 constexpr Word kValue = {"VALUE", "Written as it is"};
 
 void add_get(CLI::App &profile, Run &run) {
   const auto arguments = std::make_shared<ProfileArguments>();
-  CLI::App *get = add_command(profile, run, "get", "Print the value of a key");
-  add_words(*get, *arguments, {kFile, kSection, kKey});
+  CLI::App *get = add_command(
+      profile, run, "get", "Print the value of a key",
+      {"Without --default it is a failure when the key is not found. Given the default path as "
+       "FILE,\n"
+       "the library reads the file that ORLA_CONFIG names, where it is set; --json shows which.",
+       "  orla profile get app.ini Main Port\n"
+       "  orla profile get app.ini Main Port --int --default 7\n"
+       "  orla profile get --default-path Main Port\n"});
+  add_words(*get, *arguments, {kFileOrInput, kSection, kKey});
   get->add_flag("--int", arguments->as_int,
                 "As the integer reader answers; it pays no heed to ORLA_CONFIG");
   arguments->fallback_option =
       get->add_option("--default", arguments->fallback, "Print this when there is no value");
-  get->footer("Without --default it is a failure when the key is not found.");
   get->callback([&run, arguments] {
     settle_words(*arguments);
+    settle_file(*arguments);
     arguments->as_int ? get_integer(run, *arguments) : get_string(run, *arguments);
   });
 }
 
 void add_set(CLI::App &profile, Run &run) {
   const auto arguments = std::make_shared<ProfileArguments>();
-  CLI::App *set = add_command(profile, run, "set", "Write one key");
+  CLI::App *set = add_command(profile, run, "set", "Write one key",
+                              {"The file is rewritten in place: carriage returns go, as does a "
+                               "last line without line feed.\n"
+                               "Given the default path as FILE, the library rewrites the file that "
+                               "ORLA_CONFIG names, where it\n"
+                               "is set; the output shows which. A VALUE that begins with \"-\" "
+                               "goes behind \"--\", where it is\n"
+                               "not a number.",
+                               "  orla profile set app.ini Main Port 5555\n"
+                               "  orla profile set -- app.ini Main Options -v\n"});
   add_words(*set, *arguments, {kFile, kSection, kKey, kValue});
-  set->footer(
-      "The file is rewritten in place: carriage returns go, as does a last line without line "
-      "feed.");
   set->callback([&run, arguments] {
     settle_words(*arguments);
     set_key(run, *arguments);
   });
 }
 
-void add_lint(CLI::App &profile, Run &run) {
-  const auto arguments = std::make_shared<ProfileArguments>();
-  CLI::App *lint = add_command(profile, run, "lint", "Say what a reader would trip over");
-  add_words(*lint, *arguments, {kFile});
-  lint->add_option("--int", arguments->integer_keys,
-                   "A key whose values should be numbers; may be given again")
-      ->allow_extra_args(false);
-  lint->footer("Exit status: 0 nothing found, 1 something found or the file cannot be read.");
-  lint->callback([&run, arguments] {
-    settle_words(*arguments);
-    lint_file(run, *arguments);
-  });
+void add_path(CLI::App &profile, Run &run) {
+  CLI::App *path =
+      add_command(profile, run, "path", "Tell which profile is in force",
+                  {"", "  orla profile path\n  ORLA_CONFIG=app.ini orla profile path\n"});
+  path->callback([&run] { show_path(run); });
 }
 
 }  // namespace
 
 void add_profile_command(CLI::App &program, Run &run) {
-  CLI::App *profile = program.add_subcommand("profile", "Read, write and check profile files");
-  profile->require_subcommand(1);
+  CLI::App *profile =
+      add_group(program, run, "profile", "Read, write and check profile files",
+                {"", "  orla profile get app.ini Main Port\n  orla profile lint app.ini\n"});
   add_get(*profile, run);
   add_set(*profile, run);
-  CLI::App *path = add_command(*profile, run, "path", "Tell which profile is in force");
-  path->callback([&run] { show_path(run); });
-  add_lint(*profile, run);
+  add_path(*profile, run);
+  add_profile_lint_command(*profile, run);
 }
 
 }  // namespace orla_tool

@@ -2,7 +2,9 @@
 
 #include <algorithm>
 #include <iomanip>
-#include <ostream>
+#include <sstream>
+
+#include "terminal.h"
 
 namespace orla_tool {
 namespace {
@@ -48,21 +50,32 @@ void Report::numbered(const std::string &key, const std::string &label,
     lines_.push_back({label + " " + std::to_string(i), '"' + values[i] + '"', ""});
 }
 
+void Report::item(const std::string &key, const Json &object, const std::string &label,
+                  const std::string &value, const std::string &note) {
+  target()[key].push_back(object);
+  lines_.push_back({label, value, note});
+}
+
 void Report::missing(const std::string &key, const std::string &label, const std::string &reason) {
   target()[key] = nullptr;
   target()[key + "_missing"] = reason;
   lines_.push_back({label, "-", reason});
 }
 
-void Report::print(std::ostream &out, bool as_json) const {
-  if (as_json) {
-    out << as_json_text(json_, 2) << '\n';
-  } else {
-    print_text(out);
+std::string Report::json() const { return as_json_text(json_, 2) + '\n'; }
+
+std::string Report::json_line() const { return as_json_text(json_, -1) + '\n'; }
+
+std::string Report::line(const std::vector<std::string> &keys) const {
+  std::string line;
+  for (const std::string &key : keys) {
+    if (!line.empty()) line += "  ";
+    line += as_text(json_[key]);
   }
+  return line + '\n';
 }
 
-void Report::print_text(std::ostream &out) const {
+std::string Report::text(bool with_bold_titles) const {
   const bool has_sections = !section_key_.empty();
   std::size_t label_width = 0;
   std::size_t value_width = 0;
@@ -71,9 +84,11 @@ void Report::print_text(std::ostream &out) const {
     label_width = std::max(label_width, line.label.size());
     if (!line.note.empty()) value_width = std::max(value_width, line.value.size());
   }
+  std::ostringstream out;
   for (const Line &line : lines_) {
     if (line.is_title) {
-      out << (&line == lines_.data() ? "" : "\n") << line.label << '\n';
+      out << (&line == lines_.data() ? "" : "\n")
+          << (with_bold_titles ? bold(line.label) : line.label) << '\n';
       continue;
     }
     out << (has_sections ? "  " : "") << std::left;
@@ -84,6 +99,7 @@ void Report::print_text(std::ostream &out) const {
       out << std::setw(static_cast<int>(value_width)) << line.value << "  " << line.note << '\n';
     }
   }
+  return out.str();
 }
 
 }  // namespace orla_tool

@@ -3,7 +3,6 @@
 #ifndef ORLA_TOOLS_REPORT_H
 #define ORLA_TOOLS_REPORT_H
 
-#include <iosfwd>
 #include <nlohmann/json.hpp>
 #include <string>
 #include <vector>
@@ -30,10 +29,20 @@ class Report {
   void numbered(const std::string &key, const std::string &label,
                 const std::vector<std::string> &values);
 
+  // A row of its own for people; in JSON one more object in the array under `key`.
+  void item(const std::string &key, const Json &object, const std::string &label,
+            const std::string &value, const std::string &note = "");
+
   // A figure that could not be had: null in JSON, with the reason beside it under `key`_missing.
   void missing(const std::string &key, const std::string &label, const std::string &reason);
 
-  void print(std::ostream &out, bool as_json) const;
+  std::string json() const;
+  // For people, the titles bold where that is wanted.
+  std::string text(bool with_bold_titles) const;
+
+  // All of it in one line of JSON, and the values under `keys` alone in one for people.
+  std::string json_line() const;
+  std::string line(const std::vector<std::string> &keys) const;
 
  private:
   struct Line {
@@ -44,7 +53,6 @@ class Report {
   };
 
   Json &target();
-  void print_text(std::ostream &out) const;
 
   Json json_ = Json::object();
   std::string section_key_;

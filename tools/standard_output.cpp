@@ -1,23 +1,43 @@
 #include "standard_output.h"
 
+#include <fcntl.h>
 #include <sys/mman.h>
 #include <unistd.h>
 
+#include <cerrno>
 #include <cstdio>
-#include <iostream>
 
 namespace orla_tool {
 namespace {
 
-void flush_all() {
-  std::cout.flush();
-  std::fflush(nullptr);
+constexpr std::size_t kBufferSize = 65536;
+
+// Read-only, so that writing to it fails as it does on a closed descriptor.
+void open_closed_descriptors() {
+  for (int descriptor = 0; descriptor <= STDERR_FILENO; ++descriptor)
+    if (fcntl(descriptor, F_GETFD) == -1) open("/dev/null", O_RDONLY);
 }
 
 }  // namespace
 
+void prepare_standard_output() {
+  open_closed_descriptors();
+  static char buffer[kBufferSize];
+  if (isatty(STDOUT_FILENO) == 0) std::setvbuf(stdout, buffer, _IOFBF, sizeof buffer);
+}
+
+void print(std::string_view text) {
+  if (fwrite_unlocked(text.data(), 1, text.size(), stdout) != text.size())
+    throw OutputFailed{errno};
+}
+
+void flush_output() {
+  if (std::fflush(stdout) != 0) throw OutputFailed{errno};
+  if (std::ferror(stdout) != 0) throw OutputFailed{0};  // an earlier write, perhaps the library's
+}
+
 Captured::Captured(int descriptor) : descriptor_(descriptor) {
-  flush_all();
+  std::fflush(nullptr);
   file_ = memfd_create("orla", MFD_CLOEXEC);
   if (file_ == -1) return;
   original_ = dup(descriptor);
@@ -31,7 +51,7 @@ Captured::~Captured() {
 
 void Captured::restore() {
   if (original_ == -1) return;
-  flush_all();
+  std::fflush(nullptr);
   dup2(original_, descriptor_);
   close(original_);
   original_ = -1;

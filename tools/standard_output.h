@@ -1,11 +1,25 @@
-// What the library prints by itself, kept out of the tool's own output.
+// What goes to standard output: the tool's own text, and, kept out of it, what the library prints by
+// itself.
 
 #ifndef ORLA_TOOLS_STANDARD_OUTPUT_H
 #define ORLA_TOOLS_STANDARD_OUTPUT_H
 
 #include <string>
+#include <string_view>
 
 namespace orla_tool {
+
+// Thrown where standard output takes no more: there is nothing left to work for.
+struct OutputFailed {
+  int error;  // of errno; 0 when it is not known
+};
+
+// To be called first. A standard descriptor that is closed is opened on nothing, so that no file of the
+// library's takes its place; standard output gets a large buffer unless somebody is looking on.
+void prepare_standard_output();
+
+void print(std::string_view text);
+void flush_output();
 
 // Takes what is written to a descriptor, standard output or standard error, for as long as it lives.
 class Captured {

@@ -6,19 +6,20 @@
 #include <memory>
 
 #include "command.h"
+#include "inputs.h"
 
 namespace orla_tool {
 namespace {
 
 struct TokenArguments {
-  std::string text;
+  std::vector<std::string> texts;
   std::string delimiter = "\"";
 };
 
-std::vector<std::string> read_tokens(const std::string &text, char delimiter) {
+std::vector<std::string> read_tokens(const Input &input, char delimiter) {
   std::vector<std::string> tokens;
-  std::vector<char> out(text.size() + 1);
-  const char *rest = text.c_str();
+  std::vector<char> out(input.size + 1);
+  const char *rest = input.text;
   while ((rest = get_first_delimited_token_in_string(rest, delimiter, out.data(),
                                                      static_cast<int>(out.size()))) != nullptr) {
     tokens.emplace_back(out.data());
@@ -31,14 +32,20 @@ std::string explain_count(short count, std::size_t found) {
                                                   : "counted in 16 bits, which the text exceeds";
 }
 
-void show_tokens(Run &run, const TokenArguments &arguments) {
-  const char delimiter = arguments.delimiter[0];
-  const std::vector<std::string> tokens = read_tokens(arguments.text, delimiter);
-  const short count = count_delimited_tokens_in_string(arguments.text.c_str(), delimiter);
-  Report report;
+void report_tokens(Report &report, const Input &input, char delimiter) {
+  const std::vector<std::string> tokens = read_tokens(input, delimiter);
+  const short count = count_delimited_tokens_in_string(input.text, delimiter);
   report.row("count", "count", count, explain_count(count, tokens.size()));
   report.numbered("tokens", "token", tokens);
-  run.finish(report);
+}
+
+void show_tokens(Run &run, const TokenArguments &arguments) {
+  const char delimiter = arguments.delimiter[0];
+  const auto describe = [delimiter](const Input &input, Report &report) {
+    report_tokens(report, input, delimiter);
+    return true;
+  };
+  describe_each(run, arguments.texts, {describe, {"count", "tokens"}});
 }
 
 std::string check_delimiter(const std::string &delimiter) {
@@ -49,12 +56,18 @@ std::string check_delimiter(const std::string &delimiter) {
 
 void add_tokens_command(CLI::App &program, Run &run) {
   const auto arguments = std::make_shared<TokenArguments>();
-  CLI::App *tokens = add_command(program, run, "tokens", "Read the delimited tokens of a text");
-  tokens->add_option("TEXT", arguments->text, R"(Such as '"alpha" "two words"')")->required();
+  CLI::App *tokens = add_command(
+      program, run, "tokens", "Read the delimited tokens of texts",
+      {"What stands between a closing delimiter and the next opening one belongs to no token.\n"
+       "Of several texts each gets a line: the count, and the tokens as a JSON array.\n"
+       "A text that begins with \"-\" goes behind \"--\".",
+       "  orla tokens '\"alpha\" \"two words\"'\n"
+       "  orla tokens --delimiter '|' -- '-|a|b|'\n"
+       "  printf '\"a\" \"b\"\\n' | orla tokens -\n"});
+  add_texts(*tokens, "TEXT", arguments->texts,
+            "Such as '\"alpha\" \"two words\"'; - for the lines of standard input");
   tokens->add_option("--delimiter", arguments->delimiter, "One byte; a double quote by default")
       ->check(CLI::Validator(check_delimiter, "C"));
-  tokens->footer(
-      "What stands between a closing delimiter and the next opening one belongs to no token.");
   tokens->callback([&run, arguments] { show_tokens(run, *arguments); });
 }
 

@@ -10,10 +10,10 @@
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
-#include <iostream>
 #include <memory>
 
 #include "command.h"
+#include "inputs.h"
 #include "standard_output.h"
 
 namespace orla_tool {
@@ -22,9 +22,9 @@ namespace {
 // Without its line feed, which ends every message of a service.
 constexpr std::size_t kLongestMessage = ORLA_STATUSLOG_SIZE - 2;
 
-void write_as_services_do(const std::string &message) {
+void write_as_services_do(const Input &message) {
   std::snprintf(statuslog, sizeof statuslog, "%.*s\n", static_cast<int>(kLongestMessage),
-                message.c_str());
+                message.text);
   TavTrace(statuslog);
   statuslog[0] = '\0';
 }
@@ -36,23 +36,21 @@ std::string why_it_does_not_open(const char *path) {
   return "it could be opened a moment later";
 }
 
-void report_line(Report &report, const std::string &message) {
+void report_line(Report &report, const Input &message) {
   report.row("written", "written", true,
-             message.size() > kLongestMessage
+             message.size > kLongestMessage
                  ? "cut at " + std::to_string(kLongestMessage) + " characters"
                  : "");
 }
 
-void trace_to_output(Run &run, const std::string &message) {
+void trace_to_output(const Run &run, const Input &message, Report &report) {
   Captured output(STDOUT_FILENO);
   write_as_services_do(message);
   const std::string line = output.text();
-  if (!run.json) std::cout << line;
-  Report report;
+  if (!run.json) print(line);
   report_line(report, message);
   report.row("to", "to", "standard output", "K7LOG_PATH is not set");
   report.row("line", "line", line.substr(0, line.find_last_not_of('\n') + 1));
-  run.finish(report);
 }
 
 // The size of a regular file; -1 for anything else.
@@ -61,30 +59,31 @@ std::int64_t size_of(const char *path) {
   return stat(path, &file) == 0 && S_ISREG(file.st_mode) ? file.st_size : -1;
 }
 
-void trace_to_file(Run &run, const std::string &message, const char *path) {
+bool trace_to_file(Run &run, const Input &message, const char *path, Report &report) {
   const std::int64_t size_before = size_of(path);
   Captured errors(STDERR_FILENO);
   write_as_services_do(message);
   const std::string complaint = errors.text();
   if (!complaint.empty()) {
-    return run.fail("nothing was written: the trace file \"" + std::string(path) +
-                    "\" cannot be opened (" + why_it_does_not_open(path) +
-                    "); set K7LOG_PATH to a file that may be written");
+    run.fail("nothing was written: the trace file \"" + std::string(path) +
+             "\" cannot be opened (" + why_it_does_not_open(path) +
+             "); set K7LOG_PATH to a file that may be written");
+    return false;
   }
   struct stat file;
   const bool rotated = stat(path, &file) != 0 && errno == ENOENT;
   if (size_before >= 0 && !rotated && size_of(path) == size_before) {
-    return run.fail("nothing was written: the trace file \"" + std::string(path) +
-                    "\" did not grow; is the disk full?");
+    run.fail("nothing was written: the trace file \"" + std::string(path) +
+             "\" did not grow; is the disk full?");
+    return false;
   }
-  Report report;
   report_line(report, message);
   report.row("to", "to", rotated ? std::string(path) + ".1" : path,
              rotated ? "it had grown past its size, and was moved there" : "by K7LOG_PATH");
-  run.finish(report);
+  return true;
 }
 
-void trace_message(Run &run, const std::string &message) {
+void trace_messages(Run &run, const std::vector<std::string> &messages) {
   if (orlalib_verbose == 0) {
     return run.fail(
         std::string("nothing was written: the library's trace switch is off; set "
@@ -92,20 +91,30 @@ void trace_message(Run &run, const std::string &message) {
         (orlathr_verbose != 0 ? " (K7THR_VERB alone does not make services write)" : ""));
   }
   const char *path = std::getenv("K7LOG_PATH");
-  path == nullptr ? trace_to_output(run, message) : trace_to_file(run, message, path);
+  const bool lines_are_enough = path == nullptr && !run.json && !is_single(messages);
+  const auto describe = [&](const Input &message, Report &report) {
+    if (path != nullptr) return trace_to_file(run, message, path, report);
+    trace_to_output(run, message, report);
+    return !lines_are_enough;
+  };
+  describe_each(run, messages, {describe, {"to"}});
 }
 
 }  // namespace
 
 void add_trace_command(CLI::App &program, Run &run) {
-  const auto message = std::make_shared<std::string>();
-  CLI::App *trace =
-      add_command(program, run, "trace", "Write one trace line, and say where it went");
-  trace->add_option("MESSAGE", *message, "Without a line feed; one is added")->required();
-  trace->footer(
-      "In the trace file \"%%\" comes out as one percent sign and \"%m\" as an error text.\n"
-      "The environment decides: K7LIB_VERB=y switches tracing on, K7LOG_PATH names the file.");
-  trace->callback([&run, message] { trace_message(run, *message); });
+  const auto messages = std::make_shared<std::vector<std::string>>();
+  CLI::App *trace = add_command(
+      program, run, "trace", "Write trace lines, and say where they went",
+      {"In the trace file \"%%\" comes out as one percent sign and \"%m\" as an error text.\n"
+       "The environment decides: K7LIB_VERB=y switches tracing on, K7LOG_PATH names the file.\n"
+       "A message that begins with \"-\" goes behind \"--\".",
+       "  K7LIB_VERB=y orla trace 'upgrade begins'\n"
+       "  K7LIB_VERB=y K7LOG_PATH=product.trace orla trace -- '--- upgrade ---'\n"
+       "  date | K7LIB_VERB=y orla trace -\n"});
+  add_texts(*trace, "MESSAGE", *messages,
+            "Without a line feed; one is added; - for the lines of standard input");
+  trace->callback([&run, messages] { trace_messages(run, *messages); });
 }
 
 }  // namespace orla_tool

@@ -1,30 +1,28 @@
 // orla uuid: makes UUIDs and says what is in one.
 
-#include <orla/time.h>
 #include <orla/uuid.h>
 
 #include <CLI/CLI.hpp>
 #include <algorithm>
-#include <chrono>
+#include <bitset>
 #include <cstdio>
 #include <memory>
 
 #include "command.h"
+#include "inputs.h"
+#include "standard_output.h"
+#include "uuid_facts.h"
 
 namespace orla_tool {
 namespace {
 
-constexpr std::uint32_t kSecondsFrom1970To1980 = 315532800;
-constexpr std::int64_t kTicksPerSecond = 250000;
-constexpr std::int64_t kTicksPerTimeHigh = 65535;
-constexpr std::int64_t kTimeLowRound = 65536;
-
 // What the commands take; each uses its own part.
 struct UuidArguments {
   std::uint32_t count = 1;
+  bool no_wait = false;
   std::uint16_t number = 0;
   std::uint32_t modulus = 0;
-  std::string text;
+  std::vector<std::string> texts;
   std::string other;
 };
 
@@ -40,34 +38,58 @@ std::string hexadecimal(std::uint32_t value, int digits) {
   return text;
 }
 
-bool read_uuid(Run &run, const std::string &text, k7_uuid__t &uuid) {
+bool read_uuid(Run &run, const Input &input, k7_uuid__t &uuid) {
   orla_status status = 0;
-  orla_uuid_decode(text.c_str(), &uuid, &status);
+  orla_uuid_decode(input.text, &uuid, &status);
   if (status == 0) return true;
-  run.fail("\"" + text +
+  run.fail(input.place() + '"' + input.text +
            "\" is not a UUID: write 12 hexadecimal digits and eight bytes with a dot before each, "
            "such as d0f7b2fc0064.82.0a.00.02.03.00.00.00");
   return false;
 }
 
-// Two UUIDs of the same 4 microseconds are identical, so each is made anew until it differs.
-void make_distinct(k7_uuid__t &uuid) {
-  const k7_uuid__t earlier = uuid;
-  do {
-    orla_uuid_gen(&uuid);
-  } while (orla_uuid_equal(&uuid, &earlier) != 0);
-}
+// UUIDs of the same 4 microseconds are identical, and so may be two that lie 213,568 microseconds apart
+// on both sides of the turn of a second, where time_low starts anew. Either way they share time_high,
+// which stays for a quarter of a second: so it is enough to know the time_low of those made meanwhile.
+class Maker {
+ public:
+  static void make(k7_uuid__t &uuid) { orla_uuid_gen(&uuid); }
 
-void make_new(Run &run, const UuidArguments &arguments) {
-  k7_uuid__t uuid = k7_uuid__nil;
-  std::vector<std::string> texts;
-  for (std::uint32_t i = 0; i < arguments.count; ++i) {
-    make_distinct(uuid);
-    texts.push_back(text_of(uuid));
+  void make_distinct(k7_uuid__t &uuid) {
+    do {
+      make(uuid);
+    } while (!is_new(uuid));
   }
-  Report report;
-  report.list("uuids", "", texts);
-  run.finish(report);
+
+ private:
+  bool is_new(const k7_uuid__t &uuid) {
+    if (uuid.time_high != time_high_) seen_.reset();
+    time_high_ = uuid.time_high;
+    if (seen_[uuid.time_low]) return false;
+    seen_[uuid.time_low] = true;
+    return true;
+  }
+
+  std::uint32_t time_high_ = 0;
+  std::bitset<65536> seen_;  // by time_low
+};
+
+// Written as they are made, so that any number of them needs no memory.
+void make_new(Run &run, const UuidArguments &arguments) {
+  print(run.json ? "{\n  \"uuids\": [\n" : "");
+  run.progress.begin_beside_output("UUIDs", arguments.count);
+  Maker maker;
+  k7_uuid__t uuid;
+  char text[ORLA_UUID_TEXT_SIZE];
+  for (std::uint32_t left = arguments.count; left > 0; --left) {
+    arguments.no_wait ? Maker::make(uuid) : maker.make_distinct(uuid);
+    const auto length = static_cast<std::size_t>(orla_uuid_encode(&uuid, text));
+    print(run.json ? "    \"" : "");
+    print({text, length});
+    print(!run.json ? "\n" : left == 1 ? "\"\n" : "\",\n");
+    run.progress.step();
+  }
+  print(run.json ? "  ]\n}\n" : "");
 }
 
 void make_reserved(Run &run, const UuidArguments &arguments) {
@@ -78,58 +100,6 @@ void make_reserved(Run &run, const UuidArguments &arguments) {
   run.finish(report);
 }
 
-// A tick of 4 microseconds, by the seconds since 1970 and its place within the second.
-struct Instant {
-  std::uint32_t seconds;
-  std::int64_t tick;
-
-  bool operator<(const Instant &other) const {
-    return seconds != other.seconds ? seconds < other.seconds : tick < other.tick;
-  }
-};
-
-std::string instant_text(const Instant &instant) {
-  // Of the Gregorian calendar, not the library's, in which 2100 is a leap year: this is for people.
-  using namespace std::chrono;
-  const sys_seconds moment{seconds{instant.seconds}};
-  const auto day = floor<days>(moment);
-  const year_month_day date(day);
-  const hh_mm_ss time(moment - day);
-  char text[80];
-  std::snprintf(text, sizeof text, "%04d-%02u-%02u %02d:%02d:%02d.%06d",
-                static_cast<int>(date.year()), static_cast<unsigned>(date.month()),
-                static_cast<unsigned>(date.day()), static_cast<int>(time.hours().count()),
-                static_cast<int>(time.minutes().count()), static_cast<int>(time.seconds().count()),
-                static_cast<int>(instant.tick * 4));
-  return text;
-}
-
-// The ticks of one second, counted from 1980 by a signed number of 32 bits, that give both time fields.
-void find_in_second(std::int64_t second, const k7_uuid__t &uuid, std::vector<Instant> &found) {
-  if (second < INT32_MIN || second > INT32_MAX) return;
-  const std::uint32_t since_1970 = static_cast<std::uint32_t>(second) + kSecondsFrom1970To1980;
-  if (since_1970 < kSecondsFrom1970To1980) return;  // between 1970 and 1980
-  for (std::int64_t tick = uuid.time_low; tick < kTicksPerSecond; tick += kTimeLowRound) {
-    const std::int64_t high = (second * kTicksPerSecond + tick) / kTicksPerTimeHigh;
-    if (static_cast<std::uint32_t>(high) == uuid.time_high) found.push_back({since_1970, tick});
-  }
-}
-
-// time_high has lost its upper bits, so it stands for several moments; each lies within 65,535 ticks,
-// which are a quarter of a second, of the count that it would be without the loss.
-std::vector<Instant> possible_instants(const k7_uuid__t &uuid) {
-  std::vector<Instant> found;
-  for (std::int64_t round = -2; round <= 1; ++round) {
-    const std::int64_t ticks =
-        (round * (std::int64_t{1} << 32) + uuid.time_high) * kTicksPerTimeHigh;
-    const std::int64_t second = ticks / kTicksPerSecond;
-    for (std::int64_t near = second - 1; near <= second + 1; ++near)
-      find_in_second(near, uuid, found);
-  }
-  std::sort(found.begin(), found.end());
-  return found;
-}
-
 std::string host_bytes(const k7_uuid__t &uuid) {
   char text[32];
   std::snprintf(text, sizeof text, "%02x %02x %02x %02x %02x %02x %02x", uuid.host[0], uuid.host[1],
@@ -137,53 +107,45 @@ std::string host_bytes(const k7_uuid__t &uuid) {
   return text;
 }
 
-bool is_reserved(const k7_uuid__t &uuid) {
-  k7_uuid__t reserved;
-  orla_reserved_uuid_inflate(&reserved, uuid.time_high, uuid.time_low, uuid.reserved);
-  return orla_uuid_equal(&uuid, &reserved) != 0;
-}
-
 // The class codes are those of the library's own provider; a program's may mean something else by 2.
 void report_host(Report &report, const k7_uuid__t &uuid) {
   report.row("host", "host", host_bytes(uuid));
-  if (is_reserved(uuid)) {
-    report.missing("class_code", "class code", "reserved space: there is no host identifier");
-    return;
+  switch (host_kind(uuid)) {
+    case HostKind::reserved:
+      return report.missing("class_code", "class code",
+                            "reserved space: there is no host identifier");
+    case HostKind::foreign:
+      return report.missing("class_code", "class code",
+                            "the family lacks 0x80: not made by the library");
+    case HostKind::other:
+      return report.row("class_code", "class code", class_code(uuid),
+                        "of a provider of the program's own");
+    case HostKind::address:
+      break;
   }
-  if ((uuid.family & 0x80) == 0) {
-    report.missing("class_code", "class code", "the family lacks 0x80: not made by the library");
-    return;
-  }
-  const int class_code = uuid.family & 0x7F;
-  if (class_code != ORLA_UUID_CLASS_IPV4) {
-    report.row("class_code", "class code", class_code, "of a provider of the program's own");
-    return;
-  }
-  report.row("class_code", "class code", class_code, "IPv4 address");
-  const std::string address = std::to_string(uuid.host[0]) + "." + std::to_string(uuid.host[1]) +
-                              "." + std::to_string(uuid.host[2]) + "." +
-                              std::to_string(uuid.host[3]);
+  report.row("class_code", "class code", class_code(uuid), "IPv4 address");
+  std::string address;
+  append_address(address, uuid);
   report.row("address", "address", address,
              "of the host; where the host had none, an address in memory");
 }
 
 void report_instants(Report &report, const k7_uuid__t &uuid) {
-  std::vector<std::string> texts;
-  for (const Instant &instant : possible_instants(uuid))
-    texts.push_back(instant_text(instant));
-  if (texts.empty()) {
+  std::vector<Instant> instants;
+  find_instants(uuid, instants);
+  if (instants.empty()) {
     report.missing("instants", "instants",
                    "no clock from 1980 to 2106 gives these two time fields");
     return;
   }
+  std::vector<std::string> texts(instants.size());
+  for (std::size_t i = 0; i < texts.size(); ++i)
+    append_instant(texts[i], instants[i]);
   report.list("instants", texts.size() == 1 ? "made at" : "made at one of", texts,
               "UTC, or up to 3 microseconds later");
 }
 
-void show(Run &run, const UuidArguments &arguments) {
-  k7_uuid__t uuid;
-  if (!read_uuid(run, arguments.text, uuid)) return;
-  Report report;
+void report_uuid(Report &report, const k7_uuid__t &uuid) {
   report.row("text", "text", text_of(uuid),
              orla_uuid_equal(&uuid, &k7_uuid__nil) != 0 ? "the nil UUID" : "");
   report.row("time_high", "time_high", hexadecimal(uuid.time_high, 8),
@@ -196,71 +158,186 @@ void show(Run &run, const UuidArguments &arguments) {
              is_reserved(uuid) ? "reserved space" : "");
   report_host(report, uuid);
   report_instants(report, uuid);
-  run.finish(report);
 }
 
-void compare(Run &run, const UuidArguments &arguments) {
-  k7_uuid__t a;
-  k7_uuid__t b;
-  if (!read_uuid(run, arguments.text, a) || !read_uuid(run, arguments.other, b)) return;
+void append_host(std::string &line, const k7_uuid__t &uuid) {
+  constexpr std::size_t kWidth = 15;  // of an address
+  const std::size_t begin = line.size();
+  switch (host_kind(uuid)) {
+    case HostKind::reserved:
+      line += "reserved " + std::to_string(uuid.reserved);
+      break;
+    case HostKind::foreign:
+      line += '-';
+      break;
+    case HostKind::other:
+      line += "class " + std::to_string(class_code(uuid));
+      break;
+    case HostKind::address:
+      append_address(line, uuid);
+      break;
+  }
+  line.resize(begin + kWidth, ' ');
+}
+
+// One line a UUID, made without a report, for files of millions: text, host, and the moments.
+class Table {
+ public:
+  void print_row(const k7_uuid__t &uuid) {
+    char text[ORLA_UUID_TEXT_SIZE];
+    line_.assign(text, static_cast<std::size_t>(orla_uuid_encode(&uuid, text)));
+    line_ += "  ";
+    append_host(line_, uuid);
+    append_instants(uuid);
+    line_ += '\n';
+    print(line_);
+  }
+
+ private:
+  void append_instants(const k7_uuid__t &uuid) {
+    find_instants(uuid, instants_);
+    if (instants_.empty()) line_ += "  -";
+    for (const Instant &instant : instants_) {
+      line_ += &instant == instants_.data() ? "  " : ", ";
+      append_instant(line_, instant);
+    }
+  }
+
+  std::string line_;  // both kept for their memory
+  std::vector<Instant> instants_;
+};
+
+void show_table(Run &run, const UuidArguments &arguments) {
+  Table table;
+  Inputs inputs(run, arguments.texts);
+  Input input;
+  k7_uuid__t uuid;
+  while (inputs.next(input))
+    if (read_uuid(run, input, uuid)) table.print_row(uuid);
+}
+
+void show(Run &run, const UuidArguments &arguments) {
+  if (!run.json && !is_single(arguments.texts)) return show_table(run, arguments);
+  const auto describe = [&run](const Input &input, Report &report) {
+    k7_uuid__t uuid;
+    if (!read_uuid(run, input, uuid)) return false;
+    report_uuid(report, uuid);
+    return true;
+  };
+  describe_each(run, arguments.texts, {describe, {}});
+}
+
+void report_order(Report &report, const k7_uuid__t &a, const k7_uuid__t &b) {
   const int order = orla_uuid_cmp(&a, &b);
   const int sign = (order > 0) - (order < 0);
-  Report report;
   report.row("order", "order", sign,
              sign == 0  ? "the two are the same"
              : sign < 0 ? "the first comes before the second"
                         : "the first comes after the second");
   report.row("equal", "equal", orla_uuid_equal(&a, &b) != 0);
-  run.finish(report);
+}
+
+void compare(Run &run, const UuidArguments &arguments) {
+  k7_uuid__t b;
+  if (!read_uuid(run, {arguments.other.c_str(), arguments.other.size(), 0}, b)) return;
+  const auto describe = [&](const Input &input, Report &report) {
+    k7_uuid__t a;
+    if (!read_uuid(run, input, a)) return false;
+    report_order(report, a, b);
+    return true;
+  };
+  describe_each(run, arguments.texts, {describe, {"input", "order"}});
 }
 
 void hash(Run &run, const UuidArguments &arguments) {
-  k7_uuid__t uuid;
-  if (!read_uuid(run, arguments.text, uuid)) return;
-  Report report;
-  report.row("hash", "hash", orla_uuid_hash(&uuid, arguments.modulus),
-             "of 0 to " + std::to_string(std::min(arguments.modulus, 65536U) - 1));
-  run.finish(report);
+  const auto describe = [&](const Input &input, Report &report) {
+    k7_uuid__t uuid;
+    if (!read_uuid(run, input, uuid)) return false;
+    report.row("hash", "hash", orla_uuid_hash(&uuid, arguments.modulus),
+               "of 0 to " + std::to_string(std::min(arguments.modulus, 65536U) - 1));
+    return true;
+  };
+  describe_each(run, arguments.texts, {describe, {"input", "hash"}});
 }
 
-constexpr const char *kTextHelp = "Such as d0f7b2fc0064.82.0a.00.02.03.00.00.00";
+constexpr const char *kTextHelp =
+    "Such as d0f7b2fc0064.82.0a.00.02.03.00.00.00; - for the lines of standard input";
 
-void add_makers(CLI::App &uuid, Run &run, const std::shared_ptr<UuidArguments> &arguments) {
-  CLI::App *make = add_command(uuid, run, "new", "Make UUIDs of this moment, one a line");
+using Arguments = std::shared_ptr<UuidArguments>;
+
+void add_new(CLI::App &uuid, Run &run, const Arguments &arguments) {
+  CLI::App *make = add_command(
+      uuid, run, "new", "Make UUIDs of this moment, one a line",
+      {"UUIDs of the same 4 microseconds are identical, so the next one waits for the next 4: no "
+       "more\n"
+       "than 250,000 are made in a second. With --no-wait there may be identical ones among them.",
+       "  orla uuid new\n  orla uuid new -n 1000 > uuids.txt\n"});
   make->add_option("-n,--count", arguments->count, "How many, all distinct (default 1)")
-      ->check(CLI::Range(1, 1000000));
+      ->check(CLI::Range(std::int64_t{1}, std::int64_t{4294967295}));
+  make->add_flag("--no-wait", arguments->no_wait, "As fast as they come, identical ones as well");
   make->callback([&run, arguments] { make_new(run, *arguments); });
+}
 
-  CLI::App *reserved = add_command(uuid, run, "reserved", "Make a UUID of the reserved space");
+void add_reserved(CLI::App &uuid, Run &run, const Arguments &arguments) {
+  CLI::App *reserved = add_command(uuid, run, "reserved", "Make a UUID of the reserved space",
+                                   {"", "  orla uuid reserved 300\n"});
   reserved->add_option("NUMBER", arguments->number, "0 to 65535")
       ->required()
       ->check(CLI::Range(0, 65535));
   reserved->callback([&run, arguments] { make_reserved(run, *arguments); });
 }
 
-}  // namespace
-
-void add_uuid_command(CLI::App &program, Run &run) {
-  CLI::App *uuid = program.add_subcommand("uuid", "Make UUIDs, and say what is in one");
-  uuid->require_subcommand(1);
-  const auto arguments = std::make_shared<UuidArguments>();
-  add_makers(*uuid, run, arguments);
-
-  CLI::App *shown = add_command(*uuid, run, "show", "Say what is in a UUID");
-  shown->add_option("TEXT", arguments->text, kTextHelp)->required();
+void add_show(CLI::App &uuid, Run &run, const Arguments &arguments) {
+  CLI::App *shown = add_command(
+      uuid, run, "show", "Say what is in UUIDs",
+      {"Of several UUIDs each gets a line: the text, the host (an IPv4 address, the class of "
+       "another\n"
+       "identifier, or the number in the reserved space) and the moments that it can be of, UTC.",
+       "  orla uuid show d0f7b2fc0064.82.0a.00.02.03.00.00.00\n"
+       "  orla uuid new -n 5 | orla uuid show -\n"
+       "  orla uuid new -n 5 | orla uuid show --json -\n"});
+  add_texts(*shown, "TEXT", arguments->texts, kTextHelp);
   shown->callback([&run, arguments] { show(run, *arguments); });
+}
 
-  CLI::App *compared = add_command(*uuid, run, "compare", "Order two UUIDs");
-  compared->add_option("A", arguments->text, kTextHelp)->required();
-  compared->add_option("B", arguments->other, kTextHelp)->required();
+void add_compare(CLI::App &uuid, Run &run, const Arguments &arguments) {
+  CLI::App *compared = add_command(
+      uuid, run, "compare", "Order two UUIDs, or many against one",
+      {"-1: A comes before B; 0: they are the same; 1: A comes after B. With \"-\" for A each line "
+       "of\n"
+       "standard input is put in order with B, and gets a line: the text and the order.",
+       "  orla uuid compare 000000000000.00.00.00.00.00.00.00.00 "
+       "d0f7b2fc0064.82.0a.00.02.03.00.00.00\n"
+       "  orla uuid new -n 5 | orla uuid compare - d0f7b2fc0064.82.0a.00.02.03.00.00.00\n"});
+  add_texts(*compared, "A", arguments->texts, kTextHelp)->expected(1);
+  compared->add_option("B", arguments->other, "The UUID to compare with")->required();
   compared->callback([&run, arguments] { compare(run, *arguments); });
+}
 
-  CLI::App *hashed = add_command(*uuid, run, "hash", "Hash a UUID into one of MODULUS buckets");
-  hashed->add_option("TEXT", arguments->text, kTextHelp)->required();
+void add_hash(CLI::App &uuid, Run &run, const Arguments &arguments) {
+  CLI::App *hashed =
+      add_command(uuid, run, "hash", "Hash a UUID into one of MODULUS buckets",
+                  {"With \"-\" each line of standard input gets a line: the text and its bucket.",
+                   "  orla uuid hash d0f7b2fc0064.82.0a.00.02.03.00.00.00 101\n"
+                   "  orla uuid new -n 5 | orla uuid hash - 101\n"});
+  add_texts(*hashed, "TEXT", arguments->texts, kTextHelp)->expected(1);
   hashed->add_option("MODULUS", arguments->modulus, "1 or more")
       ->required()
       ->check(CLI::Range(std::int64_t{1}, std::int64_t{4294967295}));
   hashed->callback([&run, arguments] { hash(run, *arguments); });
+}
+
+}  // namespace
+
+void add_uuid_command(CLI::App &program, Run &run) {
+  CLI::App *uuid = add_group(program, run, "uuid", "Make UUIDs, and say what is in one",
+                             {"", "  orla uuid new -n 3\n  orla uuid new | orla uuid show -\n"});
+  const auto arguments = std::make_shared<UuidArguments>();
+  add_new(*uuid, run, arguments);
+  add_reserved(*uuid, run, arguments);
+  add_show(*uuid, run, arguments);
+  add_compare(*uuid, run, arguments);
+  add_hash(*uuid, run, arguments);
 }
 
 }  // namespace orla_tool

@@ -120,16 +120,36 @@ ORLA_EXPORT struct tm *wek_gmtime(const int32_t *stamp) ORLA_NOEXCEPT;
 ORLA_EXPORT struct tm *wek_localtime(const int32_t *stamp) ORLA_NOEXCEPT;
 
 #if !defined(__USE_TIME_BITS64) || defined(__LP64__)
-/** Calls mktime() of the C library: argument, result and errors are its own. Threads: as mktime(). */
+/** Calls mktime() of the C library, whose errors are its errors.
+ *
+ *  @param[in,out] fields  as for mktime().
+ *  @return        as of mktime().
+ *  Threads: as mktime().
+ */
 ORLA_EXPORT time_t tav_mktime(struct tm *fields) ORLA_NOEXCEPT;
 
-/** Calls gmtime() of the C library: no fold, and the record is its own. Threads: as gmtime(). */
+/** Calls gmtime() of the C library, without the fold of wek_gmtime().
+ *
+ *  @param[in] when  as for gmtime().
+ *  @return    as of gmtime(): the C library's static record.
+ *  Threads: as gmtime().
+ */
 ORLA_EXPORT struct tm *tav_gmtime(const time_t *when) ORLA_NOEXCEPT;
 
-/** Calls ctime() of the C library: the text, 26 bytes, is its own. Threads: as ctime(). */
+/** Calls ctime() of the C library.
+ *
+ *  @param[in] when  as for ctime().
+ *  @return    as of ctime(): the C library's static text of 26 bytes.
+ *  Threads: as ctime().
+ */
 ORLA_EXPORT char *tav_ctime(const time_t *when) ORLA_NOEXCEPT;
 
-/** Calls localtime() of the C library: no fold, and the record is its own. Threads: as localtime(). */
+/** Calls localtime() of the C library, without the fold of wek_localtime().
+ *
+ *  @param[in] when  as for localtime().
+ *  @return    as of localtime(): the C library's static record.
+ *  Threads: as localtime().
+ */
 ORLA_EXPORT struct tm *tav_localtime(const time_t *when) ORLA_NOEXCEPT;
 #endif
 
@@ -188,28 +208,31 @@ ORLA_EXPORT int time_to_line(int32_t stamp, char *line, const char *prefix) ORLA
  */
 ORLA_EXPORT int print_date_line(uint16_t date, const char *prefix) ORLA_NOEXCEPT;
 
-/** Prints the line of time_to_line() on standard output; prefix and result as for print_date_line().
+/** Prints the line of time_to_line() on standard output; the prefix is read as by print_date_line().
  *
  *  @param[in] stamp   seconds since 1970-01-01 00:00:00 UTC, read as unsigned.
  *  @param[in] prefix  optional cstr.
+ *  @return    characters printed, or a negative value when the stream reports an error.
  *  Threads: safe.
  */
 ORLA_EXPORT int print_time_line(int32_t stamp, const char *prefix) ORLA_NOEXCEPT;
 
-/** Prints the line of date_to_line() on a stream; prefix and result as for print_date_line().
+/** Prints the line of date_to_line() on a stream; the prefix is read as by print_date_line().
  *
  *  @param[in] stream  open for writing.
  *  @param[in] date    date number.
  *  @param[in] prefix  optional cstr.
+ *  @return    characters printed, or a negative value when the stream reports an error.
  *  Threads: safe.
  */
 ORLA_EXPORT int fprint_date_line(FILE *stream, uint16_t date, const char *prefix) ORLA_NOEXCEPT;
 
-/** Prints the line of time_to_line() on a stream; prefix and result as for print_date_line().
+/** Prints the line of time_to_line() on a stream; the prefix is read as by print_date_line().
  *
  *  @param[in] stream  open for writing.
  *  @param[in] stamp   seconds since 1970-01-01 00:00:00 UTC, read as unsigned.
  *  @param[in] prefix  optional cstr.
+ *  @return    characters printed, or a negative value when the stream reports an error.
  *  Threads: safe.
  */
 ORLA_EXPORT int fprint_time_line(FILE *stream, int32_t stamp, const char *prefix) ORLA_NOEXCEPT;

@@ -17,6 +17,9 @@
  *  Corners a caller must know:
  *  - Two calls of orla_uuid_gen() on one host within the same 4 microseconds give identical records. A
  *    caller that needs distinct ones in quick succession spaces its calls.
+ *  - So may two calls 213,568 microseconds apart on both sides of the turn of a second, where `time_low`
+ *    starts anew while `time_high` stays: about one in 25, where one is made in every tick. A caller
+ *    that needs distinct ones compares with those made since `time_high` last changed.
  *  - `time_high` advances every 65535 ticks of 4 microseconds, not every 65536, and `time_low` is the
  *    tick within the second modulo 65536: the two are not one 48-bit count.
  *  - `time_high` is kept modulo 2^32. It restarted from 0 at 2015-09-05 01:12:06.973440 UTC, so a record

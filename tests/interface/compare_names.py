@@ -1,14 +1,20 @@
 #!/usr/bin/env python3
-"""Holds three sets of names equal: the version script, the dynamic symbols, the headers' declarations.
+"""Holds four sets of names equal: the version script, the dynamic symbols, the headers' declarations, the
+manual pages.
 
 The version script lists the names header by header, each group under a comment that ends in the header's
-name; each group is compared with what that header declares.
+name; each group is compared with what that header declares, and with what the pages document that include
+it. The declarations that a page shows are compared with the header's.
 """
 
 import argparse
 import re
 import subprocess
 import sys
+from pathlib import Path
+
+sys.path.insert(0, str(Path(__file__).parent.parent / "man"))
+from page import pages  # noqa: E402
 
 # Defined under the platform's own names, which <arpa/inet.h> declares: no header of ours may.
 DECLARED_BY_THE_PLATFORM = {"htonl", "htons", "ntohl", "ntohs"}
@@ -30,15 +36,23 @@ def names_of_library(nm, path):
     return {fields[-1].partition("@")[0] for fields in symbols if fields[-2] != "A"}
 
 
-def names_of_header(compiler, flags, includes, header):
+def preprocess(compiler, flags, includes, source):
     command = [compiler, *flags.split(), "-E", "-P", "-x", "c", "-"]
     for folder in includes:
         command += ["-I", folder]
-    source = "#include <orla/export.h>\n#undef ORLA_EXPORT\n#define ORLA_EXPORT @exported@\n" \
-             f"#include <{header}>\n"
-    text = subprocess.run(command, input=source, check=True, text=True, capture_output=True).stdout
-    declarations = [part.partition(";")[0] for part in text.split("@exported@")[1:]]
-    return {name_of_declaration(" ".join(part.split())) for part in declarations}
+    return subprocess.run(command, input=source, check=True, text=True, capture_output=True).stdout
+
+
+def declarations_of(text):
+    """Name to declaration, for every one that a preprocessed text marks, without needless spaces."""
+    parts = [part.partition(";")[0] for part in text.split("@exported@")[1:]]
+    declarations = (re.sub(r"\s*([*(),\[\]])\s*", r"\1", " ".join(part.split())) for part in parts)
+    return {name_of_declaration(each): each for each in declarations}
+
+
+def marked_header(header):
+    return "#include <orla/export.h>\n#undef ORLA_EXPORT\n#define ORLA_EXPORT @exported@\n" \
+           f"#include <{header}>\n"
 
 
 def name_of_declaration(text):
@@ -61,16 +75,27 @@ def main():
     parser.add_argument("--flags", default="")
     parser.add_argument("--include", action="append", default=[])
     parser.add_argument("--map", required=True)
+    parser.add_argument("--man", required=True)
     parser.add_argument("library")
     options = parser.parse_args()
 
-    def names_of(header):
-        return names_of_header(options.compiler, options.flags, options.include, header)
+    def declared_by(source):
+        return declarations_of(preprocess(options.compiler, options.flags, options.include, source))
 
+    def names_of(header):
+        return set(declared_by(marked_header(header)))
+
+    # The shown declarations go through the preprocessor too, as macros stand in them.
+    def shown_by(page):
+        shown = "".join(f"@exported@ {each};\n" for each in page.prototypes)
+        return declared_by("".join(f"#include <{each}>\n" for each in page.headers) + shown)
+
+    manual = pages(options.man, 3)
+    declared = declared_by(marked_header("orla/orla.h"))
     groups = groups_of_map(options.map)
     script = set().union(*groups.values())
     library = names_of_library(options.nm, options.library)
-    headers = names_of("orla/orla.h")
+    headers = set(declared)
     platform = DECLARED_BY_THE_PLATFORM & script
 
     wrong = [complain(f"not as {header} declares", names - platform ^ names_of(header))
@@ -80,7 +105,20 @@ def main():
              complain("exported, not declared in a header", library - headers - platform),
              complain("declared in a header, not exported", headers - library),
              complain("declared by the platform and by a header", headers & DECLARED_BY_THE_PLATFORM)]
-    print(f"{len(library)} names exported, {len(headers)} declared")
+    for header, names in groups.items():
+        documented = [name for page in manual if header in page.headers for name in page.names]
+        wrong += [complain(f"of {header}, not documented once", names ^ set(documented)),
+                  complain(f"of {header}, documented twice",
+                           {name for name in documented if documented.count(name) > 1})]
+    for page in manual:
+        shown = shown_by(page)
+        wrong += [complain(f"in NAME or in SYNOPSIS of {page.name} alone", page.names ^ set(shown)),
+                  complain(f"in {page.name}, not as declared",
+                           {text for name, text in shown.items()
+                            if name not in DECLARED_BY_THE_PLATFORM and text != declared.get(name)})]
+    documented = set().union(*(page.names for page in manual))
+    wrong.append(complain("documented, not exported", documented - library))
+    print(f"{len(library)} names exported, {len(headers)} declared, {len(documented)} documented")
     return 1 if any(wrong) or not library else 0
 
 

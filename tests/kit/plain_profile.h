@@ -69,11 +69,12 @@ inline int read_int(const std::string &file, const char *section, const char *ke
 }
 
 inline unsigned copy_default(std::vector<char> &out, const char *fallback) {
+  if (fallback == nullptr) return 0;
   std::strncpy(out.data(), fallback, out.size());
   return static_cast<unsigned>(std::strlen(fallback));
 }
 
-// `fallback` is not null; `out` has two bytes or more.
+// `fallback` may be null; `out` has two bytes or more.
 inline unsigned read_string(const std::string &file, const char *section, const char *key,
                             const char *fallback, std::vector<char> &out) {
   out.assign(out.size(), '\0');
@@ -84,7 +85,8 @@ inline unsigned read_string(const std::string &file, const char *section, const 
   } while (strncasecmp(line.c_str(), header(section).c_str(), std::strlen(section)) != 0);
   const char *value = find(reader, line, key);
   if (value == nullptr) return copy_default(out, fallback);
-  if (value[std::strspn(value, " ")] == '\0') return copy_default(out, fallback);
+  const bool is_blank = value[std::strspn(value, " ")] == '\0';
+  if (is_blank && fallback != nullptr) return copy_default(out, fallback);
   std::strncpy(out.data(), value, out.size() - 1);
   out.back() = '\0';
   return static_cast<unsigned>(std::strlen(out.data()));

@@ -1,11 +1,13 @@
 #!/usr/bin/env python3
 """orla profile: values, entries written, the path in force, and what lint has to say."""
 
+import json
 import os
 import tempfile
 
 import tool
 
+DEFAULT = "/opt/tav/ls/conf/k7ls.ini"
 MAIN = "[Main]\nPortNumber=77\nPort=5\nName= a b \nEmpty=\nSpaces=  \nText\nBig=123456\n\nLost=1\n"
 
 
@@ -26,9 +28,9 @@ class ProfileCase(tool.Tool):
         with open(self.path(name), "rb") as file:
             return file.read().decode("latin-1")
 
-    def run_tool(self, *arguments, config=None):
+    def run_tool(self, *arguments, config=None, **options):
         environment = {} if config is None else {"ORLA_CONFIG": config}
-        return self.orla("profile", *arguments, environment=environment)
+        return self.orla("profile", *arguments, environment=environment, **options)
 
     def expect(self, output, *arguments, config=None):
         result = self.run_tool(*arguments, config=config)
@@ -109,6 +111,23 @@ class Get(ProfileCase):
         self.expect_failure("does not open", "get", "--default-path", "Main", "Port",
                             config=self.path("none"))
 
+    def test_standard_input_is_a_file_too(self):
+        for arguments, value in ((["-", "Main", "Name"], " a b \n"), (["--int", "-", "Main", "Port"], "77\n")):
+            result = self.run_tool("get", *arguments, input=MAIN)
+            self.assertEqual((result.status, result.out), (0, value), result.err)
+        result = self.run_tool("get", "-", "Main", "Port", "--json", input=MAIN)
+        self.assertEqual(result.json["file"], "standard input")
+        result = self.run_tool("get", "-", "Main", "None", input=MAIN)
+        self.assertEqual(result.err, 'orla: section [Main] of standard input, line 1, has no key "None" '
+                         "before the empty line 9\n")
+
+    def test_the_default_path_in_words_is_the_file_that_the_environment_names(self):
+        file = self.write(MAIN)
+        result = self.run_tool("get", DEFAULT, "Main", "Port", "--json", config=file)
+        self.assertEqual((result.json["file"], result.json["value"]), (file, "77"))
+        result = self.run_tool("get", DEFAULT, "None", "Port", config=file)
+        self.assertIn(f"{file} has no section [None]", result.err)
+
     def test_wrong_use(self):
         file = self.write(MAIN)
         for arguments in ([file, "Main"], [file, "Main", "Port", "x"],
@@ -149,6 +168,14 @@ class Set(ProfileCase):
         self.assertEqual(
             self.run_tool("set", "--default-path", "Main", "Port", "7", config=file).status, 0)
         self.assertEqual(self.read(), "[Main]\nPort=7\n")
+
+    def test_standard_input_cannot_be_rewritten(self):
+        self.expect_failure("standard input cannot be rewritten", "set", "-", "M", "K", "v", status=2)
+
+    def test_takes_what_looks_like_an_option_behind_two_dashes(self):
+        file = self.path("f.ini")
+        self.assertEqual(self.run_tool("set", "--", file, "M", "K", "--json").status, 0)
+        self.assertEqual(self.read(), "[M]\nK=--json\n")
 
     def test_failure_says_what_to_look_at(self):
         self.expect_failure("check that it and /tmp", "set", self.path("none/f.ini"), "M", "K", "v")
@@ -215,11 +242,47 @@ class Lint(ProfileCase):
     def test_long_lines(self):
         self.expect_findings("x" * 511 + "\r\n" + "x" * 512 + "\n", [(2, "long_line")])
 
+    def test_several_files_end_in_totals(self):
+        clean, broken = self.write("", "a.ini"), self.write("x", "b.ini")
+        result = self.run_tool("lint", clean, broken, self.path("none"))
+        self.assertEqual(result.status, 1)
+        self.assertEqual(result.out, f"{broken}:1: the last line has no line feed: no reader sees it, and a "
+                         "rewrite drops it\n2 files checked, 1 finding in 1 file\n")
+        self.assertEqual(result.err, f"orla: {self.path('none')} cannot be read: No such file or directory; "
+                         "check its name and rights\n")
+        result = self.run_tool("lint", clean, clean)
+        self.assertEqual((result.status, result.out), (0, "2 files checked, 0 findings\n"))
+
+    def test_several_files_in_json_are_an_object_a_line(self):
+        clean, broken = self.write("", "a.ini"), self.write("x", "b.ini")
+        result = self.run_tool("lint", "--json", clean, broken)
+        objects = [json.loads(line) for line in result.out.splitlines()]
+        self.assertEqual([each["file"] for each in objects], [clean, broken])
+        self.assertEqual([len(each["findings"]) for each in objects], [0, 1])
+
+    def test_a_folder_stands_for_the_profiles_in_it(self):
+        os.makedirs(self.path("sub/empty.ini"))
+        os.symlink(self.folder.name, self.path("sub/round"))
+        for name in ("b.ini", "sub/C.INI", "a.ini", "none.txt", "ini"):
+            self.write("x", name)
+        result = self.run_tool("lint", "--json", self.folder.name)
+        self.assertEqual([json.loads(line)["file"] for line in result.out.splitlines()],
+                         [self.path(name) for name in ("a.ini", "b.ini", "sub/C.INI")])
+        self.expect_failure("holds no file named *.ini", "lint", self.path("sub/empty.ini"))
+
+    def test_standard_input(self):
+        result = self.run_tool("lint", "-", input="[A]\nK=1")
+        self.assertTrue(result.out.startswith("standard input:2: the last line"), result.out)
+
+    def test_the_default_path_in_words_is_the_file_that_the_environment_names(self):
+        file = self.write("x")
+        self.assertTrue(self.run_tool("lint", DEFAULT, config=file).out.startswith(file + ":1: "))
+
     def test_default_path_and_unreadable_files(self):
         result = self.run_tool("lint", "--default-path", config=self.write("x"))
         self.assertEqual((result.status, result.err), (1, ""))
         self.expect_failure("cannot be read", "lint", self.path("none"))
-        self.expect_failure("cannot be read", "lint", self.folder.name)
+        self.expect_failure("FILE", "lint", "--default-path", "x", status=2)
         self.expect_failure("FILE is required", "lint", status=2)
 
 

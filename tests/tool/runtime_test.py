@@ -13,6 +13,7 @@ import tool
 MODULES = sys.argv.pop(2)
 GOOD_MODULE = os.path.join(MODULES, "liborla-test-good.so")
 UNRESOLVED_MODULE = os.path.join(MODULES, "liborla-test-unresolved.so")
+FALLBACK_FOLDER = os.path.join(MODULES, "liborla-test-fallback_folder.so")
 PROVIDER_MODULE = os.path.join(MODULES, "liborla-test-provider.so")
 
 
@@ -86,17 +87,28 @@ class Load(ToolTest):
     def test_tells_that_a_library_opens_by_name(self):
         found = self.json_of("load", GOOD_MODULE, "orla_module_answer")
         self.assertEqual(found, {"library": GOOD_MODULE, "opened": "by name", "file": GOOD_MODULE,
-                                 "symbols": {"orla_module_answer": "found"}})
+                                 "symbols": [{"name": "orla_module_answer", "found": True}]})
+
+    def test_tells_that_a_library_opens_in_the_fallback_directory(self):
+        environment = {**self.preloaded(FALLBACK_FOLDER), "ORLA_TEST_FALLBACK": MODULES}
+        found = self.json_of("load", "liborla-test-good.so", "orla_module_answer", **environment)
+        self.assertEqual(found, {"library": "liborla-test-good.so", "opened": "in the fallback directory",
+                                 "file": "/opt/tav/ls/dll/liborla-test-good.so",
+                                 "symbols": [{"name": "orla_module_answer", "found": True}]})
+        found = self.json_of("load", "liborla-test-unresolved.so", status=1, **environment)
+        self.assertIn("cannot open shared object file", found["by_name_missing"])
+        self.assertIn("orla_module_defined_nowhere", found["in_fallback_directory_missing"])
 
     def test_gives_the_linkers_text_for_a_missing_symbol(self):
         found = self.json_of("load", GOOD_MODULE, "orla_module_answer", "missing", status=1)
-        self.assertEqual(found["symbols"]["orla_module_answer"], "found")
-        self.assertIsNone(found["symbols"]["missing"])
-        self.assertIn("undefined symbol: missing", found["symbols"]["missing_missing"])
+        answer, missing = found["symbols"]
+        self.assertEqual(answer, {"name": "orla_module_answer", "found": True})
+        self.assertEqual((missing["name"], missing["found"]), ("missing", False))
+        self.assertIn("undefined symbol: missing", missing["reason"])
 
     def test_tells_of_a_symbol_whose_value_is_null(self):
         found = self.json_of("load", GOOD_MODULE, "orla_module_null", status=1)
-        self.assertIn("null", found["symbols"]["orla_module_null_missing"])
+        self.assertIn("null", found["symbols"][0]["reason"])
 
     def test_gives_the_linkers_texts_for_a_library_that_does_not_open(self):
         found = self.json_of("load", "liborla-test-nowhere.so", status=1)

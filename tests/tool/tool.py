@@ -33,16 +33,26 @@ class Result:
 class Tool(unittest.TestCase):
     maxDiff = None
 
-    def orla(self, *arguments, environment=None, path=None, **options):
-        """Runs the tool in UTC and the C locale, without the variables that steer the library."""
+    @staticmethod
+    def environment(added=None):
+        """UTC and the C locale, without the variables that steer the library."""
         variables = {"PATH": os.environ["PATH"], "TZ": "UTC0", "LC_ALL": "C"}
         # A sanitizer's settings, and where its runtime and the library's companions are found.
         for name in ("ASAN_OPTIONS", "LSAN_OPTIONS", "UBSAN_OPTIONS", "LD_LIBRARY_PATH"):
             if name in os.environ:
                 variables[name] = os.environ[name]
-        variables.update(environment or {})
-        return Result(subprocess.run([path or PATH, *arguments], env=variables, text=True,
-                                     capture_output=True, check=False, **options))
+        variables.update(added or {})
+        return variables
+
+    @staticmethod
+    def preloaded(module):
+        """Variables that make functions of this module stand in for the C library's."""
+        settings = os.environ.get("ASAN_OPTIONS", "") + ":verify_asan_link_order=0"
+        return {"LD_PRELOAD": module, "ASAN_OPTIONS": settings}
+
+    def orla(self, *arguments, environment=None, path=None, **options):
+        return Result(subprocess.run([path or PATH, *arguments], text=True, capture_output=True,
+                                     env=self.environment(environment), check=False, **options))
 
     def assert_wrong_use(self, *arguments, naming=""):
         result = self.orla(*arguments)

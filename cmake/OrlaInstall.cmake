@@ -1,0 +1,80 @@
+# What an installation holds, in three components: "runtime" for programs that were built already,
+# "development" for building them, "tools" for people; and "documentation", which packages arrange in a way
+# of their own.
+
+include(CMakePackageConfigHelpers)
+
+set(package_config_dir "${CMAKE_INSTALL_LIBDIR}/cmake/orla")
+set(pkg_config_dir "${CMAKE_INSTALL_LIBDIR}/pkgconfig")
+
+install(TARGETS orla
+  EXPORT orlaTargets
+  LIBRARY DESTINATION "${CMAKE_INSTALL_LIBDIR}"
+    COMPONENT runtime
+    NAMELINK_COMPONENT development)
+# Beside the library, which finds it there; no program links it, and so it is not exported.
+install(TARGETS orlanode
+  LIBRARY DESTINATION "${CMAKE_INSTALL_LIBDIR}" COMPONENT runtime)
+if(ORLA_TOOL)
+  # The tool finds its library from where it stands itself, so that an installation can be moved.
+  file(RELATIVE_PATH library_beside_tool "${CMAKE_INSTALL_FULL_BINDIR}" "${CMAKE_INSTALL_FULL_LIBDIR}")
+  set_property(TARGET orla-tool PROPERTY INSTALL_RPATH "$ORIGIN/${library_beside_tool}")
+  install(TARGETS orla-tool
+    RUNTIME DESTINATION "${CMAKE_INSTALL_BINDIR}" COMPONENT tools)
+endif()
+
+install(DIRECTORY "${PROJECT_SOURCE_DIR}/include/orla" "${PROJECT_BINARY_DIR}/include/orla"
+  DESTINATION "${CMAKE_INSTALL_INCLUDEDIR}" COMPONENT development
+  FILES_MATCHING PATTERN "*.h")
+
+install(EXPORT orlaTargets
+  NAMESPACE orla::
+  DESTINATION "${package_config_dir}" COMPONENT development)
+configure_package_config_file(cmake/orlaConfig.cmake.in "${PROJECT_BINARY_DIR}/cmake/orlaConfig.cmake"
+  INSTALL_DESTINATION "${package_config_dir}"
+  NO_SET_AND_CHECK_MACRO)
+# The version file refuses a program of another word size, too.
+write_basic_package_version_file("${PROJECT_BINARY_DIR}/cmake/orlaConfigVersion.cmake"
+  COMPATIBILITY SameMajorVersion)
+install(FILES
+    "${PROJECT_BINARY_DIR}/cmake/orlaConfig.cmake"
+    "${PROJECT_BINARY_DIR}/cmake/orlaConfigVersion.cmake"
+  DESTINATION "${package_config_dir}" COMPONENT development)
+
+# A folder as orla.pc names it: under the prefix, or as it is where it was given as an absolute path.
+function(orla_pkg_config_path result folder)
+  if(NOT IS_ABSOLUTE "${folder}")
+    string(PREPEND folder "\${prefix}/")
+  endif()
+  set(${result} "${folder}" PARENT_SCOPE)
+endfunction()
+orla_pkg_config_path(ORLA_PC_LIBDIR "${CMAKE_INSTALL_LIBDIR}")
+orla_pkg_config_path(ORLA_PC_INCLUDEDIR "${CMAKE_INSTALL_INCLUDEDIR}")
+file(RELATIVE_PATH ORLA_PC_TO_PREFIX
+  "${CMAKE_INSTALL_FULL_LIBDIR}/pkgconfig" "${CMAKE_INSTALL_PREFIX}")
+string(REGEX REPLACE "/$" "" ORLA_PC_TO_PREFIX "${ORLA_PC_TO_PREFIX}")
+configure_file(cmake/orla.pc.in "${PROJECT_BINARY_DIR}/cmake/orla.pc" @ONLY)
+install(FILES "${PROJECT_BINARY_DIR}/cmake/orla.pc"
+  DESTINATION "${pkg_config_dir}" COMPONENT development)
+
+install(FILES "${PROJECT_SOURCE_DIR}/LICENSE"
+  DESTINATION "${CMAKE_INSTALL_DOCDIR}" COMPONENT documentation)
+install(FILES
+    "${PROJECT_SOURCE_DIR}/examples/date_report.py"
+    "${PROJECT_SOURCE_DIR}/examples/find_symbol.cpp"
+    "${PROJECT_SOURCE_DIR}/examples/host_report.c"
+  DESTINATION "${CMAKE_INSTALL_DOCDIR}/examples" COMPONENT documentation)
+
+if(PROJECT_IS_TOP_LEVEL)
+  # All that is installed, without tests. Who adds files to an installation makes it depend on them.
+  add_custom_target(product)
+  add_dependencies(product orla orlanode)
+  if(ORLA_TOOL)
+    add_dependencies(product orla-tool)
+  endif()
+
+  add_custom_target(uninstall
+    COMMAND "${CMAKE_COMMAND}" -D "MANIFESTS=${PROJECT_BINARY_DIR}"
+      -P "${PROJECT_SOURCE_DIR}/cmake/uninstall.cmake"
+    VERBATIM)
+endif()

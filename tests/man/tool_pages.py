@@ -1,0 +1,158 @@
+#!/usr/bin/env python3
+"""Holds the pages of section 1 to the tool: every subcommand has its page, every option of it stands
+there and no other, every name in its JSON does, and the sessions in EXAMPLES print what the pages say.
+
+    tool_pages.py TOOL MAN_FOLDER
+"""
+
+import json
+import os
+import re
+import subprocess
+import sys
+import tempfile
+import unittest
+from pathlib import Path
+
+from page import pages
+
+TOOL = None
+MAN_FOLDER = None
+
+
+def run(command, cwd=None, **environment):
+    variables = {"PATH": f"{TOOL.parent}:{os.environ['PATH']}", "TZ": "UTC0", "LC_ALL": "C"}
+    return subprocess.run(command, env={**variables, **environment}, cwd=cwd, text=True,
+                          capture_output=True, check=False)
+
+
+def help_of(*subcommands):
+    return run([TOOL, *subcommands, "--help"]).stdout
+
+
+def subcommands_of(*subcommands):
+    listed = help_of(*subcommands).partition("Subcommands:\n")[2].partition("\n\n")[0]
+    return re.findall(r"^  (\w+)", listed, re.MULTILINE)
+
+
+def options_in_help(*subcommands):
+    """The options of a subcommand and of those below it."""
+    found = set()
+    for line in help_of(*subcommands).splitlines():
+        if line.startswith("  -"):
+            found |= set(re.findall(r"(?<![\w-])--?[a-z][a-z-]*", line.split("  ")[1]))
+    for each in subcommands_of(*subcommands):
+        found |= options_in_help(*subcommands, each)
+    return found
+
+
+def options_in_page(page):
+    found = set()
+    for line in page.lines:
+        listed = re.match(r"\.It Fl ((?:\S+)(?: , \S+)*)", line)
+        if listed:
+            found |= {"-" + name.replace("\\", "") for name in listed.group(1).split(" , ")}
+    return found
+
+
+UUID = "d0f7b2fc0064.82.0a.00.02.03.00.00.00"
+# What prints every name that a page gives, by page; the profile is written first.
+JSON_COMMANDS = {
+    "orla-date": ("date parse 12/31/2007", "date show 0", "date fields 2007 12 31",
+                  "date lengths 2007", "date stamp 0"),
+    "orla-host": ("host",),
+    "orla-load": ("load libc.so.6 getenv", "load liborla-nowhere.so"),
+    "orla-names": ("names",),
+    "orla-now": ("now",),
+    "orla-profile": ("profile set a.ini s k x=y", "profile set a.ini s k v", "profile get a.ini s k",
+                     "profile path", "profile lint a.ini"),
+    "orla-tokens": ("tokens a",),
+    "orla-trace": ("trace a",),
+    "orla-uuid": ("uuid new", "uuid reserved 7", f"uuid show {UUID}", f"uuid compare {UUID} {UUID}",
+                  f"uuid hash {UUID} 7"),
+}
+
+
+def names_in_json(value):
+    """All names but those of symbols and of reasons, which are the rule of orla(1)."""
+    found = set()
+    if isinstance(value, list):
+        return found.union(*map(names_in_json, value))
+    if not isinstance(value, dict):
+        return found
+    for name, held in value.items():
+        found |= {name} if not name.endswith("_missing") else set()
+        found |= names_in_json(held) if name != "symbols" else set()
+    return found
+
+
+def names_in_page(page):
+    """Words set as literals, without the commas that mdoc wants apart."""
+    found = set()
+    for line in page.lines:
+        literal = re.match(r"(?:\.It )?\.?Li (.*)", line)
+        if literal:
+            found |= set(literal.group(1).split()) - {",", ":", ";", ")"}
+    return found
+
+
+def sessions(page):
+    """Commands behind "$ " in the examples, each with what it prints."""
+    for block in page.blocks:
+        parts = re.split(r"^\$ (.*)\n", block, flags=re.MULTILINE)
+        yield [] if parts[0] else list(zip(parts[1::2], parts[2::2]))
+
+
+class ToolPages(unittest.TestCase):
+    maxDiff = None
+
+    def setUp(self):
+        self.pages = {page.name: page for page in pages(MAN_FOLDER, 1)}
+
+    def test_every_subcommand_has_its_page(self):
+        self.assertEqual({"orla"} | {f"orla-{name}" for name in subcommands_of()}, set(self.pages))
+
+    def test_pages_have_the_options_of_the_tool(self):
+        for name, page in self.pages.items():
+            if name == "orla":
+                continue
+            with self.subTest(page=name):
+                self.assertEqual(options_in_page(page), options_in_help(name.removeprefix("orla-")))
+
+    def test_the_overview_has_the_options_of_the_program(self):
+        listed = re.findall(r"^  (-.*?)  ", help_of(), re.MULTILINE)
+        self.assertEqual(options_in_page(self.pages["orla"]), set(",".join(listed).split(",")))
+
+    def test_pages_give_the_names_in_json(self):
+        for name, page in self.pages.items():
+            if name == "orla":
+                continue
+            found = set()
+            tracing = "y" if name == "orla-trace" else "n"
+            with tempfile.TemporaryDirectory() as folder:
+                for command in JSON_COMMANDS[name]:
+                    result = run([TOOL, *command.split(), "--json"], cwd=folder, K7LIB_VERB=tracing,
+                                 ORLA_CONFIG="/nonexistent/file")
+                    found |= names_in_json(json.loads(result.stdout))
+            with self.subTest(page=name):
+                # The page says: month_1 to month_12.
+                between = {f"month_{i}" for i in range(2, 12)}
+                self.assertEqual(found - names_in_page(page) - between, set())
+
+    def test_sessions_print_what_the_pages_say(self):
+        count = 0
+        for name, page in self.pages.items():
+            for session in sessions(page):
+                with tempfile.TemporaryDirectory() as folder:
+                    for command, expected in session:
+                        count += 1
+                        with self.subTest(page=name, command=command):
+                            result = run(["bash", "-c", command], cwd=folder)
+                            self.assertEqual(result.stdout, expected, result.stderr)
+        self.assertGreaterEqual(count, 10)
+
+
+if __name__ == "__main__":
+    TOOL = Path(sys.argv.pop(1)).absolute()
+    MAN_FOLDER = sys.argv.pop(1)
+    unittest.main()

@@ -1,0 +1,363 @@
+// Small domains of the calendar, whole: every date number, every year, every stamp of 32 bits.
+//
+// What is expected comes from a calendar that knows nothing but how a day follows another; it takes no
+// part of the library's.
+
+#include <gtest/gtest.h>
+#include <orla/time.h>
+
+#include <algorithm>
+#include <cstddef>
+#include <cstdint>
+#include <cstdio>
+#include <cstring>
+#include <ctime>
+#include <string>
+
+#include "kit/environment.h"
+
+namespace {
+
+constexpr const char *kOldMode = "ORLALS_DATE_FORMAT_OLD";
+constexpr std::uint32_t kDateNumbers = 65536;
+constexpr std::uint32_t kDateNumberOfTheEpoch = 59331;
+constexpr std::uint64_t kStamps = 1ULL << 32;
+constexpr std::uint32_t kSecondsPerDay = 86400;
+constexpr std::uint32_t kDaysWithStamps = 49711;  // the last one is broken off at 06:28:15
+
+// Walks from 1970-01-01, a Thursday, a day at a time. Every fourth year is a leap year.
+class Walk {
+ public:
+  int year() const { return year_; }
+  int month() const { return month_; }  // 1 to 12
+  int day() const { return day_; }
+  int weekday() const { return weekday_; }  // 0 is Sunday
+  int day_of_year() const { return day_of_year_; }
+
+  int days_in_month() const {
+    switch (month_) {
+      case 2:
+        return years_behind_leap_year_ == 0 ? 29 : 28;
+      case 4:
+      case 6:
+      case 9:
+      case 11:
+        return 30;
+      default:
+        return 31;
+    }
+  }
+
+  void step() {
+    weekday_ = weekday_ == 6 ? 0 : weekday_ + 1;
+    ++day_of_year_;
+    if (day_ < days_in_month()) {
+      ++day_;
+      return;
+    }
+    day_ = 1;
+    if (month_ < 12) {
+      ++month_;
+      return;
+    }
+    month_ = 1;
+    day_of_year_ = 0;
+    ++year_;
+    years_behind_leap_year_ = years_behind_leap_year_ == 3 ? 0 : years_behind_leap_year_ + 1;
+  }
+
+ private:
+  int year_ = 1970;
+  int years_behind_leap_year_ = 2;
+  int month_ = 1;
+  int day_ = 1;
+  int weekday_ = 4;
+  int day_of_year_ = 0;
+};
+
+std::tm midnight_of(const Walk &walk) {
+  std::tm fields = {};
+  fields.tm_year = walk.year() - 1900;
+  fields.tm_mon = walk.month() - 1;
+  fields.tm_mday = walk.day();
+  fields.tm_wday = walk.weekday();
+  fields.tm_yday = walk.day_of_year();
+  return fields;
+}
+
+// The nine fields, seconds to daylight saving; they stand side by side, without a gap.
+bool same_fields(const std::tm &a, const std::tm &b) {
+  constexpr std::size_t kFields = 9 * sizeof(int);
+  static_assert(offsetof(std::tm, tm_isdst) == kFields - sizeof(int));
+  return std::memcmp(&a, &b, kFields) == 0;
+}
+
+std::string shown(const std::tm &fields) {
+  char text[128];
+  std::snprintf(text, sizeof text, "%d-%02d-%02d %02d:%02d:%02d weekday %d, day %d, dst %d",
+                fields.tm_year + 1900, fields.tm_mon + 1, fields.tm_mday, fields.tm_hour,
+                fields.tm_min, fields.tm_sec, fields.tm_wday, fields.tm_yday, fields.tm_isdst);
+  return text;
+}
+
+bool gmtime_gives(std::uint32_t stamp, const std::tm &expected) {
+  const auto signed_stamp = static_cast<std::int32_t>(stamp);
+  const std::tm *fields = wek_gmtime(&signed_stamp);
+  if (same_fields(*fields, expected)) return true;
+  ADD_FAILURE() << stamp << ": " << shown(*fields) << ", not " << shown(expected);
+  return false;
+}
+
+// Takes every stamp of a day; returns how many there were, 0 as soon as one is wrong.
+std::uint32_t take_day(std::uint32_t midnight, std::tm fields) {
+  std::uint32_t stamp = midnight;
+  for (fields.tm_hour = 0; fields.tm_hour < 24; ++fields.tm_hour) {
+    for (fields.tm_min = 0; fields.tm_min < 60; ++fields.tm_min) {
+      for (fields.tm_sec = 0; fields.tm_sec < 60; ++fields.tm_sec) {
+        if (!gmtime_gives(stamp, fields)) return 0;
+        if (++stamp == 0) return static_cast<std::uint32_t>(0 - midnight);
+      }
+    }
+  }
+  return kSecondsPerDay;
+}
+
+// The 2^32 stamps in shares of as many days, so that they can be taken side by side.
+constexpr std::uint32_t kShares = 16;
+constexpr std::uint32_t kDaysPerShare = (kDaysWithStamps + kShares - 1) / kShares;
+
+class EveryStamp : public testing::TestWithParam<std::uint32_t> {};
+INSTANTIATE_TEST_SUITE_P(Long, EveryStamp, testing::Range(0U, kShares));
+
+TEST_P(EveryStamp, IsBrokenDownAsTheCalendarWalks) {
+  const WithZone zone(kNewYork);
+  const std::uint32_t first = GetParam() * kDaysPerShare;
+  const std::uint32_t last = std::min(first + kDaysPerShare, kDaysWithStamps);
+  Walk walk;
+  for (std::uint32_t day = 0; day < first; ++day)
+    walk.step();
+  std::uint64_t taken = 0;
+  for (std::uint32_t day = first; day < last; ++day, walk.step()) {
+    const std::uint32_t count = take_day(day * kSecondsPerDay, midnight_of(walk));
+    ASSERT_NE(count, 0U);
+    taken += count;
+  }
+  const std::uint64_t end = std::min<std::uint64_t>(std::uint64_t{last} * kSecondsPerDay, kStamps);
+  EXPECT_EQ(taken, end - std::uint64_t{first} * kSecondsPerDay);
+}
+
+TEST(EveryDayOfStamps, IsBrokenDownAsTheCalendarWalksAtItsFirstAndItsLastSecond) {
+  const WithZone zone(kNewYork);
+  Walk walk;
+  for (std::uint32_t day = 0; day < kDaysWithStamps; ++day, walk.step()) {
+    std::tm fields = midnight_of(walk);
+    ASSERT_TRUE(gmtime_gives(day * kSecondsPerDay, fields));
+    if (day == kDaysWithStamps - 1) continue;
+    fields.tm_hour = 23;
+    fields.tm_min = fields.tm_sec = 59;
+    ASSERT_TRUE(gmtime_gives(day * kSecondsPerDay + (kSecondsPerDay - 1), fields));
+  }
+  EXPECT_EQ(walk.year(), 2106);
+}
+
+TEST(EveryDayOfStamps, HasItsDateInALineAtItsFirstAndItsLastSecond) {
+  Walk walk;
+  for (std::uint32_t day = 0; day < kDaysWithStamps; ++day, walk.step()) {
+    char expected[64];
+    std::snprintf(expected, sizeof expected, "%02d/%02d/%04d\n", walk.month(), walk.day(),
+                  walk.year());
+    const std::uint32_t midnight = day * kSecondsPerDay;
+    const std::uint32_t last =
+        day == kDaysWithStamps - 1 ? 0xFFFFFFFF : midnight + (kSecondsPerDay - 1);
+    for (const std::uint32_t stamp : {midnight, last}) {
+      char line[64];
+      ASSERT_EQ(time_to_line(static_cast<std::int32_t>(stamp), line, nullptr), 11);
+      ASSERT_STREQ(line, expected) << stamp;
+    }
+  }
+}
+
+// Calls `check(date, walk)` for every date number, from the epoch's on.
+template <typename Check>
+void for_every_date_number(Check check) {
+  Walk walk;
+  for (std::uint32_t i = 0; i < kDateNumbers && !testing::Test::HasFailure(); ++i, walk.step())
+    check(static_cast<std::uint16_t>(kDateNumberOfTheEpoch + i), walk);
+  EXPECT_TRUE(testing::Test::HasFailure() || walk.year() == 2149);
+}
+
+TEST(EveryDateNumber, HasTheTextOfItsDay) {
+  for_every_date_number([](std::uint16_t date, const Walk &walk) {
+    char expected[64];
+    std::snprintf(expected, sizeof expected, "%02d/%02d/%04d", walk.month(), walk.day(),
+                  walk.year());
+    char text[ORLA_DATE_TEXT_SIZE];
+    EXPECT_EQ(date_to_string(text, date), 10U);
+    EXPECT_STREQ(text, expected) << date;
+  });
+}
+
+TEST(EveryDateNumber, ComesOfTheFieldsOfItsDay) {
+  for_every_date_number([](std::uint16_t date, const Walk &walk) {
+    auto got = static_cast<std::uint16_t>(~date);
+    EXPECT_EQ(data_to_date(walk.year() - 1900, walk.month(), walk.day(), &got), 1);
+    EXPECT_EQ(got, date);
+  });
+}
+
+void expect_read(const char *text, std::uint16_t date) {
+  auto got = static_cast<std::uint16_t>(~date);
+  EXPECT_EQ(string_to_date(text, &got), 1) << text;
+  EXPECT_EQ(got, date) << text;
+}
+
+TEST(EveryDateNumber, ComesBackOutOfItsText) {
+  const WithVariable mode(kOldMode, nullptr);
+  for_every_date_number([](std::uint16_t date, const Walk &) {
+    char text[ORLA_DATE_TEXT_SIZE];
+    date_to_string(text, date);
+    expect_read(text, date);
+  });
+}
+
+TEST(EveryDateNumber, ComesOfItsTextInEitherFormOfTheOldMode) {
+  const WithVariable mode(kOldMode, "");
+  for_every_date_number([](std::uint16_t date, const Walk &walk) {
+    for (const char *form : {"%d %d %d", "%d/%d/%d", " %04d %02d\t%02d rest"}) {
+      char text[64];
+#pragma GCC diagnostic push
+#pragma GCC diagnostic ignored "-Wformat-nonliteral"
+      std::snprintf(text, sizeof text, form, walk.year(), walk.month(), walk.day());
+#pragma GCC diagnostic pop
+      expect_read(text, date);
+    }
+  });
+}
+
+TEST(EveryDateNumber, HasMidnightUtcForItsStampButForTheOneThatIsZero) {
+  const WithVariable mode(kOldMode, nullptr);
+  std::uint32_t midnight = 0;  // wraps behind 2106: kept
+  for_every_date_number([&](std::uint16_t date, const Walk &) {
+    char text[ORLA_DATE_TEXT_SIZE];
+    date_to_string(text, date);
+    EXPECT_EQ(static_cast<std::uint32_t>(string_to_time(text)), date == 0 ? 0 : midnight) << text;
+    midnight += kSecondsPerDay;
+  });
+}
+
+TEST(EveryMonth, OfAThousandYearsTakesTheDaysThatItHasAndNoOther) {
+  Walk walk;
+  std::uint32_t days = 0;
+  for (int year = 1970; year < 2970; ++year) {
+    int days_in_this_year = 0;
+    for (int month = 1; month <= 12; ++month) {
+      const int length = walk.days_in_month();
+      ASSERT_EQ(days_in_month(year, month), length) << year << '-' << month;
+      for (int day = -1; day <= 33; ++day) {
+        std::uint16_t date = 4711;
+        const bool exists = day >= 1 && day <= length;
+        const auto number = static_cast<std::uint16_t>(kDateNumberOfTheEpoch + days +
+                                                       static_cast<std::uint32_t>(day) - 1);
+        ASSERT_EQ(data_to_date(year - 1900, month, day, &date), exists ? 1 : 0);
+        ASSERT_EQ(date, exists ? number : 4711) << year << '-' << month << '-' << day;
+      }
+      for (int day = 0; day < length; ++day)
+        walk.step();
+      days += static_cast<std::uint32_t>(length);
+      days_in_this_year += length;
+    }
+    ASSERT_EQ(days_in_year(year), days_in_this_year) << year;
+  }
+}
+
+TEST(EveryMonth, OfThe65536YearsAroundZeroHasItsLength) {
+  constexpr int kLengths[] = {31, 28, 31, 30, 31, 30, 31, 31, 30, 31, 30, 31};
+  int behind_leap_year = 0;
+  for (int year = -32768; year < 32768; ++year) {
+    for (int month = 1; month <= 12; ++month) {
+      const int leap_day = month == 2 && behind_leap_year == 0 ? 1 : 0;
+      ASSERT_EQ(days_in_month(year, month), kLengths[month - 1] + leap_day);
+    }
+    behind_leap_year = behind_leap_year == 3 ? 0 : behind_leap_year + 1;
+  }
+}
+
+// The framework's own comparison would take most of the time here.
+TEST(LongEveryYear, Of32BitsHas366DaysOnceInFour) {
+  for (int year = INT32_MIN;; year += 4) {
+    const bool right = days_in_year(year) == 366 && days_in_year(year + 1) == 365 &&
+                       days_in_year(year + 2) == 365 && days_in_year(year + 3) == 365;
+    ASSERT_TRUE(right) << year;
+    if (year == INT32_MAX - 3) break;
+  }
+}
+
+int since_1900_as_read(int year) {
+  int fields = year - 1900;
+  for (int i = 0; i < 2; ++i)
+    if (fields > 1900) fields -= 1900;
+  return fields;
+}
+
+void put_digits(char *out, int digits, int number) {
+  for (int i = digits - 1; i >= 0; --i, number /= 10)
+    out[i] = static_cast<char>('0' + number % 10);
+}
+
+// 100 months, 100 days, 10,000 years.
+TEST(LongEveryDateOfTenCharacters, IsAcceptedWhereMonthDayAndCenturyExist) {
+  const WithVariable mode(kOldMode, nullptr);
+  char text[] = "MM/DD/YYYY";
+  for (int year = 0; year < 10000; ++year) {
+    put_digits(text + 6, 4, year);
+    for (int month = 0; month < 100; ++month) {
+      put_digits(text, 2, month);
+      for (int day = 0; day < 100; ++day) {
+        put_digits(text + 3, 2, day);
+        std::int32_t got[3] = {};
+        const int result = k7_parse_date(text, &got[0], &got[1], &got[2]);
+        const bool exists = year >= 1900 && month >= 1 && month <= 12 && day >= 1 && day <= 31;
+        ASSERT_EQ(result, exists ? 0 : 255) << text;
+        if (!exists) continue;
+        ASSERT_TRUE(got[0] == since_1900_as_read(year) && got[1] == month && got[2] == day) << text;
+      }
+    }
+  }
+}
+
+std::string plain_date_format(const std::string &format) {
+  std::string numeric;
+  for (std::size_t i = 0; i < format.size(); ++i) {
+    if (format[i] != '%') {
+      numeric += format[i];
+      continue;
+    }
+    if (++i == format.size()) break;
+    if (format[i] == 'm') numeric += "%1$2d";
+    if (format[i] == 'd') numeric += "%2$2d";
+    if (format[i] == 'y') numeric += "%3$2d";
+    if (format[i] == 'Y') numeric += "%3$4d";
+    if (format[i] == '%') numeric += "%";
+  }
+  return numeric;
+}
+
+void expect_translated(const std::string &format) {
+  char numeric[64];
+  std::memset(numeric, 'x', sizeof numeric);
+  k7_date_format(format.c_str(), numeric);
+  ASSERT_EQ(numeric, plain_date_format(format)) << testing::PrintToString(format);
+}
+
+TEST(EveryDateFormat, OfTwoBytesAndEveryPairBehindAPercentSignIsTranslated) {
+  for (int first = 1; first < 256; ++first) {
+    for (int second = 1; second < 256; ++second) {
+      const std::string pair = {static_cast<char>(first), static_cast<char>(second)};
+      expect_translated(pair);
+      expect_translated("%" + pair);
+      expect_translated("%m%" + pair);
+    }
+  }
+}
+
+}  // namespace

@@ -1,0 +1,142 @@
+#!/usr/bin/env python3
+"""Holds the JSON of every command against docs/json.md: every key it prints is documented there with its
+type, and every key documented is printed by one of the calls below."""
+
+import json
+import os
+import re
+import sys
+import tempfile
+
+import tool
+
+DOCUMENT = sys.argv.pop(2)
+MODULES = sys.argv.pop(2)
+UUID = "d0f7b2fc0064.82.0a.00.02.03.00.00.00"
+UUIDS = [UUID, UUID.replace(".82.", ".02."), UUID.replace(".82.", ".87."), "ce6c4fa8f07a" + UUID[12:]]
+GOOD_MODULE = os.path.join(MODULES, "liborla-test-good.so")
+TYPES = {"integer": int, "string": str, "boolean": bool, "null": type(None)}
+
+# Command to the arguments of its calls.
+CALLS = {
+    "host": [[]],
+    "now": [[]],
+    "date parse": [["12/31/2007"], ["1/1/1990", "2/2/1990"]],
+    "date show": [["7673"], ["0", "1"]],
+    "date fields": [["2007", "12", "31"]],
+    "date lengths": [["2100"], ["2100", "2"]],
+    "date stamp": [["0"], ["-1", "1"]],
+    "uuid new": [[], ["-n", "3"], ["-n", "3", "--no-wait"]],
+    "uuid reserved": [["300"]],
+    "uuid show": [[text] for text in UUIDS] + [UUIDS],
+    "uuid compare": [[UUID, UUID]],
+    "uuid hash": [[UUID, "101"]],
+    "names": [[]],
+    "tokens": [["'a'"], ['"a"', '"b" ""']],
+    "load": [["nowhere.so"], [GOOD_MODULE], [GOOD_MODULE, "orla_module_answer", "nope", "nope_missing"]],
+    "trace": [["a message"], ["one", "two"]],
+    "profile get": [["FILE", "M", "K"], ["FILE", "M", "K", "--int"], ["FILE", "M", "N", "--default", "d"]],
+    "profile set": [["FILE", "M", "K", "7"], ["FILE", "M", "K", "a=b"]],
+    "profile path": [[]],
+    "profile lint": [["FILE"], ["FILE", "FILE"]],
+}
+
+
+def is_of_type(value, names):
+    for name in names.split(" or "):
+        if name == "array of strings":
+            if isinstance(value, list) and all(isinstance(each, str) for each in value):
+                return True
+        elif name == "array of objects":
+            if isinstance(value, list) and all(isinstance(each, dict) for each in value):
+                return True
+        elif type(value) is TYPES[name]:  # True is no integer here
+            return True
+    return False
+
+
+def pairs(value, path=""):
+    """The keys of an object, those of objects in it behind a dot, and their values."""
+    for key, each in value.items():
+        if isinstance(each, dict):
+            yield from pairs(each, f"{path}{key}.")
+            continue
+        inner = isinstance(each, list) and each and isinstance(each[0], dict)
+        if not inner or key == "findings":
+            yield path + key, each
+        for element in each if inner else ():
+            yield from pairs(element, f"{path}{key}[].")
+
+
+def documented():
+    """Command to its keys, each with its type and whether it may lack."""
+    with open(DOCUMENT, encoding="utf-8") as file:
+        text = file.read()
+    commands = {}
+    for name, body in re.findall(r"(?m)^## orla (.+)\n\n((?:.+\n)+)", text):
+        rows = re.findall(r"(?m)^\| `(.+?)` \| (.+?)(, may lack)? \| .+ \|$", body)
+        commands[name] = {key: (types, bool(may_lack)) for key, types, may_lack in rows}
+    return commands
+
+
+class Json(tool.Tool):
+    def setUp(self):
+        folder = tempfile.TemporaryDirectory()
+        self.addCleanup(folder.cleanup)
+        self.folder = folder.name
+        self.profile = os.path.join(folder.name, "app.ini")
+
+    def objects(self, command, arguments):
+        arguments = [self.profile if word == "FILE" else word for word in arguments]
+        environment = {"ORLA_CONFIG": os.path.join(self.folder, "none")}
+        if command == "trace":
+            environment["K7LIB_VERB"] = "y"
+        with open(self.profile, "w", encoding="ascii") as file:
+            file.write("[M]\nK=5\nlast")
+        result = self.orla(*command.split(), "--json", *arguments, environment=environment)
+        self.assertNotEqual(result.status, 2, result.err)
+        try:
+            return [json.loads(result.out)]
+        except json.JSONDecodeError:  # several: one a line
+            return [json.loads(line) for line in result.out.splitlines()]
+
+    def check(self, value, keys):
+        """Returns the keys that were there."""
+        seen = set()
+        for key, each in pairs(value):
+            if key.endswith("_missing") and key not in keys:
+                key = key.removesuffix("_missing")
+                self.assertIn("null", keys[key][0])
+                self.assertIsInstance(each, str)
+                continue
+            self.assertIn(key, keys)
+            self.assertTrue(is_of_type(each, keys[key][0]), (key, each))
+            seen.add(key)
+        for key, (_, may_lack) in keys.items():
+            self.assertTrue(may_lack or key in seen or "[]" in key, f"{key} lacks")
+        return seen
+
+    def test_every_command_is_documented(self):
+        self.assertEqual(list(documented()), list(CALLS))
+
+    def test_every_key_is_documented_with_its_type_and_every_documented_key_is_there(self):
+        for command, keys in documented().items():
+            seen = set()
+            for arguments in CALLS[command]:
+                for value in self.objects(command, arguments):
+                    several = value.pop("input", None)
+                    self.assertEqual(several is not None, len(arguments) > 1 and several in arguments)
+                    with self.subTest(command=command, arguments=arguments):
+                        seen |= self.check(value, keys)
+            with self.subTest(command=command):
+                self.assertEqual(seen, set(keys))
+
+    def test_a_symbol_may_be_called_like_any_key(self):
+        result = self.orla("load", "--json", GOOD_MODULE, "orla_module_answer", "name", "name_missing")
+        found = [(symbol["name"], symbol["found"]) for symbol in result.json["symbols"]]
+        self.assertEqual(found, [("orla_module_answer", True), ("name", False),
+                                 ("name_missing", False)])
+
+
+if __name__ == "__main__":
+    tool.main()

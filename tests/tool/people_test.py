@@ -1,0 +1,210 @@
+#!/usr/bin/env python3
+"""What the tool does for people: help with examples, colour and progress on a terminal; and what it does
+where its output goes nowhere."""
+
+import os
+import pty
+import re
+import signal
+import subprocess
+import sys
+import tempfile
+
+import tool
+
+FAST_CLOCK = os.path.join(sys.argv.pop(2), "liborla-test-fast_clock.so")
+ESCAPE = "\x1b"
+
+
+class OnATerminal(tool.Tool):
+    """Runs the tool with a terminal for the descriptors named, and a file for the others."""
+
+    def run_on_terminal(self, descriptors, *arguments, environment=None,
+                        given=subprocess.DEVNULL):
+        """Returns what the terminal shows, and what goes into the file."""
+        leader, follower = pty.openpty()
+        variables = self.environment({"TERM": "xterm", **(environment or {})})
+        with tempfile.TemporaryFile() as file:
+            streams = {name: follower if name in descriptors else file
+                       for name in ("stdout", "stderr")}
+            with subprocess.Popen([tool.PATH, *arguments], env=variables, stdin=given,
+                                  **streams):
+                os.close(follower)
+                shown = self.read_terminal(leader)
+            os.close(leader)
+            file.seek(0)
+            return shown.decode().replace("\r\n", "\n"), file.read().decode()
+
+    @staticmethod
+    def read_terminal(leader):
+        shown = b""
+        while True:
+            try:
+                part = os.read(leader, 65536)
+            except OSError:  # that is how a terminal ends
+                return shown
+            if not part:
+                return shown
+            shown += part
+
+
+class Colour(OnATerminal):
+    def test_is_on_a_terminal_alone(self):
+        shown, _ = self.run_on_terminal(["stdout"], "host")
+        self.assertIn("\x1b[1mProcessors\x1b[m\n", shown)
+        shown, _ = self.run_on_terminal(["stderr"], "date", "parse", "x")
+        self.assertIn("\x1b[1;31morla:\x1b[m ", shown)
+        for arguments in (["host"], ["date", "parse", "x"], ["profile", "lint", "/"]):
+            result = self.orla(*arguments)
+            self.assertNotIn(ESCAPE, result.out + result.err)
+
+    def test_is_never_there_with_no_color_or_on_a_dumb_terminal(self):
+        for environment in ({"NO_COLOR": "1"}, {"TERM": "dumb"}):
+            for arguments in (["host"], ["date", "parse", "x"]):
+                shown, _ = self.run_on_terminal(["stdout", "stderr"], *arguments,
+                                                environment=environment)
+                self.assertNotIn(ESCAPE, shown)
+        shown, _ = self.run_on_terminal(["stdout"], "host", environment={"NO_COLOR": ""})
+        self.assertIn(ESCAPE, shown)
+
+    def test_is_as_it_is_asked_for(self):
+        self.assertIn(ESCAPE, self.orla("host", "--color=always").out)
+        self.assertIn(ESCAPE, self.orla("--color", "always", "date", "parse", "x").err)
+        shown, _ = self.run_on_terminal(["stdout", "stderr"], "host", "--color", "never")
+        self.assertNotIn(ESCAPE, shown)
+        self.assert_wrong_use("host", "--color", "red", naming="none of auto, always and never")
+
+    def test_marks_where_lint_finds_something(self):
+        with tempfile.NamedTemporaryFile("w", suffix=".ini") as file:
+            file.write("x")
+            file.flush()
+            result = self.orla("profile", "lint", "--color=always", file.name)
+        self.assertTrue(result.out.startswith(f"\x1b[1m{file.name}:1:\x1b[m the last line"), result.out)
+
+
+class ProgressLine(OnATerminal):
+    """By a clock that goes 10 milliseconds on from one input to the next."""
+
+    ERASE = "\r\x1b[K"
+
+    def run_on_terminal(self, descriptors, *arguments, environment=None, **options):
+        environment = {**self.preloaded(FAST_CLOCK), **(environment or {})}
+        return super().run_on_terminal(descriptors, *arguments, environment=environment, **options)
+
+    def test_is_shown_on_standard_error_and_erased(self):
+        shown, piped = self.run_on_terminal(["stderr"], "uuid", "new", "-n", "1100")
+        lines = shown.split(self.ERASE)
+        self.assertEqual(lines[:3], ["", "30 of 1,100 UUIDs, 2 %, 11 s left",
+                                     "40 of 1,100 UUIDs, 3 %, 11 s left"])
+        self.assertEqual(lines[-2:], ["1,100 of 1,100 UUIDs, 100 %, 0 s left", ""])
+        self.assertEqual(piped.count("\n"), 1100)
+
+    def test_counts_lines_of_standard_input(self):
+        with tempfile.TemporaryFile() as lines:
+            lines.write(b"0\n" * 31)
+            lines.seek(0)
+            shown, _ = self.run_on_terminal(["stderr"], "date", "show", "-", given=lines)
+        self.assertEqual(shown, f"{self.ERASE}30 inputs{self.ERASE}")
+
+    def test_is_not_shown_for_short_work(self):
+        shown, _ = self.run_on_terminal(["stderr"], "uuid", "new", "-n", "29")
+        self.assertEqual(shown, "")
+
+    def test_is_not_shown_between_lines_of_output_in_a_pipe_or_on_a_dumb_terminal(self):
+        shown, _ = self.run_on_terminal(["stdout", "stderr"], "uuid", "new", "-n", "50")
+        self.assertNotIn(ESCAPE, shown)
+        _, piped = self.run_on_terminal(["stdout"], "uuid", "new", "-n", "50")
+        self.assertEqual(piped, "")
+        shown, _ = self.run_on_terminal(["stderr"], "uuid", "new", "-n", "50",
+                                        environment={"TERM": "dumb"})
+        self.assertEqual(shown, "")
+
+    def test_of_lint_makes_way_for_what_it_finds(self):
+        with tempfile.TemporaryDirectory() as folder:
+            for number in range(41):
+                with open(f"{folder}/{number:02}.ini", "w", encoding="ascii") as file:
+                    file.write("x" if number in (0, 30) else "")
+            shown, _ = self.run_on_terminal(["stdout", "stderr"], "profile", "lint", "--color=never",
+                                            folder)
+        text = "the last line has no line feed: no reader sees it, and a rewrite drops it\n"
+        self.assertEqual(shown, f"{folder}/00.ini:1: {text}"
+                         f"{self.ERASE}30 of 41 files, 73 %, 0 s left{self.ERASE}"
+                         f"{folder}/30.ini:1: {text}"
+                         f"{self.ERASE}40 of 41 files, 97 %, 0 s left{self.ERASE}"
+                         "41 files checked, 2 findings in 2 files\n")
+
+
+class OutputThatGoesNowhere(tool.Tool):
+    def test_a_full_disk_is_a_failure_that_ends_the_work(self):
+        for arguments in (["now"], ["now", "--json"], ["uuid", "new", "-n", "4294967295"], ["--help"],
+                          ["date", "show", "1", "2"], ["--complete", ""]):
+            with open("/dev/full", "wb") as full:
+                result = subprocess.run([tool.PATH, *arguments], stdout=full, stderr=subprocess.PIPE,
+                                        env=self.environment(), text=True, check=False)
+            self.assertEqual(result.returncode, 1, arguments)
+            self.assertEqual(result.stderr, "orla: the result could not be written to standard output: "
+                             "No space left on device\n")
+
+    def run_into_closed_pipe(self, disposition):
+        reading, writing = os.pipe()
+        os.close(reading)
+        try:
+            return subprocess.run([tool.PATH, "uuid", "new", "-n", "4294967295"], stdout=writing,
+                                  stderr=subprocess.PIPE, text=True, check=False,
+                                  restore_signals=False, env=self.environment(),
+                                  preexec_fn=lambda: signal.signal(signal.SIGPIPE, disposition))
+        finally:
+            os.close(writing)
+
+    def test_a_closed_pipe_ends_it_in_silence(self):
+        result = self.run_into_closed_pipe(signal.SIG_DFL)
+        self.assertEqual((result.returncode, result.stderr), (-signal.SIGPIPE, ""))
+        result = self.run_into_closed_pipe(signal.SIG_IGN)
+        self.assertEqual((result.returncode, result.stderr), (1, ""))
+
+    def test_a_closed_standard_output_is_a_failure_and_no_file_takes_its_place(self):
+        with tempfile.TemporaryDirectory() as folder:
+            path = os.path.join(folder, "trace")
+            variables = self.environment({"K7LIB_VERB": "y", "K7LOG_PATH": path})
+            result = subprocess.run(["sh", "-c", '"$0" trace message >&-', tool.PATH], env=variables,
+                                    stderr=subprocess.PIPE, text=True, check=False)
+            self.assertEqual(result.returncode, 1)
+            self.assertIn("Bad file descriptor", result.stderr)
+            with open(path, encoding="ascii") as file:
+                self.assertEqual(len(file.readlines()), 1)
+
+
+class Help(tool.Tool):
+    def commands(self, *path):
+        yield path
+        for line in self.orla("--complete", *path, "").out.splitlines():
+            if not line.startswith(":"):
+                yield from self.commands(*path, line.split("\t")[0])
+
+    def test_ends_with_examples_and_exit_statuses(self):
+        for path in self.commands():
+            text = self.orla(*path, "--help").out
+            self.assertRegex(text, r"\nExamples:\n(  .+\n)+\nExit status: 0 done, 1 ", path)
+
+    def test_shows_examples_that_are_right(self):
+        bin_folder = os.path.dirname(tool.PATH)
+        variables = self.environment({"PATH": bin_folder + ":" + os.environ["PATH"]})
+        for path in self.commands():
+            examples = re.search(r"(?s)Examples:\n(.+?)\n\n", self.orla(*path, "--help").out)[1]
+            for example in examples.splitlines():
+                with tempfile.TemporaryDirectory() as folder:
+                    with open(folder + "/app.ini", "w", encoding="ascii") as file:
+                        file.write("[Main]\nPort=5\n")
+                    result = subprocess.run(["sh", "-c", example], env=variables, cwd=folder, text=True,
+                                            capture_output=True, check=False)
+                with self.subTest(example=example):
+                    self.assertIn("orla " + " ".join(path), example)
+                    self.assertIn(result.returncode, (0, 1), result.stderr)
+
+    def test_wrong_use_names_the_help_to_read(self):
+        self.assert_wrong_use("profile", "get", "x", naming='Try "orla profile get --help".')
+        self.assert_wrong_use("uuid", naming='orla: A subcommand is required\nTry "orla uuid --help".')
+
+
+if __name__ == "__main__":
+    tool.main()

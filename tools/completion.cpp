@@ -1,0 +1,120 @@
+#include "completion.h"
+
+#include <orla/profile.h>
+
+#include <CLI/CLI.hpp>
+
+#include "profile_search.h"
+#include "standard_output.h"
+
+namespace orla_tool {
+namespace {
+
+void print_candidate(const std::string &word, const std::string &description = "") {
+  print(description.empty() ? word + '\n' : word + '\t' + description + '\n');
+}
+
+// Where the words before the cursor lead.
+struct Place {
+  const CLI::App *command;
+  std::vector<std::string> values;        // the words that are neither subcommands nor options
+  const CLI::Option *awaiting = nullptr;  // an option whose value comes next
+  bool only_values = false;               // behind "--"
+  bool default_path = false;
+};
+
+bool takes_value(const CLI::Option &option) { return option.get_items_expected_max() > 0; }
+
+const CLI::Option *find_option(const CLI::App &command, const std::string &name) {
+  for (const CLI::Option *option : command.get_options())
+    if (option->nonpositional() && option->check_name(name)) return option;
+  return nullptr;
+}
+
+const CLI::App *find_command(const CLI::App &command, const std::string &name) {
+  const auto found = command.get_subcommands(
+      [&name](const CLI::App *subcommand) { return subcommand->get_name() == name; });
+  return found.empty() ? nullptr : found.front();
+}
+
+bool looks_like_option(const std::string &word) { return word.size() > 1 && word[0] == '-'; }
+
+void go_on(Place &place, const std::string &word) {
+  if (place.awaiting != nullptr) {
+    place.awaiting = nullptr;
+  } else if (place.only_values || !looks_like_option(word)) {
+    const CLI::App *subcommand = find_command(*place.command, word);
+    if (subcommand != nullptr)
+      place.command = subcommand;
+    else
+      place.values.push_back(word);
+  } else if (word == "--") {
+    place.only_values = true;
+  } else {
+    const CLI::Option *option = find_option(*place.command, word);
+    if (option != nullptr && takes_value(*option)) place.awaiting = option;
+    place.default_path |= word == "--default-path";
+  }
+}
+
+void print_subcommands(const CLI::App &command) {
+  for (const CLI::App *subcommand : command.get_subcommands({}))
+    print_candidate(subcommand->get_name(), subcommand->get_description());
+}
+
+void print_options(const CLI::App &command) {
+  for (const CLI::Option *option : command.get_options()) {
+    for (const std::string &name : option->get_lnames())
+      print_candidate("--" + name, option->get_description());
+    for (const std::string &name : option->get_snames())
+      print_candidate("-" + name, option->get_description());
+  }
+}
+
+void print_words(const std::vector<std::string> &words) {
+  for (const std::string &word : words)
+    print_candidate(word);
+}
+
+// What stands at the place of the first value to come, by its name in the help.
+std::string wanted_value(const Place &place) {
+  std::size_t at = place.values.size() + (place.default_path ? 1 : 0);
+  for (const CLI::Option *option : place.command->get_options()) {
+    if (!option->get_positional()) continue;
+    const auto most = static_cast<std::size_t>(option->get_items_expected_max());
+    if (at < most) return option->get_name(true);
+    at -= most;
+  }
+  return "";
+}
+
+// Of `profile get` and `set`: the file that the words before have named.
+std::string named_file(const Place &place) {
+  return file_behind(place.default_path ? ORLA_DEFAULT_PROFILE_PATH : place.values.at(0));
+}
+
+void print_values(const Place &place) {
+  const std::string wanted = wanted_value(place);
+  if (wanted == "FILE" || wanted == "LIBRARY") print_candidate(":files");
+  if (wanted == "SECTION") print_words(sections_of(named_file(place)));
+  if (wanted == "KEY") print_words(keys_of(named_file(place), place.values.back()));
+}
+
+void print_option_values(const CLI::Option &option) {
+  if (option.check_name("--color")) print_words({"auto", "always", "never"});
+}
+
+}  // namespace
+
+void print_completions(const CLI::App &program, const std::vector<std::string> &words) {
+  if (words.empty()) return;
+  Place place = {&program, {}};
+  for (std::size_t i = 0; i + 1 < words.size(); ++i)
+    go_on(place, words[i]);
+  if (place.awaiting != nullptr) return print_option_values(*place.awaiting);
+  if (!place.only_values && words.back().starts_with('-')) return print_options(*place.command);
+  print_subcommands(*place.command);
+  print_values(place);
+}
+
+}  // namespace orla_tool

@@ -1,0 +1,172 @@
+// orla profile lint: what readers of profile files would trip over, in many files and whole folders.
+
+#include <orla/profile.h>
+
+#include <CLI/CLI.hpp>
+#include <algorithm>
+#include <cerrno>
+#include <cstring>
+#include <filesystem>
+#include <memory>
+
+#include "command.h"
+#include "inputs.h"
+#include "profile_lint.h"
+#include "profile_search.h"
+#include "standard_output.h"
+#include "whole_file.h"
+
+namespace orla_tool {
+namespace {
+
+namespace fs = std::filesystem;
+
+struct LintArguments {
+  std::vector<std::string> files;
+  bool default_path = false;
+  std::vector<std::string> integer_keys;
+};
+
+// What has been found so far.
+struct Totals {
+  std::size_t files = 0;
+  std::size_t files_with_findings = 0;
+  std::size_t findings = 0;
+};
+
+std::string counted(std::size_t number, const char *what) {
+  return std::to_string(number) + " " + what + (number == 1 ? "" : "s");
+}
+
+bool is_profile(const fs::path &path) {
+  std::string extension = path.extension().string();
+  std::transform(extension.begin(), extension.end(), extension.begin(),
+                 [](char c) { return c >= 'A' && c <= 'Z' ? static_cast<char>(c + 32) : c; });
+  return extension == ".ini";
+}
+
+// The *.ini files in a folder and the folders below it, in the order of their names. Links to folders
+// are not followed, so there is no way round in circles.
+void add_profiles_in(Run &run, const std::string &folder, std::vector<std::string> &files) {
+  std::error_code error;
+  std::vector<std::string> found;
+  for (fs::recursive_directory_iterator entry(folder, error), end; !error && entry != end;
+       entry.increment(error))
+    if (is_profile(entry->path()) && !entry->is_directory(error))
+      found.push_back(entry->path().string());
+  if (error) run.fail(folder + " cannot be searched: " + error.message());
+  if (!error && found.empty()) run.fail(folder + " holds no file named *.ini");
+  std::sort(found.begin(), found.end());
+  files.insert(files.end(), found.begin(), found.end());
+}
+
+std::vector<std::string> files_to_check(Run &run, const std::vector<std::string> &arguments) {
+  std::vector<std::string> files;
+  for (const std::string &argument : arguments) {
+    std::error_code error;
+    if (fs::is_directory(argument, error)) {
+      add_profiles_in(run, argument, files);
+    } else {
+      files.push_back(file_behind(argument));
+    }
+  }
+  return files;
+}
+
+void print_for_people(const Run &run, const std::string &name,
+                      const std::vector<Finding> &findings) {
+  const bool coloured = is_coloured(STDOUT_FILENO, run.color);
+  for (const Finding &finding : findings) {
+    const std::string place = name + ':' + std::to_string(finding.line) + ':';
+    print((coloured ? bold(place) : place) + ' ' + finding.text + '\n');
+  }
+}
+
+Report report_of(const std::string &name, const std::vector<Finding> &findings) {
+  Json list = Json::array();
+  for (const Finding &finding : findings)
+    list.push_back({{"line", finding.line}, {"kind", finding.kind}, {"text", finding.text}});
+  Report report;
+  report.row("file", "file", name);
+  report.row("findings", "findings", list);
+  return report;
+}
+
+void lint_file(Run &run, const std::string &file, const LintArguments &arguments, bool is_alone,
+               Totals &totals) {
+  const std::string name = file == kStandardInput ? "standard input" : file;
+  const auto bytes = read_whole(file);
+  if (!bytes)
+    return run.fail(name + " cannot be read: " + std::strerror(errno) +
+                    "; check its name and rights");
+  const std::vector<Finding> findings = lint_profile(*bytes, arguments.integer_keys);
+  ++totals.files;
+  totals.findings += findings.size();
+  if (!findings.empty()) {
+    ++totals.files_with_findings;
+    run.status = kServiceFailed;
+    run.progress.erase();
+  }
+  if (!run.json) {
+    print_for_people(run, name, findings);
+    if (is_alone && findings.empty()) print(name + ": nothing to trip over\n");
+  } else if (is_alone) {
+    run.finish(report_of(name, findings));
+  } else {
+    print(report_of(name, findings).json_line());
+  }
+}
+
+void lint(Run &run, LintArguments &arguments) {
+  if (arguments.default_path) arguments.files.assign(1, ORLA_DEFAULT_PROFILE_PATH);
+  std::error_code error;
+  const bool is_alone = arguments.files.size() == 1 && !fs::is_directory(arguments.files[0], error);
+  const std::vector<std::string> files = files_to_check(run, arguments.files);
+  run.progress.begin("files", files.size());
+  Totals totals;
+  for (const std::string &file : files) {
+    lint_file(run, file, arguments, is_alone, totals);
+    run.progress.step();
+  }
+  run.progress.erase();
+  if (!is_alone && !run.json && totals.files > 0)
+    print(counted(totals.files, "file") + " checked, " + counted(totals.findings, "finding") +
+          (totals.findings == 0 ? "" : " in " + counted(totals.files_with_findings, "file")) +
+          '\n');
+}
+
+}  // namespace
+
+void add_profile_lint_command(CLI::App &profile, Run &run) {
+  const auto arguments = std::make_shared<LintArguments>();
+  CLI::App *command = add_command(
+      profile, run, "lint", "Say what a reader would trip over",
+      {"A folder stands for the files named *.ini in it and in the folders below. Several files, "
+       "or a\n"
+       "folder, end in a line of totals; with --json each file is one line of JSON. Given the "
+       "default\n"
+       "path as FILE, the file that ORLA_CONFIG names is checked, as it is the one that is read.\n"
+       "Exit status 1: something was found, or a file cannot be read.",
+       "  orla profile lint app.ini --int Port\n"
+       "  orla profile lint /etc/app conf.d/extra.ini\n"
+       "  git show HEAD:app.ini | orla profile lint -\n"});
+  CLI::Option *files = add_texts(*command, "FILE", arguments->files,
+                                 "Profile files and folders; - for standard input")
+                           ->required(false);
+  command->add_flag("--default-path", arguments->default_path,
+                    "Instead of FILE: " ORLA_DEFAULT_PROFILE_PATH
+                    ", or the file that ORLA_CONFIG names");
+  command
+      ->add_option("--int", arguments->integer_keys,
+                   "A key whose values should be numbers; may be given again")
+      ->type_name("KEY")
+      ->allow_extra_args(false);
+  command->callback([&run, arguments, files] {
+    if (arguments->default_path && files->count() != 0)
+      throw CLI::ExcludesError("--default-path", "FILE");
+    if (!arguments->default_path && files->count() == 0) throw CLI::RequiredError("FILE");
+    lint(run, *arguments);
+  });
+}
+
+}  // namespace orla_tool
