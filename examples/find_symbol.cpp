@@ -16,7 +16,7 @@ struct FreeId {
 };
 
 int main(int argc, char **argv) {
-  const char *line = argc > 1 ? argv[1] : "\"libc.so.6\" \"getenv\"";
+  const char *line = argc > 1 ? argv[1] : R"("libc.so.6" "getenv")";
   char library[240];
   char symbol[80];
   line = get_first_delimited_token_in_string(line, '"', library, sizeof library);

@@ -90,6 +90,7 @@ TEST(KernelRelease, SaysWhereTheFigureStands) {
       {"2.4..", FigureSource::kKernelLog},
       {"002.004.018-", FigureSource::kKernelLog},
       {"2.4.019-", FigureSource::kCpuinfo},
+      {"2200000000.x", FigureSource::kCpuinfo},  // from 2147483648 on it is the largest int
       {"99999999999999999999.x", FigureSource::kCpuinfo},
       {"2.99999999999999999999.", FigureSource::kCpuinfo},
       {"4294967296.4.18-", FigureSource::kCpuinfo},

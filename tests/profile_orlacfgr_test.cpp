@@ -3,7 +3,9 @@
 #include <fcntl.h>
 #include <gtest/gtest.h>
 #include <orla/profile.h>
+#include <unistd.h>
 
+#include <algorithm>
 #include <cerrno>
 #include <clocale>
 #include <cstdio>
@@ -270,6 +272,33 @@ TEST_F(ProfileInt, ReadsAFileThatCannotBeReadOnAsFarAsItCame) {
   EXPECT_EQ(reads, 1);
 }
 
+TEST_F(ProfileInt, ReadsALongFileInLargeBlocks) {
+  MemoryFiles files;
+  files.put("f", std::string(1000000, '\n') + "[Main]\nPort=5\n");
+  int reads = 0;
+  const With counting(fake_read, [&](int descriptor, void *out, std::size_t size) {
+    ++reads;
+    EXPECT_EQ(size % 4096, 0U);  // whole pages
+    return fake_read.real(descriptor, out, size);
+  });
+  EXPECT_EQ(orla_cfg_get_private_profile_int("Main", "Port", kNothing, "f"), 5);
+  EXPECT_LE(reads, 20);
+}
+
+TEST_F(ProfileInt, TakesMemoryForALongLineOfAtMostTwiceItsLength) {
+  constexpr std::size_t kLength = 600000;
+  MemoryFiles files;
+  files.put("f", "[Main]\n" + std::string(kLength, 'x') + "\nPort=5\n");
+  std::size_t largest = 0;
+  const With measuring(fake_realloc, [&](void *earlier, std::size_t size) {
+    largest = std::max(largest, size);
+    return fake_realloc.real(earlier, size);
+  });
+  EXPECT_EQ(orla_cfg_get_private_profile_int("Main", "Port", kNothing, "f"), 5);
+  EXPECT_GT(largest, kLength);
+  EXPECT_LE(largest, 2 * kLength);
+}
+
 TEST_F(ProfileInt, ReadsOnAfterASignal) {
   MemoryFiles files;
   files.put("f", "[Main]\nPort=5\n");
@@ -280,6 +309,21 @@ TEST_F(ProfileInt, ReadsOnAfterASignal) {
     return -1;
   });
   EXPECT_EQ(orla_cfg_get_private_profile_int("Main", "Port", kNothing, "f"), 5);
+}
+
+TEST_F(ProfileInt, EndsAtTheEndOfTheFileWhateverFailedEarlier) {
+  MemoryFiles files;
+  files.put("f", "[Main]\n");
+  errno = EINTR;
+  EXPECT_EQ(orla_cfg_get_private_profile_int("Main", "Port", kNothing, "f"), kNothing);
+}
+
+TEST_F(ProfileInt, ClosesTheFileInAProcessWithoutStandardInputToo) {
+  const TempDir folder;
+  const std::string path = folder.write("f", "[Main]\nPort=5\n");
+  close(STDIN_FILENO);  // so that the file becomes descriptor 0
+  EXPECT_EQ(orla_cfg_get_private_profile_int("Main", "Port", kNothing, path.c_str()), 5);
+  EXPECT_EQ(fcntl(STDIN_FILENO, F_GETFD), -1);
 }
 
 TEST_F(ProfileInt, IsTheDefaultForAFolder) {
@@ -338,6 +382,7 @@ TEST_F(ProfileInt, StopsReadingAtTheLineThatAnswers) {
   int reads = 0;
   const With counting(fake_read, [&](int descriptor, void *out, std::size_t size) {
     ++reads;
+    EXPECT_EQ(size % 4096, 0U);  // whole pages
     return fake_read.real(descriptor, out, size);
   });
   EXPECT_EQ(orla_cfg_get_private_profile_int("Main", "Port", kNothing, "f"), 5);

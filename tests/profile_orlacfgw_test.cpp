@@ -7,6 +7,7 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <cerrno>
 #include <cstring>
 #include <filesystem>
@@ -385,9 +386,39 @@ TEST(ProfileWriterCopy, IsWrittenOnAfterASignal) {
 TEST(ProfileWriterCopy, IsNotWholeWhenTheSystemTakesNothing) {
   MemoryFiles files;
   files.put("f", kTwoSections);
-  const With taking_nothing(fake_write, [](int, const void *, std::size_t) { return ssize_t{0}; });
+  const With taking_nothing(fake_write, [](int, const void *, std::size_t) {
+    errno = EINTR;  // of an earlier call: this one does not fail
+    return ssize_t{0};
+  });
   EXPECT_EQ(write_port(), 0);
   EXPECT_EQ(files.get("f"), kTwoSections);
+}
+
+TEST(ProfileWriterCopy, IsWrittenInWholePages) {
+  MemoryFiles files;
+  files.put("f", kTwoSections + std::string(100000, '\n'));
+  std::vector<std::size_t> sizes;
+  const With measuring(fake_write, [&](int descriptor, const void *data, std::size_t size) {
+    sizes.push_back(size);
+    return fake_write.real(descriptor, data, size);
+  });
+  EXPECT_EQ(write_port(), 1);
+  ASSERT_GT(sizes.size(), 2U);
+  // The temporary file and the target end in a piece of a page.
+  EXPECT_EQ(
+      std::count_if(sizes.begin(), sizes.end(), [](std::size_t size) { return size % 4096 != 0; }),
+      2);
+}
+
+TEST(ProfileWriterCopy, EndsAtTheEndOfTheFileWhateverFailedEarlier) {
+  MemoryFiles files;
+  files.put("f", kTwoSections);
+  const With reading(fake_read, [](int descriptor, void *out, std::size_t size) {
+    errno = EINTR;  // of an earlier call: this one does not fail
+    return fake_read.real(descriptor, out, size);
+  });
+  EXPECT_EQ(copy_file("f", "copy"), 0);
+  EXPECT_EQ(files.get("copy"), kTwoSections);
 }
 
 TEST(ProfileWriter, NewFileThatCannotBeWrittenWholeIsAFailure) {
@@ -555,6 +586,27 @@ TEST_F(ProfileRoom, IsReservedForAnyTextLongerThanTheFile) {
     EXPECT_EQ(write("77"), 1);
     EXPECT_EQ(reserved, 1 + (blocks == 0));
   }
+}
+
+// A file with holes holds less than its size says: a block is 512 bytes, whatever the file system.
+TEST_F(ProfileRoom, IsReservedForATextLongerThanTheBlocksOfTheFile) {
+  const With telling(fake_statx, [](int, const char *, int, unsigned, struct statx *out) {
+    *out = {};
+    out->stx_mode = S_IFREG;
+    out->stx_size = 1000000;
+    out->stx_blocks = 8;
+    return 0;
+  });
+  int reserved = 0;
+  const With reserving(fake_fallocate, [&](int, int, off64_t, off64_t) {
+    ++reserved;
+    return 0;
+  });
+  const std::size_t others = with_port("").size();
+  EXPECT_EQ(write(std::string(4096 - others, '7')), 1);
+  EXPECT_EQ(reserved, 0);
+  EXPECT_EQ(write(std::string(4097 - others, '7')), 1);
+  EXPECT_EQ(reserved, 1);
 }
 
 TEST_F(ProfileRoom, IsTakenForGrantedWhereTheFileSystemCannotReserve) {

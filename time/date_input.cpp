@@ -2,6 +2,7 @@
 
 #include <orla/time.h>
 
+#include <atomic>
 #include <cstdio>
 #include <cstdlib>
 #include <ctime>
@@ -14,10 +15,18 @@ namespace {
 constexpr int kAccepted = 0;
 constexpr int kRejected = 255;
 
-// -1 until the first parse, then 0 (standard) or 1 (old) for the rest of the process.
-std::int32_t date_old_fmt = -1;
+// -1 until the first parse, then 0 (standard) or 1 (old) for the rest of the process. Threads that parse
+// for the first time together all find the same.
+constinit std::atomic<std::int32_t> date_old_fmt = -1;
+static_assert(std::atomic<std::int32_t>::is_always_lock_free);
 
-void get_fmt_var() { date_old_fmt = std::getenv("ORLALS_DATE_FORMAT_OLD") != nullptr ? 1 : 0; }
+std::int32_t get_fmt_var() {
+  const std::int32_t known = date_old_fmt.load(std::memory_order_relaxed);
+  if (known != -1) return known;
+  const std::int32_t mode = std::getenv("ORLALS_DATE_FORMAT_OLD") != nullptr ? 1 : 0;
+  date_old_fmt.store(mode, std::memory_order_relaxed);
+  return mode;
+}
 
 // 1900 itself stays, and so stands for the year 3800: callers rely on it.
 std::int32_t since_1900(std::int32_t year) { return year > 1900 ? year - 1900 : year; }
@@ -82,8 +91,7 @@ void orla_strptime(const char *text, const char *format, std::tm *fields) noexce
 
 int k7_parse_date(const char *text, std::int32_t *year, std::int32_t *month,
                   std::int32_t *day) noexcept {
-  if (date_old_fmt == -1) get_fmt_var();
-  if (date_old_fmt == 1) {
+  if (get_fmt_var() == 1) {
     if (!scan_old(text, year, month, day)) return kRejected;
   } else {
     scan_standard(text, year, month, day);

@@ -39,7 +39,7 @@ std::string file_of(const std::string &name) {
   if (handle == nullptr) return "";
   const link_map *map = nullptr;
   const bool known = dlinfo(handle, RTLD_DI_LINKMAP, &map) == 0;
-  const std::string file = known && map->l_name[0] != '\0' ? map->l_name : name;
+  std::string file = known && map->l_name[0] != '\0' ? map->l_name : name;
   dlclose(handle);
   return file;
 }

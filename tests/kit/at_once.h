@@ -1,0 +1,30 @@
+// The same work in several threads, which start it together.
+
+#ifndef ORLA_TESTS_KIT_AT_ONCE_H
+#define ORLA_TESTS_KIT_AT_ONCE_H
+
+#include <atomic>
+#include <functional>
+#include <thread>
+#include <vector>
+
+// Calls `work` with 0 to `count` - 1, each in a thread of its own, and adds up what it returns: what went
+// wrong, counted, as assertions of the test framework stay on the main thread.
+inline int wrong_in_threads(int count, const std::function<int(int)> &work) {
+  std::atomic<bool> go = false;
+  std::atomic<int> wrong = 0;
+  std::vector<std::thread> threads;
+  for (int i = 0; i < count; ++i) {
+    threads.emplace_back([&, i] {
+      go.wait(false);
+      wrong += work(i);
+    });
+  }
+  go = true;
+  go.notify_all();
+  for (std::thread &thread : threads)
+    thread.join();
+  return wrong;
+}
+
+#endif

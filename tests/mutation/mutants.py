@@ -1,0 +1,144 @@
+"""The small changes that a source file can be given, one at a time.
+
+    find(file, text)  yields the mutants of a source, in the order of the text
+
+Only what the i386 build compiles is changed: of the branches of a preprocessor condition the first.
+Comments, strings, directives and static assertions stay as they are.
+"""
+
+import collections
+import dataclasses
+import re
+
+SWAPPED = {
+    " < ": " <= ", " <= ": " < ", " > ": " >= ", " >= ": " > ", " == ": " != ", " != ": " == ",
+    " + ": " - ", " - ": " + ", " * ": " / ", " / ": " * ", " % ": " / ",
+    " << ": " >> ", " >> ": " << ", " & ": " | ", " | ": " & ", " ^ ": " & ",
+    " && ": " || ", " || ": " && ",
+    " += ": " -= ", " -= ": " += ", " |= ": " &= ",
+    "++": "--", "--": "++",
+    "true": "false", "false": "true",
+}
+OPERATOR = re.compile(
+    r" (?:<<|>>|<=|>=|==|!=|&&|\|\||\+=|-=|\|=|[-+*/%<>&|^]) |\+\+|--|\b(?:true|false)\b")
+NUMBER = re.compile(r"(?<![\w.'])(0[xX][0-9a-fA-F]+|\d+)([uUlL]*)(?![\w.'])")
+CHARACTER = re.compile(r"'(.)'")
+CONDITION = re.compile(r"\b(?:if|while) \(")
+STATEMENT = re.compile(
+    r"^\s*(?:if \(.*\) )?(?P<whole>(?:[\w:.\[\]]|->|\*)+(?: [-+|]?= .*|\(.*\));)$")
+JUMP = re.compile(r"^\s*(?:if \(.*\) )?(?P<whole>(?:break|continue);)$")
+NEVER_CHANGED = re.compile(r"^\s*(?:#|static_assert|namespace|using|template)")
+
+
+@dataclasses.dataclass(frozen=True)
+class Mutant:
+    file: str
+    number: int  # of the line, from 1
+    line: str  # without its indentation
+    change: str  # such as: < -> <=, or 1 -> 0 (number 2)
+    text: str  # the whole file, changed
+
+    @property
+    def key(self):
+        """What names the mutant wherever the line stands in its file."""
+        return self.file, self.line, self.change
+
+
+def find(file, text):
+    code_lines = blank_what_is_not_code(text).split("\n")
+    lines = text.split("\n")
+    compiled = compiled_lines(lines)
+    times_seen = collections.Counter()
+    for index, code in enumerate(code_lines):
+        if not compiled[index] or NEVER_CHANGED.match(code):
+            continue
+        times_seen[lines[index].strip()] += 1
+        again = times_seen[lines[index].strip()]
+        for start, end, replacement, change in changes(code, lines[index]):
+            change += f" (line {again} of its kind)" if again > 1 else ""
+            changed = lines[index][:start] + replacement + lines[index][end:]
+            yield Mutant(file, index + 1, lines[index].strip(), change,
+                         "\n".join(lines[:index] + [changed] + lines[index + 1:]))
+
+
+def changes(code, line):
+    """Start, end, replacement and description of each change of a line, from left to right."""
+    found = []
+    for match in OPERATOR.finditer(code):
+        found.append((*match.span(), SWAPPED[match[0]], match[0].strip()))
+    for match in NUMBER.finditer(code):
+        for number in neighbours(match[1]):
+            found.append((*match.span(), number + match[2], match[0]))
+    for match in CHARACTER.finditer(code):
+        start, end = match.span(1)
+        found.append((start, end, chr(ord(line[start]) ^ 1), line[start]))
+    for match in CONDITION.finditer(code):
+        start = match.end()
+        end = behind_matching_parenthesis(code, start)
+        if end is not None:
+            found.append((start, end, f"!({line[start:end]})", "condition"))
+    for match in filter(None, (STATEMENT.match(code), JUMP.match(code))):
+        found.append((*match.span("whole"), ";", "statement"))
+    found.sort(key=lambda change: change[:2])
+    return [(start, end, replacement, describe(found, i, replacement))
+            for i, (start, end, replacement, _) in enumerate(found)]
+
+
+def neighbours(number):
+    """One more and one less, in the notation of the number, without negative ones."""
+    if number.lower().startswith("0x"):
+        base, form = 16, "0x{:X}"
+    elif number.startswith("0") and number != "0":
+        base, form = 8, "0{:o}"
+    else:
+        base, form = 10, "{}"
+    value = int(number, base)
+    return [form.format(other) for other in (value + 1, value - 1) if other >= 0]
+
+
+def describe(found, index, replacement):
+    start, _, _, what = found[index]
+    if what == "statement":
+        return "statement removed"
+    if what == "condition":
+        return "condition negated" + ordinal(found, index)
+    return f"{what} -> {replacement.strip()}{ordinal(found, index)}"
+
+
+def ordinal(found, index):
+    """Tells apart equal things on one line: empty for the first of them."""
+    start, _, _, what = found[index]
+    place = len({other[0] for other in found[:index] if other[3] == what and other[0] != start})
+    return f" (number {place + 1})" if place else ""
+
+
+def behind_matching_parenthesis(code, start):
+    depth = 1
+    for at in range(start, len(code)):
+        depth += {"(": 1, ")": -1}.get(code[at], 0)
+        if depth == 0:
+            return at
+    return None
+
+
+def blank_what_is_not_code(text):
+    """The text with comments and the inside of strings as spaces, at the same places. A character literal
+    stays where it is one plain character."""
+    pattern = re.compile(r"""//[^\n]*|/\*.*?\*/|"(?:\\.|[^"\\\n])*"|'\\.[^']*'|\[\[[^\]]*\]\]""", re.DOTALL)
+    return pattern.sub(lambda match: re.sub(r"[^\n]", " ", match[0]), text)
+
+
+def compiled_lines(lines):
+    """For each line, whether it stands outside of conditions or in first branches only."""
+    compiled = []
+    branches = []
+    for line in lines:
+        directive = line.lstrip()
+        if directive.startswith("#if"):
+            branches.append(True)
+        elif directive.startswith(("#elif", "#else")):
+            branches[-1] = False
+        elif directive.startswith("#endif"):
+            branches.pop()
+        compiled.append(all(branches))
+    return compiled
