@@ -60,9 +60,10 @@ install(FILES "${PROJECT_BINARY_DIR}/cmake/orla.pc"
 install(FILES "${PROJECT_SOURCE_DIR}/LICENSE"
   DESTINATION "${CMAKE_INSTALL_DOCDIR}" COMPONENT documentation)
 install(FILES
-    "${PROJECT_SOURCE_DIR}/examples/date_report.py"
     "${PROJECT_SOURCE_DIR}/examples/find_symbol.cpp"
     "${PROJECT_SOURCE_DIR}/examples/host_report.c"
+    "${PROJECT_SOURCE_DIR}/examples/python/date_report.py"
+    "${PROJECT_SOURCE_DIR}/examples/python/orla.py"
   DESTINATION "${CMAKE_INSTALL_DOCDIR}/examples" COMPONENT documentation)
 
 if(PROJECT_IS_TOP_LEVEL)

@@ -14,15 +14,16 @@
 
 namespace {
 
+// Longer searches are the fuzzers' work.
 #if defined(__SANITIZE_ADDRESS__)
-constexpr int kShare = 20;
+constexpr int kShare = 4;
 #else
 constexpr int kShare = 1;
 #endif
-constexpr int kManyFiles = 1000000 / kShare;
-constexpr int kSomeFiles = 100000 / kShare;
-constexpr int kDiskFiles = 50000 / kShare;
-constexpr int kLargeFiles = 4000 / kShare;
+constexpr int kManyFiles = 200000 / kShare;
+constexpr int kSomeFiles = 40000 / kShare;
+constexpr int kDiskFiles = 4000 / kShare;
+constexpr int kLargeFiles = 2000 / kShare;
 
 class Random {
  public:

@@ -304,14 +304,10 @@ std::string mutated(std::string text, Random &random) {
   return text;
 }
 
-// A full run takes ten million texts; where each costs more, under a sanitizer, a tenth of them does.
-#if defined(__SANITIZE_ADDRESS__) || defined(__SANITIZE_THREAD__)
+// Longer searches are the fuzzers' work.
 constexpr int kTexts = 1000000;
-#else
-constexpr int kTexts = 10000000;
-#endif
 
-TEST(UuidDecode, IsFormattedInputOnTenMillionMutatedTexts) {
+TEST(UuidDecode, IsFormattedInputOnAMillionMutatedTexts) {
   constexpr std::size_t kRoom = 256;
   GuardedBuffer buffer(kRoom);
   char *const end = buffer.data() + kRoom;
