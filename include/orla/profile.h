@@ -115,7 +115,8 @@ ORLA_EXPORT unsigned orla_cfg_get_private_profile_string(const char *section, co
  *                      ORLA_DEFAULT_PROFILE_PATH stands for the file that `ORLA_CONFIG` names.
  *  @return    1, or 0 with the file as it was, but for two cases: copy_file() could not open the
  *             temporary copy (the file is empty) or a new file could not be written whole. What
- *             copy_file() cannot write is not noticed.
+ *             copy_file() cannot write, or cannot read of the temporary copy, is not noticed: 1, and
+ *             the file lacks it.
  *  Errors: 0. When the temporary file cannot be opened by its name, it stays behind, empty.
  *  Threads: safe, but for a change of the environment; two writers to one file lose entries.
  */
@@ -162,7 +163,8 @@ ORLA_EXPORT int create_temporary_name(char *name) ORLA_NOEXCEPT;
 
 /** Copies a file byte by byte into another one, which is created or emptied first.
  *
- *  Kept as it is: what cannot be written is not noticed, and what cannot be read ends the copy.
+ *  Kept as it is: what cannot be written is not noticed, and neither is a read that fails, which ends
+ *  the copy: the result is 0, and the destination lacks what was not copied.
  *
  *  @param[in] source       cstr.
  *  @param[in] destination  cstr.
