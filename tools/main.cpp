@@ -104,7 +104,7 @@ std::string unexpected(const CLI::App &program) {
 }
 
 std::string what_is_wrong(const CLI::App &program, const CLI::ParseError &error) {
-  const std::string told = error.what();
+  std::string told = error.what();
   if (dynamic_cast<const CLI::ArgumentMismatch *>(&error) != nullptr && told.ends_with(" missing"))
     return told.substr(0, told.find(':')) + " wants a value";
   // Something that is missing may have been misspelt.
