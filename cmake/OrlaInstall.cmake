@@ -57,7 +57,11 @@ configure_file(cmake/orla.pc.in "${PROJECT_BINARY_DIR}/cmake/orla.pc" @ONLY)
 install(FILES "${PROJECT_BINARY_DIR}/cmake/orla.pc"
   DESTINATION "${pkg_config_dir}" COMPONENT development)
 
-install(FILES "${PROJECT_SOURCE_DIR}/LICENSE"
+install(FILES
+    "${PROJECT_SOURCE_DIR}/LICENSE"
+    "${PROJECT_SOURCE_DIR}/docs/guide.md"
+    "${PROJECT_SOURCE_DIR}/docs/json.md"
+    "${PROJECT_SOURCE_DIR}/docs/quirks.md"
   DESTINATION "${CMAKE_INSTALL_DOCDIR}" COMPONENT documentation)
 install(FILES
     "${PROJECT_SOURCE_DIR}/examples/find_symbol.cpp"

@@ -97,6 +97,11 @@ file(READ "${pkg_config_file}" text)
 string(REGEX REPLACE "^prefix=[^\n]*" "prefix=/usr" text "${text}")
 file(WRITE "${pkg_config_file}" "${text}")
 
+set(docs "${CPACK_ORLA_SOURCE_DIR}/docs")
+file(COPY "${docs}/guide.md" "${docs}/quirks.md"
+  DESTINATION "${stage}/development/usr/share/doc/liborla-dev" FILE_PERMISSIONS ${plain_file})
+file(COPY "${docs}/json.md"
+  DESTINATION "${stage}/tools/usr/share/doc/orla-tools" FILE_PERMISSIONS ${plain_file})
 file(COPY "${CPACK_ORLA_SOURCE_DIR}/examples" DESTINATION "${stage}/development/usr/share/doc/liborla-dev"
   FILE_PERMISSIONS ${plain_file}
   PATTERN CMakeLists.txt EXCLUDE)

@@ -15,7 +15,7 @@
 namespace orla_tool {
 namespace {
 
-const CLI::Range kYears(1, 9999);
+const CLI::Validator kYears = CLI::Range(1, 9999).description("");
 constexpr const char *kOldModeVariable = "ORLALS_DATE_FORMAT_OLD";
 
 // What the commands take; each uses its own part.
@@ -42,8 +42,8 @@ struct Whole {
   }
 
   std::string refusal(std::string_view text) const {
-    return '"' + std::string(text) + "\" is not a whole number from " + std::to_string(smallest) +
-           " to " + std::to_string(largest);
+    return quoted(text) + " is not a whole number from " + std::to_string(smallest) + " to " +
+           std::to_string(largest);
   }
 };
 
@@ -85,19 +85,19 @@ void choose_mode(const DateArguments &arguments) {
 
 bool report_text(Run &run, const Input &input, Report &report) {
   const bool old_mode = std::getenv(kOldModeVariable) != nullptr;
-  const std::string quoted = input.place() + '"' + input.text + '"';
+  const std::string told = input.place() + quoted(input.view());
   std::int32_t year = 0;
   std::int32_t month = 0;
   std::int32_t day = 0;
   if (k7_parse_date(input.text, &year, &month, &day) != 0) {
-    run.fail(quoted + " is not a date in the " +
+    run.fail(told + " is not a date in the " +
              (old_mode ? "old input mode: write YYYY/MM/DD, or try --standard"
                        : "standard input mode: write MM/DD/YYYY, or try --old"));
     return false;
   }
   std::uint16_t number = 0;
   if (string_to_date(input.text, &number) == 0) {
-    run.fail(quoted + ": month " + std::to_string(month) + " of " + std::to_string(year + 1900) +
+    run.fail(told + ": month " + std::to_string(month) + " of " + std::to_string(year + 1900) +
              " has no day " + std::to_string(day));
     return false;
   }
@@ -228,7 +228,8 @@ void add_lengths(CLI::App &date, Run &run, const Arguments &arguments) {
   CLI::App *lengths = add_command(date, run, "lengths", "Days of a year and of its months",
                                   {"", "  orla date lengths 2100\n  orla date lengths 2100 2\n"});
   lengths->add_option("YEAR", arguments->year, "In full, such as 2007")->required()->check(kYears);
-  lengths->add_option("MONTH", arguments->month, "1 to 12")->check(CLI::Range(1, 12));
+  lengths->add_option("MONTH", arguments->month, "1 to 12")
+      ->check(CLI::Range(1, 12).description(""));
   lengths->callback([&run, arguments] { show_lengths(run, *arguments); });
 }
 

@@ -7,6 +7,7 @@
 #include <cstdio>
 #include <cstring>
 #include <exception>
+#include <sstream>
 
 #include "command.h"
 #include "completion.h"
@@ -22,7 +23,8 @@ void Run::complain(const std::string &message) {
   progress.erase();
   flush_output();
   const bool coloured = is_coloured(STDERR_FILENO, color);
-  std::fprintf(stderr, "%s %s\n", coloured ? alarming("orla:").c_str() : "orla:", message.c_str());
+  std::fprintf(stderr, "%s %s\n",
+               coloured ? alarming("orla:").c_str() : "orla:", visible(message).c_str());
 }
 
 void Run::fail(const std::string &message) {
@@ -82,9 +84,45 @@ std::string innermost(const CLI::App &program) {
   return name;
 }
 
+bool has_subcommands(const CLI::App &program) {
+  const CLI::App *app = &program;
+  while (!app->get_subcommands().empty())
+    app = app->get_subcommands().front();
+  return app->get_require_subcommand_min() > 0;
+}
+
+// What was given and has no meaning here, if anything: first of all an option, as a word behind it may be
+// its value.
+std::string unexpected(const CLI::App &program) {
+  std::string word;
+  for (const std::string &each : program.remaining(true)) {
+    if (each == "--") continue;
+    if (each.starts_with('-')) return each;
+    if (word.empty()) word = each;
+  }
+  return word;
+}
+
+std::string what_is_wrong(const CLI::App &program, const CLI::ParseError &error) {
+  std::string told = error.what();
+  if (dynamic_cast<const CLI::ArgumentMismatch *>(&error) != nullptr && told.ends_with(" missing"))
+    return told.substr(0, told.find(':')) + " wants a value";
+  // Something that is missing may have been misspelt.
+  const std::string word = unexpected(program);
+  if (word.empty()) return told;
+  if (word.starts_with('-')) return "there is no option " + orla_tool::quoted(word);
+  if (has_subcommands(program)) return "there is no subcommand " + orla_tool::quoted(word);
+  return orla_tool::quoted(word) + " was not expected";
+}
+
 int parse_failed(CLI::App &program, Run &run, const CLI::ParseError &error) {
-  if (error.get_exit_code() == 0) return program.exit(error);  // help or version, not a failure
-  run.complain(std::string(error.what()) + "\nTry \"" + innermost(program) + " --help\".");
+  if (error.get_exit_code() == 0) {  // help or version, not a failure
+    std::ostringstream text;
+    program.exit(error, text, text);
+    orla_tool::print(text.str());
+    return orla_tool::kDone;
+  }
+  run.complain(what_is_wrong(program, error) + "\nTry \"" + innermost(program) + " --help\".");
   return orla_tool::kWrongUse;
 }
 

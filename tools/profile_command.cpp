@@ -54,7 +54,9 @@ void settle_words(ProfileArguments &arguments) {
   std::size_t given = 0;
   for (const CLI::Option *option : arguments.options)
     given += option->count();
-  if (given < taken) throw CLI::RequiredError(arguments.options.back()->get_name());
+  if (given < taken)
+    throw CLI::RequiredError(
+        arguments.options[arguments.options.size() - taken + given]->get_name());
   if (given > taken) throw CLI::ExtrasError({arguments.words[given - 1]});
   if (!arguments.default_path) return;
   std::move_backward(arguments.words, arguments.words + taken, arguments.words + taken + 1);

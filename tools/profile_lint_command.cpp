@@ -77,8 +77,8 @@ void print_for_people(const Run &run, const std::string &name,
                       const std::vector<Finding> &findings) {
   const bool coloured = is_coloured(STDOUT_FILENO, run.color);
   for (const Finding &finding : findings) {
-    const std::string place = name + ':' + std::to_string(finding.line) + ':';
-    print((coloured ? bold(place) : place) + ' ' + finding.text + '\n');
+    const std::string place = visible(name) + ':' + std::to_string(finding.line) + ':';
+    print((coloured ? bold(place) : place) + ' ' + visible(finding.text) + '\n');
   }
 }
 

@@ -41,7 +41,11 @@ ProfileLines::~ProfileLines() {
 
 bool ProfileLines::next() {
   char line[ORLA_PROFILE_LINE_SIZE];
-  if (stream_ == nullptr || orla_i_cfg_read_line(stream_, line) == 0) return false;
+  if (stream_ == nullptr) return false;
+  if (orla_i_cfg_read_line(stream_, line) == 0) {
+    if (std::ferror(stream_) != 0) error_ = errno;
+    return false;
+  }
   line_ = line;
   ++number_;
   return true;
@@ -53,8 +57,9 @@ Search search_profile(const std::string &file, const std::string &name, const st
   if (!lines.are_open())
     return {name + " does not open: " + std::strerror(errno) + "; check its name and rights", "",
             0};
-  if (!find_header(lines, section, whole_header))
-    return {name + " has no section [" + section + "]", "", 0};
+  const bool has_section = find_header(lines, section, whole_header);
+  if (lines.error() != 0) return {name + " cannot be read: " + std::strerror(lines.error()), "", 0};
+  if (!has_section) return {name + " has no section [" + section + "]", "", 0};
   const std::string place = "section [" + section + "] of " + name + ", line " +
                             std::to_string(lines.number()) + ", has no key \"" + key + "\"";
   while (lines.next()) {

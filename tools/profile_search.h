@@ -24,11 +24,13 @@ class ProfileLines {
   bool next();
   const std::string &line() const { return line_; }
   std::size_t number() const { return number_; }  // of the line, from 1
+  int error() const { return error_; }            // of errno, when the end was none; else 0
 
  private:
   std::FILE *stream_;
   std::string line_;
   std::size_t number_ = 0;
+  int error_ = 0;
 };
 
 // How a search for a key ends.

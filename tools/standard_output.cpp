@@ -12,10 +12,11 @@ namespace {
 
 constexpr std::size_t kBufferSize = 65536;
 
-// Read-only, so that writing to it fails as it does on a closed descriptor.
+// The wrong way round, so that using it fails as it does on a closed descriptor.
 void open_closed_descriptors() {
-  for (int descriptor = 0; descriptor <= STDERR_FILENO; ++descriptor)
-    if (fcntl(descriptor, F_GETFD) == -1) open("/dev/null", O_RDONLY);
+  for (int descriptor = STDIN_FILENO; descriptor <= STDERR_FILENO; ++descriptor)
+    if (fcntl(descriptor, F_GETFD) == -1)
+      open("/dev/null", descriptor == STDIN_FILENO ? O_WRONLY : O_RDONLY);
 }
 
 }  // namespace

@@ -12,6 +12,7 @@ namespace {
 using std::chrono::milliseconds;
 constexpr milliseconds kBeforeFirst(300);
 constexpr milliseconds kBetween(100);
+constexpr std::size_t kLongestQuoted = 100;
 constexpr const char *kEraseLine = "\r\033[K";
 
 bool is_set(const char *variable) {
@@ -45,6 +46,31 @@ std::string grouped(std::uint64_t number) {
 bool is_coloured(int descriptor, const std::string &choice) {
   if (choice != "auto") return choice == "always";
   return isatty(descriptor) != 0 && !is_set("NO_COLOR") && !is_dumb();
+}
+
+std::string visible(std::string_view text) {
+  constexpr const char *kDigits = "0123456789abcdef";
+  std::string out;
+  for (const char c : text) {
+    const auto code = static_cast<unsigned char>(c);
+    if (c == '\n' || (code >= ' ' && code != 0x7F)) {
+      out += c;
+    } else {
+      out += "\\x";
+      out += kDigits[code >> 4];
+      out += kDigits[code & 0xF];
+    }
+  }
+  return out;
+}
+
+std::string quoted(std::string_view text) {
+  if (text.size() <= kLongestQuoted) return '"' + std::string(text) + '"';
+  std::size_t end = kLongestQuoted;
+  while (end > 0 && (text[end] & 0xC0) == 0x80)  // not within a UTF-8 character
+    --end;
+  return '"' + std::string(text.substr(0, end)) + "...\" (" + std::to_string(text.size()) +
+         " bytes)";
 }
 
 std::string bold(std::string_view text) { return dressed("\033[1m", text); }

@@ -14,6 +14,13 @@ namespace orla_tool {
 // that knows colours, unless NO_COLOR is set to anything.
 bool is_coloured(int descriptor, const std::string &choice);
 
+// A text in a message: with control characters made visible, as a text from elsewhere must not steer the
+// terminal.
+std::string visible(std::string_view text);
+
+// In quotes, and only its beginning where it is long.
+std::string quoted(std::string_view text);
+
 std::string bold(std::string_view text);
 std::string alarming(std::string_view text);
 

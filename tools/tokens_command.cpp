@@ -67,7 +67,8 @@ void add_tokens_command(CLI::App &program, Run &run) {
   add_texts(*tokens, "TEXT", arguments->texts,
             "Such as '\"alpha\" \"two words\"'; - for the lines of standard input");
   tokens->add_option("--delimiter", arguments->delimiter, "One byte; a double quote by default")
-      ->check(CLI::Validator(check_delimiter, "C"));
+      ->type_name("C")
+      ->check(CLI::Validator(check_delimiter, ""));
   tokens->callback([&run, arguments] { show_tokens(run, *arguments); });
 }
 

@@ -42,8 +42,8 @@ bool read_uuid(Run &run, const Input &input, k7_uuid__t &uuid) {
   orla_status status = 0;
   orla_uuid_decode(input.text, &uuid, &status);
   if (status == 0) return true;
-  run.fail(input.place() + '"' + input.text +
-           "\" is not a UUID: write 12 hexadecimal digits and eight bytes with a dot before each, "
+  run.fail(input.place() + quoted(input.view()) +
+           " is not a UUID: write 12 hexadecimal digits and eight bytes with a dot before each, "
            "such as d0f7b2fc0064.82.0a.00.02.03.00.00.00");
   return false;
 }
@@ -273,7 +273,8 @@ void add_new(CLI::App &uuid, Run &run, const Arguments &arguments) {
        "than 250,000 are made in a second. With --no-wait there may be identical ones among them.",
        "  orla uuid new\n  orla uuid new -n 1000 > uuids.txt\n"});
   make->add_option("-n,--count", arguments->count, "How many, all distinct (default 1)")
-      ->check(CLI::Range(std::int64_t{1}, std::int64_t{4294967295}));
+      ->type_name("NUMBER")
+      ->check(CLI::Range(std::int64_t{1}, std::int64_t{4294967295}).description(""));
   make->add_flag("--no-wait", arguments->no_wait, "As fast as they come, identical ones as well");
   make->callback([&run, arguments] { make_new(run, *arguments); });
 }
@@ -282,8 +283,9 @@ void add_reserved(CLI::App &uuid, Run &run, const Arguments &arguments) {
   CLI::App *reserved = add_command(uuid, run, "reserved", "Make a UUID of the reserved space",
                                    {"", "  orla uuid reserved 300\n"});
   reserved->add_option("NUMBER", arguments->number, "0 to 65535")
+      ->type_name("")
       ->required()
-      ->check(CLI::Range(0, 65535));
+      ->check(CLI::Range(0, 65535).description(""));
   reserved->callback([&run, arguments] { make_reserved(run, *arguments); });
 }
 
@@ -322,8 +324,9 @@ void add_hash(CLI::App &uuid, Run &run, const Arguments &arguments) {
                    "  orla uuid new -n 5 | orla uuid hash - 101\n"});
   add_texts(*hashed, "TEXT", arguments->texts, kTextHelp)->expected(1);
   hashed->add_option("MODULUS", arguments->modulus, "1 or more")
+      ->type_name("")
       ->required()
-      ->check(CLI::Range(std::int64_t{1}, std::int64_t{4294967295}));
+      ->check(CLI::Range(std::int64_t{1}, std::int64_t{4294967295}).description(""));
   hashed->callback([&run, arguments] { hash(run, *arguments); });
 }
 

@@ -185,6 +185,8 @@ def try_development(root, architecture):
     said = root.run("/first")
     check(said == f"{os.uname().nodename} 12/31/2007\n", "the program says something else")
     check((usr / "share/doc/liborla-dev/examples/host_report.c").exists(), "no examples")
+    for document in ("liborla-dev/guide.md", "liborla-dev/quirks.md", "orla-tools/json.md"):
+        check((usr / "share/doc" / document).exists(), f"no {document}")
 
 
 def fresh_root(folder):

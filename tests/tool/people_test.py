@@ -173,6 +173,20 @@ class OutputThatGoesNowhere(tool.Tool):
             with open(path, encoding="ascii") as file:
                 self.assertEqual(len(file.readlines()), 1)
 
+    def test_a_closed_standard_input_is_a_failure(self):
+        result = subprocess.run(["sh", "-c", '"$0" date parse - <&-', tool.PATH], text=True,
+                                env=self.environment(), capture_output=True, check=False)
+        self.assertEqual((result.returncode, result.stdout), (1, ""))
+        self.assertIn("standard input cannot be read: Bad file descriptor", result.stderr)
+
+    def test_help_and_version_say_why_they_could_not_be_written(self):
+        for option in ("--help", "--version"):
+            with open("/dev/full", "w", encoding="ascii") as full:
+                result = subprocess.run([tool.PATH, option], stdout=full, stderr=subprocess.PIPE,
+                                        text=True, env=self.environment(), check=False)
+            self.assertEqual(result.returncode, 1)
+            self.assertIn("No space left on device", result.stderr)
+
 
 class Help(tool.Tool):
     def commands(self, *path):
@@ -204,6 +218,38 @@ class Help(tool.Tool):
     def test_wrong_use_names_the_help_to_read(self):
         self.assert_wrong_use("profile", "get", "x", naming='Try "orla profile get --help".')
         self.assert_wrong_use("uuid", naming='orla: A subcommand is required\nTry "orla uuid --help".')
+        self.assert_wrong_use("profile", "get", naming="orla: FILE is required\n")
+        self.assert_wrong_use("profile", "get", "x", naming="orla: SECTION is required\n")
+
+    def test_wrong_use_names_what_was_misspelt_rather_than_what_is_missing_for_it(self):
+        for arguments, message in (
+                (["dat"], 'there is no subcommand "dat"'),
+                (["date", "pars", "12/31/2007"], 'there is no subcommand "pars"'),
+                (["--jsn"], 'there is no option "--jsn"'),
+                (["date", "parse", "--odl"], 'there is no option "--odl"'),
+                (["uuid", "new", "--coun", "2"], 'there is no option "--coun"'),
+                (["names", "x"], '"x" was not expected'),
+                (["uuid", "new", "-n"], "--count wants a value"),
+                (["--", "host"], "A subcommand is required")):
+            with self.subTest(arguments=arguments):
+                self.assert_wrong_use(*arguments, naming=f"orla: {message}\nTry ")
+
+    def test_a_message_shows_a_strange_input_without_obeying_it(self):
+        strange = self.orla("uuid", "show", "\x1b[2Jx\x7f\x01")
+        self.assertIn('"\\x1b[2Jx\\x7f\\x01" is not a UUID', strange.err)
+        self.assertNotIn(ESCAPE, strange.err)
+        with tempfile.NamedTemporaryFile("w", suffix=".ini") as file:
+            file.write("[Main]\nP\x1b=1\nP\x1b=2\n\n")
+            file.flush()
+            self.assertIn("P\\x1b", self.orla("profile", "lint", file.name).out)
+
+    def test_a_message_shows_the_beginning_of_a_long_input(self):
+        for length, shown in ((100, '"' + "a" * 100 + '" is'),
+                              (101, '"' + "a" * 100 + '..." (101 bytes) is')):
+            self.assert_fails("date", "parse", "a" * length, naming=shown)
+        # Not a piece of a character.
+        self.assert_fails("date", "parse", "a" * 99 + "\u20ac",
+                          naming='"' + "a" * 99 + '..." (102 bytes)')
 
 
 if __name__ == "__main__":

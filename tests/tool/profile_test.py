@@ -285,6 +285,9 @@ class Lint(ProfileCase):
         self.expect_failure("FILE", "lint", "--default-path", "x", status=2)
         self.expect_failure("FILE is required", "lint", status=2)
 
+    def test_get_says_that_a_folder_is_no_file(self):
+        self.expect_failure("/tmp cannot be read: Is a directory", "get", "/tmp", "Main", "Port")
+
 
 if __name__ == "__main__":
     tool.main()
