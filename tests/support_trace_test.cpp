@@ -61,7 +61,8 @@ class TraceFile : public testing::Test {
 };
 
 std::string switches_with(const std::string &environment) {
-  const std::string command = "env -u K7LIB_VERB -u K7THR_VERB " + environment + " " PRINT_SWITCHES;
+  const std::string command =
+      "env -u K7LIB_VERB -u K7THR_VERB " + environment + " '" PRINT_SWITCHES "'";
   std::FILE *program = popen(command.c_str(), "r");
   char text[64] = {};
   const std::size_t length = std::fread(text, 1, sizeof text - 1, program);
