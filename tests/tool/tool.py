@@ -49,7 +49,7 @@ class Tool(unittest.TestCase):
     def preloaded(self, module):
         """Variables that make functions of this module stand in for the C library's."""
         # They take no path with a blank, so the module is named by a link.
-        folder = tempfile.TemporaryDirectory()
+        folder = tempfile.TemporaryDirectory(dir="/tmp")
         self.addCleanup(folder.cleanup)
         link = os.path.join(folder.name, os.path.basename(module))
         os.symlink(module, link)
