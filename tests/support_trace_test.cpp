@@ -121,6 +121,12 @@ TEST_F(TraceFile, IsStampedWithTheLocalDate) {
   EXPECT_THAT(read(), StartsWith("02/04/2007  3:05:07 "));
 }
 
+TEST_F(TraceFile, IsStampedWithTheDateOfDaylightSavingTime) {
+  const ClockAt night(1183264200);  // half past midnight, and still the day before by standard time
+  trace("m\n");
+  EXPECT_THAT(read(), StartsWith("07/01/2007  0:30:00 "));
+}
+
 TEST_F(TraceFile, IsWrittenWhenTheThreadSwitchAloneIsOnAndNeverWithAThreadNumber) {
   orlalib_verbose = 0;
   orlathr_verbose = 255;
