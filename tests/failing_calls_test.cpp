@@ -173,7 +173,7 @@ std::set<std::string> listed_functions() {
 
 // The names of a kind that nm tells of the library.
 std::set<std::string> names_of_library(const char *option, const std::string &kinds) {
-  const std::string command = std::string(ORLA_NM " -P -D ") + option + " " ORLA_LIBRARY;
+  const std::string command = std::string("'" ORLA_NM "' -P -D ") + option + " '" ORLA_LIBRARY "'";
   std::FILE *nm = popen(command.c_str(), "r");
   std::set<std::string> names;
   char line[512];
@@ -183,7 +183,8 @@ std::set<std::string> names_of_library(const char *option, const std::string &ki
     std::istringstream(line) >> name >> kind;
     if (kinds.find(kind) != std::string::npos) names.insert(name.substr(0, name.find('@')));
   }
-  pclose(nm);
+  EXPECT_EQ(pclose(nm), 0) << command;
+  EXPECT_FALSE(names.empty()) << command;
   return names;
 }
 

@@ -394,6 +394,7 @@ TEST_F(ProfileInt, OpensFilesOfAnySizeForReadingOnly) {
     EXPECT_STREQ(path, "f");
     EXPECT_EQ(flags & O_ACCMODE, O_RDONLY);
     EXPECT_EQ(flags & O_LARGEFILE, O_LARGEFILE);
+    EXPECT_EQ(flags & O_CLOEXEC, O_CLOEXEC);
     errno = EACCES;
     return -1;
   });

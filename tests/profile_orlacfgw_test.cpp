@@ -665,6 +665,22 @@ TEST_F(ProfileRoom, CannotBeReservedOnATargetThatDoesNotOpenForWriting) {
   EXPECT_EQ(folder_.read("f"), kTwoSections);
 }
 
+// Every open of a rewrite: temporary, target for reading, for its room and for the copy, temporary again.
+TEST_F(ProfileRoom, IsForFilesOfAnySizeWhoseDescriptorsNoProgramInherits) {
+  int opened = 0;
+  const With opening(fake_open, [&](const char *path, int flags, mode_t mode) {
+    ++opened;
+    EXPECT_EQ(flags & O_LARGEFILE, O_LARGEFILE) << path;
+    EXPECT_EQ(flags & O_CLOEXEC, O_CLOEXEC) << path;
+    return fake_open.real(path, flags, mode);
+  });
+  EXPECT_EQ(write(long_value_), 1);
+  EXPECT_EQ(opened, 5);
+  ASSERT_EQ(unlink(path_.c_str()), 0);
+  EXPECT_EQ(write_port(path_.c_str()), 1);
+  EXPECT_EQ(opened, 8);  // temporary, target, the new target
+}
+
 // Files of the file system.
 
 TEST(ProfileWriterFile, IsRewrittenInPlaceWithItsInodeAndPermissions) {
@@ -677,6 +693,16 @@ TEST(ProfileWriterFile, IsRewrittenInPlaceWithItsInodeAndPermissions) {
   ASSERT_EQ(stat(path.c_str(), &status), 0);
   EXPECT_EQ(status.st_mode & 07777, 0640U);
   EXPECT_EQ(folder.read("link"), "[Main]\nPort=7\n\n[Other]\nA=1\n");
+}
+
+TEST(ProfileWriterFile, IsRewrittenThroughASymbolicLink) {
+  const TempDir folder;
+  const std::string path = folder.write("f", kTwoSections);
+  const std::string link = folder.path("link");
+  ASSERT_EQ(symlink(path.c_str(), link.c_str()), 0);
+  EXPECT_EQ(write_port(link.c_str()), 1);
+  EXPECT_TRUE(std::filesystem::is_symlink(link));
+  EXPECT_NE(folder.read("f"), kTwoSections);
 }
 
 TEST(ProfileWriterFile, IsCreatedWithTheOrdinaryModeUnderTheMask) {

@@ -61,7 +61,8 @@ class TraceFile : public testing::Test {
 };
 
 std::string switches_with(const std::string &environment) {
-  const std::string command = "env -u K7LIB_VERB -u K7THR_VERB " + environment + " " PRINT_SWITCHES;
+  const std::string command =
+      "env -u K7LIB_VERB -u K7THR_VERB " + environment + " '" PRINT_SWITCHES "'";
   std::FILE *program = popen(command.c_str(), "r");
   char text[64] = {};
   const std::size_t length = std::fread(text, 1, sizeof text - 1, program);
@@ -118,6 +119,12 @@ TEST_F(TraceFile, IsStampedWithTheLocalDate) {
   const ClockAt night(1170511507 + 18 * 3600);  // already the fourth in UTC and in New York
   trace("m\n");
   EXPECT_THAT(read(), StartsWith("02/04/2007  3:05:07 "));
+}
+
+TEST_F(TraceFile, IsStampedWithTheDateOfDaylightSavingTime) {
+  const ClockAt night(1183264200);  // half past midnight, and still the day before by standard time
+  trace("m\n");
+  EXPECT_THAT(read(), StartsWith("07/01/2007  0:30:00 "));
 }
 
 TEST_F(TraceFile, IsWrittenWhenTheThreadSwitchAloneIsOnAndNeverWithAThreadNumber) {

@@ -16,6 +16,7 @@ NAME_OF_OTHER = "node-of-a-module"
 
 def node_name(program, library, library_path=None):
     # A library that is loaded already answers to its soname: so this copy is the one the program uses.
+    # The variable takes no path with a blank.
     environment = {**os.environ, "LD_PRELOAD": str(library)}
     environment.pop("LD_LIBRARY_PATH", None)
     environment.pop("K7LIB_VERB", None)
@@ -35,7 +36,7 @@ def main():
     own = os.uname().nodename + "\n"
     other = NAME_OF_OTHER + "\n"
 
-    with tempfile.TemporaryDirectory(prefix="orla-test-") as name:
+    with tempfile.TemporaryDirectory(prefix="orla-test-", dir="/tmp") as name:
         folder = pathlib.Path(name)
         alone, installed, with_other, others = (folder / part for part in
                                                 ("alone", "installed", "with-other", "others"))

@@ -12,7 +12,8 @@ PART          only files whose path contains it, such as time/ or token
 
 A mutant counts as killed when a test fails, crashes, does not end, or no longer compiles; one that the
 library itself does not compile with is not counted. The exit status is 1 when fewer than 95 in 100 of the
-whole library's are killed, or when one survives that equivalent.txt does not explain.
+whole library's are killed, or fewer than 300 are counted, or when one survives that equivalent.txt does not
+explain; and when no file is named like a PART.
 
 Run as root, the tests get a /tmp of their own, as what a mutant leaves there nobody clears away.
 """
@@ -36,6 +37,7 @@ import mutants
 HERE = pathlib.Path(__file__).resolve().parent
 ROOT = HERE.parent.parent
 LEAST_KILLED = 95  # in 100
+LEAST_COUNTED = 300
 
 # The tests of each unit, the likeliest to notice first. The first prefix that fits is taken. Tests that
 # take long are left out: where they alone would notice, a small one is missing.
@@ -79,6 +81,8 @@ def main():
         print(f"{len(found)} mutants")
         return 0
     give_tests_their_own_tmp()
+    if not found:
+        raise SystemExit("no mutants")
     limit_resources()
     workers = queue.Queue()
     for number in range(options.parallel):
@@ -319,7 +323,7 @@ def summarise(judged, options):
     if options.every == 1 and not options.parts and stale:
         lines.append("\nexplained, but they no longer survive:")
         lines += ["  ".join(key) for key in sorted(stale)]
-    too_few = rate < LEAST_KILLED and not options.parts
+    too_few = (rate < LEAST_KILLED or counted < LEAST_COUNTED) and not options.parts
     status = 1 if unknown or too_few else 0
     return "\n".join(lines), status
 

@@ -10,6 +10,7 @@ import datetime
 import os
 import pathlib
 import re
+import shlex
 import shutil
 import subprocess
 import sys
@@ -174,7 +175,7 @@ def moved_prefix(options):
 def build_by_pkg_config(options, prefix, build):
     folder = prefix / options.libdir / "pkgconfig"
     variables = {**os.environ, "PKG_CONFIG_LIBDIR": str(folder)}
-    arguments = run("pkg-config", "--cflags", "--libs", "orla", env=variables).split()
+    arguments = shlex.split(run("pkg-config", "--cflags", "--libs", "orla", env=variables))
     path = f"-Wl,-rpath,{prefix / options.libdir}"
     for compiler, flags, source in ((options.cc, options.cflags, "host_report.c"),
                                     (options.cxx, options.cxxflags, "find_symbol.cpp")):

@@ -161,7 +161,7 @@ class Fish(CompletionCase):
     def completed(self, line):
         environment = {**os.environ, "HOME": self.folder, "XDG_CONFIG_HOME": self.folder,
                        "PATH": os.path.dirname(tool.PATH) + ":" + os.environ["PATH"]}
-        command = f"source {SCRIPTS}/orla.fish; complete -C '{line}'"
+        command = f"source '{SCRIPTS}/orla.fish'; complete -C '{line}'"
         result = subprocess.run(["fish", "--no-config", "-c", command], env=environment,
                                 cwd=self.folder, text=True, capture_output=True, check=True)
         return [candidate.split("\t")[0] for candidate in result.stdout.splitlines()]

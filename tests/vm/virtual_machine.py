@@ -49,7 +49,7 @@ def cpio(files):
 def libraries_of(program):
     """The dynamic linker and the libraries of a program of this host: path inside to path here."""
     listing = subprocess.run(["ldd", program], capture_output=True, text=True, check=True).stdout
-    found = dict(re.findall(r"^\s*(\S+) => (/\S+) \(", listing, re.MULTILINE))
+    found = dict(re.findall(r"^\s*(\S+) => (/.+?) \(", listing, re.MULTILINE))
     inside = {f"lib/{name}": path for name, path in found.items()}
     for path in re.findall(r"^\s*(/\S+) \(", listing, re.MULTILINE):
         inside[path.lstrip("/")] = path
