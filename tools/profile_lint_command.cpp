@@ -45,17 +45,32 @@ bool is_profile(const fs::path &path) {
   return extension == ".ini";
 }
 
-// The *.ini files in a folder and the folders below it, in the order of their names. Links to folders
-// are not followed, so there is no way round in circles.
-void add_profiles_in(Run &run, const std::string &folder, std::vector<std::string> &files) {
+// Adds the *.ini files in a folder and in the folders below it. A folder that cannot be searched is told, and
+// the others are searched on. Links to folders are not followed, so there is no way round in circles.
+// False when a folder could not be searched.
+bool search(Run &run, const fs::path &folder, std::vector<std::string> &found) {
+  bool searched = true;
   std::error_code error;
-  std::vector<std::string> found;
-  for (fs::recursive_directory_iterator entry(folder, error), end; !error && entry != end;
-       entry.increment(error))
-    if (is_profile(entry->path()) && !entry->is_directory(error))
+  fs::directory_iterator entry(folder, error);
+  while (!error && entry != fs::directory_iterator()) {
+    std::error_code unknown;  // what cannot be looked at is no folder
+    if (fs::is_directory(entry->symlink_status(unknown))) {
+      searched = search(run, entry->path(), found) && searched;
+    } else if (is_profile(entry->path()) && !entry->is_directory(unknown)) {
       found.push_back(entry->path().string());
-  if (error) run.fail(folder + " cannot be searched: " + error.message());
-  if (!error && found.empty()) run.fail(folder + " holds no file named *.ini");
+    }
+    entry.increment(error);
+  }
+  if (!error) return searched;
+  run.fail(visible(folder.string()) + " cannot be searched: " + error.message());
+  return false;
+}
+
+// The files are taken in the order of their names.
+void add_profiles_in(Run &run, const std::string &folder, std::vector<std::string> &files) {
+  std::vector<std::string> found;
+  if (search(run, folder, found) && found.empty())
+    run.fail(visible(folder) + " holds no file named *.ini");
   std::sort(found.begin(), found.end());
   files.insert(files.end(), found.begin(), found.end());
 }

@@ -270,6 +270,20 @@ class Lint(ProfileCase):
                          [self.path(name) for name in ("a.ini", "b.ini", "sub/C.INI")])
         self.expect_failure("holds no file named *.ini", "lint", self.path("sub/empty.ini"))
 
+    def test_a_folder_that_cannot_be_searched_is_named_and_the_others_are_searched(self):
+        for name in ("a", "closed", "z"):
+            os.mkdir(self.path(name))
+            self.write("", f"{name}/f.ini")
+        os.chmod(self.path("closed"), 0)
+        self.addCleanup(os.chmod, self.path("closed"), 0o700)
+        # Not even root may search it without these.
+        limited = ["setpriv", "--bounding-set=-dac_override,-dac_read_search"] if os.geteuid() == 0 else []
+        result = self.orla_under(limited, "profile", "lint", "--json", self.folder.name)
+        self.assertEqual([json.loads(line)["file"] for line in result.out.splitlines()],
+                         [self.path("a/f.ini"), self.path("z/f.ini")])
+        self.assertEqual(result.status, 1)
+        self.assertEqual(result.err, f"orla: {self.path('closed')} cannot be searched: Permission denied\n")
+
     def test_standard_input(self):
         result = self.run_tool("lint", "-", input="[A]\nK=1")
         self.assertTrue(result.out.startswith("standard input:2: the last line"), result.out)

@@ -56,8 +56,12 @@ class Tool(unittest.TestCase):
         settings = os.environ.get("ASAN_OPTIONS", "") + ":verify_asan_link_order=0"
         return {"LD_PRELOAD": link, "ASAN_OPTIONS": settings}
 
-    def orla(self, *arguments, environment=None, path=None, **options):
-        return Result(subprocess.run([path or PATH, *arguments], text=True, capture_output=True,
+    def orla(self, *arguments, **options):
+        return self.orla_under([], *arguments, **options)
+
+    def orla_under(self, runner, *arguments, environment=None, path=None, **options):
+        """The tool as a command that `runner` starts."""
+        return Result(subprocess.run([*runner, path or PATH, *arguments], text=True, capture_output=True,
                                      env=self.environment(environment), check=False, **options))
 
     def assert_wrong_use(self, *arguments, naming=""):
