@@ -30,6 +30,8 @@ def google_rows(program, pattern):
                "--benchmark_enable_random_interleaving=true", "--benchmark_format=json",
                f"--benchmark_filter={pattern}"]
     answer = subprocess.run(command, stdout=subprocess.PIPE, stderr=subprocess.DEVNULL, check=True)
+    if not answer.stdout:  # no row of this program was asked for
+        return
     times = {}
     for run in json.loads(answer.stdout)["benchmarks"]:
         if run["run_type"] == "iteration":
@@ -103,6 +105,7 @@ def markdown_table(title, measured):
     names = []
     for rows in measured.values():
         names += [key for key in ((r["name"], r["role"], r["size"]) for r in rows) if key not in names]
+    names.sort(key=lambda key: (["floor", "ours", "peer"].index(key[1]), key[2]))
     lines = [f"### {title}", "", "| | " + " | ".join(f"{a}, ns" for a in architectures) + " |",
              "|---|" + "---:|" * len(architectures)]
     for name, role, size in names:
