@@ -45,32 +45,37 @@ bool is_profile(const fs::path &path) {
   return extension == ".ini";
 }
 
-// Adds the *.ini files in a folder and in the folders below it. A folder that cannot be searched is told, and
-// the others are searched on. Links to folders are not followed, so there is no way round in circles.
-// False when a folder could not be searched.
-bool search(Run &run, const fs::path &folder, std::vector<std::string> &found) {
-  bool searched = true;
+// Adds the *.ini files in a folder, and to `folders` the folders in it. Links to folders are not followed, so
+// there is no way round in circles. False, and told, when the folder cannot be searched.
+bool search(Run &run, const fs::path &folder, std::vector<fs::path> &folders,
+            std::vector<std::string> &found) {
   std::error_code error;
   fs::directory_iterator entry(folder, error);
   while (!error && entry != fs::directory_iterator()) {
     std::error_code unknown;  // what cannot be looked at is no folder
     if (fs::is_directory(entry->symlink_status(unknown))) {
-      searched = search(run, entry->path(), found) && searched;
+      folders.push_back(entry->path());
     } else if (is_profile(entry->path()) && !entry->is_directory(unknown)) {
       found.push_back(entry->path().string());
     }
     entry.increment(error);
   }
-  if (!error) return searched;
-  run.fail(visible(folder.string()) + " cannot be searched: " + error.message());
-  return false;
+  if (error) run.fail(visible(folder.string()) + " cannot be searched: " + error.message());
+  return !error;
 }
 
-// The files are taken in the order of their names.
+// Adds the *.ini files in a folder and in those below it, in the order of their names; a folder that cannot
+// be searched does not keep the others from it.
 void add_profiles_in(Run &run, const std::string &folder, std::vector<std::string> &files) {
   std::vector<std::string> found;
-  if (search(run, folder, found) && found.empty())
-    run.fail(visible(folder) + " holds no file named *.ini");
+  std::vector<fs::path> folders = {folder};
+  bool searched = true;
+  while (!folders.empty()) {
+    const fs::path next = folders.back();
+    folders.pop_back();
+    searched = search(run, next, folders, found) && searched;
+  }
+  if (searched && found.empty()) run.fail(visible(folder) + " holds no file named *.ini");
   std::sort(found.begin(), found.end());
   files.insert(files.end(), found.begin(), found.end());
 }
