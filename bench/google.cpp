@@ -12,7 +12,8 @@ std::string full_name(const bench::Row &row) {
          std::to_string(static_cast<long>(row.size));
 }
 
-void measure(benchmark::State &state, const bench::Row &row) {
+void measure(benchmark::State &state, bench::Row &row) {
+  if (row.batch == 0) calibrate(row);
   while (state.KeepRunningBatch(row.batch))
     row.body(row.batch);
 }
@@ -21,7 +22,6 @@ void measure(benchmark::State &state, const bench::Row &row) {
 
 int main(int argc, char **argv) {
   for (bench::Row &row : bench::registered_rows()) {
-    calibrate(row);
     benchmark::RegisterBenchmark(full_name(row).c_str(),
                                  [&row](benchmark::State &state) { measure(state, row); });
   }

@@ -22,11 +22,10 @@ const char *role_name(Role role) {
 
 void calibrate(Row &row) {
   using Clock = std::chrono::steady_clock;
-  for (;;) {
+  for (row.batch = 1;; row.batch *= 2) {
     const auto start = Clock::now();
     row.body(row.batch);
     if (Clock::now() - start >= std::chrono::milliseconds(1)) return;
-    row.batch *= 2;
   }
 }
 

@@ -55,7 +55,7 @@ class Table {
 
  private:
   void add(Role role, const std::string &name, Body body, double size) {
-    registered_rows().push_back({title_, role, name, std::move(body), size, 1});
+    registered_rows().push_back({title_, role, name, std::move(body), size, 0});
   }
 
   std::string title_;
@@ -65,7 +65,7 @@ struct Rows {
   explicit Rows(void (*add)()) { add(); }
 };
 
-// Doubles the batch of a row until it takes a millisecond.
+// Doubles the batch of a row, from one call on, until it takes a millisecond.
 void calibrate(Row &row);
 
 // Keeps the compiler from dropping what was computed, and from assuming that memory stayed as it was.

@@ -3,7 +3,6 @@
 #include <orla/uuid.h>
 
 #include <cerrno>
-#include <cstdio>
 #include <cstring>
 #include <string>
 
@@ -11,10 +10,11 @@
 #include "kit/block.h"
 #include "kit/input.h"
 #include "kit/target.h"
+#include "kit/uuid.h"
 
 namespace {
 
-std::string bytes_of(const k7_uuid__t &uuid) {
+std::string raw(const k7_uuid__t &uuid) {
   return {reinterpret_cast<const char *>(&uuid), sizeof uuid};
 }
 
@@ -40,17 +40,6 @@ bool decode_plainly(const char *text, k7_uuid__t &uuid) {
   return true;
 }
 
-std::string encode_plainly(const k7_uuid__t &uuid) {
-  const bool has_number = uuid.reserved != 0;
-  char text[ORLA_UUID_TEXT_SIZE];
-  std::snprintf(text, sizeof text, "%08lx%04x.%02x.%02x.%02x.%02x.%02x.%02x.%02x.%02x",
-                static_cast<unsigned long>(uuid.time_high), uuid.time_low, uuid.family,
-                uuid.host[0], uuid.host[1], uuid.host[2], uuid.host[3], uuid.host[4],
-                has_number ? uuid.reserved & 0xFF : uuid.host[5],
-                has_number ? uuid.reserved >> 8 : uuid.host[6]);
-  return text;
-}
-
 void check_decode(const char *text) {
   k7_uuid__t expected;
   std::memset(&expected, 0x5A, sizeof expected);
@@ -61,13 +50,13 @@ void check_decode(const char *text) {
   orla_uuid_decode(text, &uuid, &status);
   agree("errno", errno, 7);
   agree("status", status, well_formed ? 0 : ORLA_UUID_MALFORMED);
-  agree("record", bytes_of(uuid), bytes_of(expected));
+  agree("record", raw(uuid), raw(expected));
 }
 
 void check_encode(const k7_uuid__t &uuid) {
   Block text(ORLA_UUID_TEXT_SIZE);
   agree("characters", orla_uuid_encode(&uuid, text.data()), 36);
-  agree("text", std::string(text.data()), encode_plainly(uuid));
+  agree("text", std::string(text.data()), printed(uuid));
   check_decode(text.data());
 }
 

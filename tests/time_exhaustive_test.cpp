@@ -15,6 +15,7 @@
 #include <string>
 
 #include "kit/environment.h"
+#include "kit/plain_date_format.h"
 
 namespace {
 
@@ -323,23 +324,6 @@ TEST(LongEveryDateOfTenCharacters, IsAcceptedWhereMonthDayAndCenturyExist) {
       }
     }
   }
-}
-
-std::string plain_date_format(const std::string &format) {
-  std::string numeric;
-  for (std::size_t i = 0; i < format.size(); ++i) {
-    if (format[i] != '%') {
-      numeric += format[i];
-      continue;
-    }
-    if (++i == format.size()) break;
-    if (format[i] == 'm') numeric += "%1$2d";
-    if (format[i] == 'd') numeric += "%2$2d";
-    if (format[i] == 'y') numeric += "%3$2d";
-    if (format[i] == 'Y') numeric += "%3$4d";
-    if (format[i] == '%') numeric += "%";
-  }
-  return numeric;
 }
 
 void expect_translated(const std::string &format) {

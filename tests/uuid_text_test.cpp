@@ -4,7 +4,6 @@
 #include <orla/uuid.h>
 
 #include <cerrno>
-#include <cstdio>
 #include <cstdlib>
 #include <cstring>
 #include <string>
@@ -84,17 +83,6 @@ TEST(UuidEncode, LeavesTheRecordAsItIs) {
   const UuidBytes before = bytes_of(uuid);
   text_of(uuid);
   EXPECT_EQ(bytes_of(uuid), before);
-}
-
-std::string printed(const k7_uuid__t &uuid) {
-  const bool has_number = uuid.reserved != 0;
-  char text[ORLA_UUID_TEXT_SIZE];
-  std::snprintf(text, sizeof text, "%08lx%04x.%02x.%02x.%02x.%02x.%02x.%02x.%02x.%02x",
-                static_cast<unsigned long>(uuid.time_high), uuid.time_low, uuid.family,
-                uuid.host[0], uuid.host[1], uuid.host[2], uuid.host[3], uuid.host[4],
-                has_number ? uuid.reserved & 0xFF : uuid.host[5],
-                has_number ? uuid.reserved >> 8 : uuid.host[6]);
-  return text;
 }
 
 TEST(UuidEncode, WritesWhatFormattedOutputDoesForEveryByteAndAMillionRandomRecords) {

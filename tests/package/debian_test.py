@@ -14,9 +14,10 @@ import os
 import pathlib
 import re
 import shutil
-import subprocess
 import sys
 import tempfile
+
+from command import check, run
 
 PACKAGES = {"liborla1", "liborla-dev", "orla-tools"}
 TRIPLETS = {"i386": "i386-linux-gnu", "amd64": "x86_64-linux-gnu"}
@@ -40,22 +41,6 @@ int main(void) {
   return 0;
 }
 """
-
-
-def check(condition, message):
-    if not condition:
-        sys.exit(message)
-
-
-def run(*command, status=0, **options):
-    """Runs a command that must end with this status; gives what it said."""
-    command = [str(part) for part in command]
-    print("$", *command, flush=True)
-    result = subprocess.run(command, text=True, stdout=subprocess.PIPE, stderr=subprocess.STDOUT,
-                            check=False, **options)
-    print(result.stdout, end="", flush=True)
-    check(result.returncode == status, f"exit status {result.returncode} instead of {status}")
-    return result.stdout
 
 
 # Where administrators' commands are is in nobody's PATH but theirs.

@@ -12,8 +12,9 @@ import pathlib
 import re
 import shlex
 import shutil
-import subprocess
 import sys
+
+from command import check, run
 
 CASES = {}
 
@@ -21,22 +22,6 @@ CASES = {}
 def case(function):
     CASES[function.__name__] = function
     return function
-
-
-def check(condition, message):
-    if not condition:
-        sys.exit(message)
-
-
-def run(*command, status=0, **options):
-    """Runs a command that must end with this status; gives what it said."""
-    command = [str(part) for part in command]
-    print("$", *command, flush=True)
-    result = subprocess.run(command, text=True, stdout=subprocess.PIPE, stderr=subprocess.STDOUT,
-                            check=False, **options)
-    print(result.stdout, end="", flush=True)
-    check(result.returncode == status, f"exit status {result.returncode} instead of {status}")
-    return result.stdout
 
 
 def empty_folder(path):
