@@ -165,17 +165,6 @@ k7_uuid__t with_byte(std::size_t at, int byte, std::uint8_t filling) {
   return uuid_of(bytes);
 }
 
-std::string printed(const k7_uuid__t &uuid) {
-  const int last = uuid.reserved != 0 ? uuid.reserved % 256 : uuid.host[5];
-  const int very_last = uuid.reserved != 0 ? uuid.reserved / 256 : uuid.host[6];
-  char text[ORLA_UUID_TEXT_SIZE];
-  std::snprintf(text, sizeof text, "%08lx%04x.%02x.%02x.%02x.%02x.%02x.%02x.%02x.%02x",
-                static_cast<unsigned long>(uuid.time_high), uuid.time_low, uuid.family,
-                uuid.host[0], uuid.host[1], uuid.host[2], uuid.host[3], uuid.host[4], last,
-                very_last);
-  return text;
-}
-
 TEST(EveryByteOfARecord, StandsInTheText) {
   for (std::size_t at = 0; at < sizeof(k7_uuid__t); ++at) {
     for (int byte = 0; byte < 256; ++byte) {
