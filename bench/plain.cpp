@@ -1,9 +1,12 @@
 // Measures the rows without any other package: nine repetitions, each of which goes through all rows, so
 // that a drift of the machine's speed meets all of them. Prints JSON: the median of each row.
+//
+//     PROGRAM [REGEX]    measures only tables with a title that matches
 
 #include <algorithm>
 #include <chrono>
 #include <cstdio>
+#include <regex>
 #include <vector>
 
 #include "rows.h"
@@ -31,10 +34,17 @@ double median(std::vector<double> values) {
   return values[values.size() / 2];
 }
 
+std::vector<bench::Row> asked_rows(const char *pattern) {
+  const std::regex titles(pattern);
+  std::vector<bench::Row> rows = bench::registered_rows();
+  std::erase_if(rows, [&](const bench::Row &row) { return !std::regex_search(row.table, titles); });
+  return rows;
+}
+
 }  // namespace
 
-int main() {
-  std::vector<bench::Row> &rows = bench::registered_rows();
+int main(int argc, char **argv) {
+  std::vector<bench::Row> rows = asked_rows(argc > 1 ? argv[1] : "");
   std::vector<std::vector<double>> measured(rows.size());
   for (bench::Row &row : rows)
     calibrate(row);

@@ -44,8 +44,8 @@ def google_rows(program, pattern):
 
 def plain_rows(program, pattern):
     """Rows of a program that measures by itself."""
-    answer = subprocess.run([program], stdout=subprocess.PIPE, check=True)
-    return [row for row in json.loads(answer.stdout) if re.search(pattern, row["table"])]
+    answer = subprocess.run([program, pattern], stdout=subprocess.PIPE, check=True)
+    return json.loads(answer.stdout)
 
 
 def processor():

@@ -53,7 +53,7 @@ void trace_lines(long n) {
 
 // What a program would write itself: no look at the size, no rotation.
 void print_lines(long n) {
-  std::FILE *file = std::fopen(bench::temp_folder().file("printed").c_str(), "w");
+  std::FILE *file = std::fopen(bench::temp_folder().file("printed").c_str(), "a");
   for (; n > 0; --n) {
     const std::time_t now = std::time(nullptr);
     char stamp[32];

@@ -2,19 +2,17 @@
 //
 //     K7LOG_PATH  --(line that takes it past 4,000,000 bytes)-->  K7LOG_PATH.1  (the earlier one goes)
 
-#include <orla/time.h>
 #include <orla/trace.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
 #include <cerrno>
+#include <cstdint>
 #include <cstdio>
 #include <cstdlib>
-#include <ctime>
 
 #include "support/percent_text.h"
-#include "time/calendar.h"
-#include "time/clock.h"
+#include "support/trace_stamp.h"
 
 std::int32_t orlalib_verbose = 0;
 std::int32_t orlathr_verbose = 0;
@@ -58,25 +56,9 @@ bool open_trace(const char *path) {
   return true;
 }
 
-constexpr std::size_t kStampSize = 64;
-
-// Writes "MM/DD/YYYY hh:mm:ss pid ". Date and time are of one reading of the clock and one conversion,
-// so that no line carries the date of one day and the time of the next. The slot behind the process id
-// is reserved for a thread number, which is held at 0 and therefore never written.
-void put_stamp(char *out) {
-  const orla::LocalTime now = orla::clock_local();
-  const auto offset = static_cast<std::uint32_t>(orla::offset_west_of_utc(timezone, now.fields));
-  out += date_to_string(out, orla::date_number_from_stamp(now.stamp - offset));
-  const std::tm midnight = {};
-  const std::tm &time = now.fields != nullptr ? *now.fields : midnight;
-  std::snprintf(out, kStampSize - ORLA_DATE_TEXT_SIZE, " %2d:%02d:%02d %lu ", time.tm_hour,
-                time.tm_min, time.tm_sec, static_cast<unsigned long>(getpid()));
-}
-
 // `error` is what "%m" stands for.
 void write_line(const char *message, int error) {
-  char stamp[kStampSize];
-  put_stamp(stamp);
+  const char *stamp = orla::trace_stamp();
   errno = error;
   orla::PercentText(stamp, message, "").write(trace_stream);
 }

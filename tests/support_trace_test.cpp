@@ -9,6 +9,7 @@
 #include <sys/resource.h>
 #include <sys/socket.h>
 #include <sys/stat.h>
+#include <sys/wait.h>
 #include <unistd.h>
 
 #include <cerrno>
@@ -153,6 +154,90 @@ TEST_F(TraceFile, FollowsAChangeOfTheZone) {
   setenv("TZ", "AAA-2", 1);
   trace("m\n");
   EXPECT_EQ(read(), stamp() + "m\n02/03/2007 16:05:07 " + process_id() + " m\n");
+}
+
+TEST_F(TraceFile, FollowsAZoneThatIsSetUnsetAndEmptyWithinOneSecond) {
+  // Without TZ the host's zone holds, whichever that is.
+  const With localtime(fake_localtime, [](const std::time_t *when) {
+    const char *zone = std::getenv("TZ");
+    std::tm *fields = gmtime(when);
+    fields->tm_hour = zone == nullptr ? 1 : zone[0] == '\0' ? 2 : 3;
+    return fields;
+  });
+  std::string hours;
+  for (const char *zone : {"UTC0", static_cast<const char *>(nullptr), "", "UTC0", "",
+                           static_cast<const char *>(nullptr)}) {
+    const WithZone now(zone);
+    const std::size_t before = folder_.holds("trace") ? read().size() : 0;
+    trace("m\n");
+    hours += read()[before + std::strlen("02/03/2007  ")];
+  }
+  EXPECT_EQ(hours, "312321");
+}
+
+TEST_F(TraceFile, FollowsZonesTooLongToBeRemembered) {
+  const std::string ours = "<" + std::string(130, 'A') + ">-2";
+  const std::string theirs = "<" + std::string(130, 'A') + ">-3";
+  for (const std::string &zone : {ours, theirs}) {
+    const WithZone now(zone.c_str());
+    trace("m\n");
+  }
+  const std::string end = ":05:07 " + process_id() + " m\n";
+  EXPECT_EQ(read(), "02/03/2007 16" + end + "02/03/2007 17" + end);
+}
+
+TEST_F(TraceFile, FollowsTheClock) {
+  trace("m\n");
+  {
+    const ClockAt later(1170511508);
+    trace("m\n");
+  }
+  trace("m\n");
+  const std::string later = "02/03/2007  9:05:08 " + process_id() + " m\n";
+  EXPECT_EQ(read(), stamp() + "m\n" + later + stamp() + "m\n");
+}
+
+TEST_F(TraceFile, HasTheProcessIdOfAChildOfTheSameSecond) {
+  trace("m\n");
+  const std::string parents = stamp() + "m\n";
+  const pid_t child = fork();
+  if (child == 0) {
+    trace("m\n");
+    _exit(read() == parents + stamp() + "m\n" ? 0 : 1);
+  }
+  int status = -1;
+  waitpid(child, &status, 0);
+  EXPECT_EQ(status, 0);
+}
+
+// How often the C library is asked for the local time of three lines of one second.
+int conversions_in(const std::string &zone) {
+  static int conversions;
+  conversions = 0;
+  const WithZone zone_set(zone.c_str());
+  const With localtime(fake_localtime, [](const std::time_t *when) {
+    ++conversions;
+    return gmtime(when);
+  });
+  for (int line = 0; line < 3; ++line)
+    trace("m\n");
+  return conversions;
+}
+
+TEST_F(TraceFile, ConvertsTheSameSecondOnce) { EXPECT_EQ(conversions_in("UTC0"), 1); }
+
+TEST_F(TraceFile, RemembersZonesOfUpTo127Bytes) {
+  EXPECT_EQ(conversions_in("UTC" + std::string(124, '0')), 1);
+  EXPECT_EQ(conversions_in("UTC" + std::string(125, '0')), 3);
+}
+
+TEST_F(TraceFile, TriesAgainToConvertASecondThatCouldNotBeConverted) {
+  {
+    const With localtime(fake_localtime, [](const std::time_t *) { return nullptr; });
+    trace("m\n");
+  }
+  trace("m\n");
+  EXPECT_THAT(read(), testing::EndsWith("\n" + stamp() + "m\n"));
 }
 
 TEST_F(TraceFile, GetsNoLineOfTheServicesWhenTheThreadSwitchAloneIsOn) {

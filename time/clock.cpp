@@ -19,10 +19,7 @@ bool read_c_library_clock(std::time_t &now) {
 
 }  // namespace
 
-std::uint32_t clock_seconds() {
-  std::time_t now;
-  return read_c_library_clock(now) ? static_cast<std::uint32_t>(now) : kernel_clock_seconds();
-}
+std::uint32_t clock_seconds() { return clock_moment().stamp; }
 
 ClockInstant clock_instant_without_c_library(int caller_errno) {
   const KernelTime now = errno == EOVERFLOW ? read_kernel_clock() : KernelTime{0, 0};
@@ -31,12 +28,16 @@ ClockInstant clock_instant_without_c_library(int caller_errno) {
           static_cast<std::uint32_t>(now.nanoseconds) / 1000};
 }
 
-LocalTime clock_local() {
+Moment clock_moment() {
   std::time_t now;
-  if (read_c_library_clock(now)) return {static_cast<std::uint32_t>(now), std::localtime(&now)};
-  const std::uint32_t seconds = kernel_clock_seconds();
-  const auto stamp = static_cast<std::int32_t>(seconds);
-  return {seconds, wek_localtime(&stamp)};
+  if (read_c_library_clock(now)) return {static_cast<std::uint32_t>(now), now, true};
+  return {kernel_clock_seconds(), 0, false};
+}
+
+std::tm *local_fields(const Moment &moment) {
+  if (moment.c_library) return std::localtime(&moment.time);
+  const auto stamp = static_cast<std::int32_t>(moment.stamp);
+  return wek_localtime(&stamp);
 }
 
 std::int32_t offset_west_of_utc(long zone, std::tm *fields) {

@@ -36,13 +36,17 @@ inline ClockInstant clock_instant() {
   return {static_cast<std::uint32_t>(now.tv_sec), static_cast<std::uint32_t>(now.tv_usec)};
 }
 
-// One moment, as the clock and the zone have it.
-struct LocalTime {
+// One reading of the clock.
+struct Moment {
   std::uint32_t stamp;  // clock_seconds()
-  std::tm *fields;      // the C library's static record; null when the moment cannot be converted
+  std::time_t time;     // as the C library tells it
+  bool c_library;       // whether it can
 };
 
-LocalTime clock_local();
+Moment clock_moment();
+
+// The moment in the local zone: the C library's static record. Null when it cannot be converted.
+std::tm *local_fields(const Moment &moment);
 
 // Seconds west of UTC: those of the zone (`timezone`), less one hour while daylight saving is in effect,
 // whatever shift the zone's rules name. A negative daylight flag is set to 0 in the record itself. Null

@@ -39,7 +39,7 @@ std::int32_t wek_time_stamp() noexcept { return static_cast<std::int32_t>(orla::
 std::int32_t wek_localtime_offset() noexcept {
   tzset();
   const long zone = timezone;
-  return orla::offset_west_of_utc(zone, orla::clock_local().fields);
+  return orla::offset_west_of_utc(zone, orla::local_fields(orla::clock_moment()));
 }
 
 std::uint32_t wek_time_stamp_local() noexcept {

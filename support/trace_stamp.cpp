@@ -1,0 +1,79 @@
+#include "support/trace_stamp.h"
+
+#include <orla/time.h>
+#include <unistd.h>
+
+#include <cstdint>
+#include <cstdio>
+#include <cstdlib>
+#include <cstring>
+#include <ctime>
+
+#include "time/calendar.h"
+#include "time/clock.h"
+
+namespace orla {
+namespace {
+
+constexpr std::size_t kTextSize = 64;
+constexpr std::size_t kZoneSize = 128;
+
+// A stamp, and for what it was made. Made anew when any of these differs, because the conversion is by far
+// the dearest part of it: where TZ is not set, the C library asks for the status of the zone's file.
+struct Stamp {
+  std::uint32_t seconds;
+  pid_t process;  // 0 while there is no stamp to use again
+  bool zone_set;
+  char zone[kZoneSize];  // the value of TZ
+  char text[kTextSize];
+};
+
+Stamp last = {};
+
+bool is_for_zone(const Stamp &stamp, const char *zone) {
+  if (zone == nullptr) return !stamp.zone_set;
+  return stamp.zone_set && std::strcmp(stamp.zone, zone) == 0;
+}
+
+// False when the value is too long to be told from others later.
+bool keep_zone(Stamp &stamp, const char *zone) {
+  stamp.zone_set = zone != nullptr;
+  if (zone == nullptr) return true;
+  const std::size_t length = std::strlen(zone);
+  if (length >= kZoneSize) return false;
+  std::memcpy(stamp.zone, zone, length + 1);
+  return true;
+}
+
+// The slot behind the process id is reserved for a thread number, which is held at 0 and therefore never
+// written. Null fields stand for midnight.
+void put_text(char *out, std::uint32_t seconds, std::tm *fields, pid_t process) {
+  const auto offset = static_cast<std::uint32_t>(offset_west_of_utc(timezone, fields));
+  out += date_to_string(out, date_number_from_stamp(seconds - offset));
+  const std::tm midnight = {};
+  const std::tm &time = fields != nullptr ? *fields : midnight;
+  std::snprintf(out, kTextSize - ORLA_DATE_TEXT_SIZE, " %2d:%02d:%02d %lu ", time.tm_hour,
+                time.tm_min, time.tm_sec, static_cast<unsigned long>(process));
+}
+
+void make(Stamp &stamp, const Moment &now, pid_t process, const char *zone) {
+  std::tm *fields = local_fields(now);
+  put_text(stamp.text, now.stamp, fields, process);
+  stamp.seconds = now.stamp;
+  // A moment that could not be converted is tried again.
+  stamp.process = keep_zone(stamp, zone) && fields != nullptr ? process : 0;
+}
+
+}  // namespace
+
+const char *trace_stamp() {
+  const Moment now = clock_moment();
+  const pid_t process = getpid();
+  const char *zone = std::getenv("TZ");
+  const bool holds =
+      last.process == process && last.seconds == now.stamp && is_for_zone(last, zone);
+  if (!holds) make(last, now, process, zone);
+  return last.text;
+}
+
+}  // namespace orla
