@@ -21,8 +21,9 @@ constexpr std::size_t kZoneSize = 128;
 // A stamp, and for what it was made. Made anew when any of these differs, because the conversion is by far
 // the dearest part of it: where TZ is not set, the C library asks for the status of the zone's file.
 struct Stamp {
+  bool reusable;
   std::uint32_t seconds;
-  pid_t process;  // 0 while there is no stamp to use again
+  pid_t process;
   bool zone_set;
   char zone[kZoneSize];  // the value of TZ
   char text[kTextSize];
@@ -60,8 +61,9 @@ void make(Stamp &stamp, const Moment &now, pid_t process, const char *zone) {
   std::tm *fields = local_fields(now);
   put_text(stamp.text, now.stamp, fields, process);
   stamp.seconds = now.stamp;
+  stamp.process = process;
   // A moment that could not be converted is tried again.
-  stamp.process = keep_zone(stamp, zone) && fields != nullptr ? process : 0;
+  stamp.reusable = keep_zone(stamp, zone) && fields != nullptr;
 }
 
 }  // namespace
@@ -70,8 +72,8 @@ const char *trace_stamp() {
   const Moment now = clock_moment();
   const pid_t process = getpid();
   const char *zone = std::getenv("TZ");
-  const bool holds =
-      last.process == process && last.seconds == now.stamp && is_for_zone(last, zone);
+  const bool holds = last.reusable && last.seconds == now.stamp && last.process == process &&
+                     is_for_zone(last, zone);
   if (!holds) make(last, now, process, zone);
   return last.text;
 }
