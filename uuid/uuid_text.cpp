@@ -36,22 +36,23 @@ char *put_dotted_byte(char *out, std::uint32_t byte) {
   return out + 3;
 }
 
-constexpr std::int8_t kNoDigit = -1;
+constexpr std::int16_t kNoDigit = -1;
 
-constexpr std::array<std::int8_t, 256> make_digit_values() {
-  std::array<std::int8_t, 256> table = {};
-  for (std::int8_t &value : table)
+// The value of each hexadecimal digit of either case, moved to the left; kNoDigit for all other characters.
+constexpr std::array<std::int16_t, 256> make_digit_values(int shift) {
+  std::array<std::int16_t, 256> table = {};
+  for (std::int16_t &value : table)
     value = kNoDigit;
-  for (unsigned digit = 0; digit < 16; ++digit) {
-    const auto value = static_cast<std::int8_t>(digit);
+  for (int digit = 0; digit < 16; ++digit) {
     const auto character = static_cast<unsigned char>(kDigits[digit]);
-    table[character] = value;
-    if (digit >= 10) table[character - 'a' + 'A'] = value;
+    table[character] = static_cast<std::int16_t>(digit << shift);
+    if (digit >= 10) table[character - 'a' + 'A'] = static_cast<std::int16_t>(digit << shift);
   }
   return table;
 }
 
-constexpr std::array<std::int8_t, 256> kDigitValues = make_digit_values();
+constexpr std::array<std::int16_t, 256> kHighDigits = make_digit_values(4);
+constexpr std::array<std::int16_t, 256> kLowDigits = make_digit_values(0);
 
 // Reads characters one by one and stops for good at the first that is not the one expected, which a
 // terminator never is.
@@ -59,13 +60,15 @@ class Reader {
  public:
   explicit Reader(const char *text) : next_(text) {}
 
-  template <int digits, typename Number>
+  template <int bytes, typename Number>
   bool number(Number &number) {
     std::uint32_t value = 0;
-    for (int i = 0; i < digits; ++i) {
-      const std::int8_t digit = kDigitValues[static_cast<unsigned char>(*next_++)];
-      if (digit < 0) return false;
-      value = value << 4 | static_cast<std::uint32_t>(digit);
+    for (int i = 0; i < bytes; ++i) {
+      const std::int32_t high = kHighDigits[static_cast<unsigned char>(*next_++)];
+      if (high < 0) return false;
+      const std::int32_t byte = high | kLowDigits[static_cast<unsigned char>(*next_++)];
+      if (byte < 0) return false;
+      value = value << 8 | static_cast<std::uint32_t>(byte);
     }
     number = static_cast<Number>(value);
     return true;
@@ -114,10 +117,10 @@ bool read_canonical_uuid_text(const char *text, k7_uuid__t &uuid) {
   std::uint32_t time_high;
   std::uint16_t time_low;
   std::uint8_t bytes[8];
-  if (!reader.number<8>(time_high) || !reader.number<4>(time_low)) return false;
+  if (!reader.number<4>(time_high) || !reader.number<2>(time_low)) return false;
 #pragma GCC unroll 8  // keeps the bytes in registers, which saves a fifth of the time
   for (std::uint8_t &byte : bytes)
-    if (!reader.dot() || !reader.number<2>(byte)) return false;
+    if (!reader.dot() || !reader.number<1>(byte)) return false;
   uuid.time_high = time_high;
   uuid.time_low = time_low;
   uuid.reserved = static_cast<std::uint16_t>(bytes[7] << 8 | bytes[6]);
