@@ -76,14 +76,13 @@ class Ratios:
 
     def __init__(self, rows):
         self.ours = min((r["nanoseconds"] for r in rows if r["role"] == "ours"), default=None)
-        self.floor = min((r["nanoseconds"] for r in rows if r["role"] == "floor"), default=None)
+        self.floors = [r for r in rows if r["role"] == "floor"]
         self.peer = min((r for r in rows if r["role"] == "peer"), default=None,
                         key=lambda r: r["nanoseconds"])
 
     def sentence(self):
-        parts = []
-        if self.floor:
-            parts.append(f"ours / floor {self.ours / self.floor:.2f}")
+        parts = [f"ours / floor {self.ours / floor['nanoseconds']:.2f} ({floor['name']})"
+                 for floor in self.floors]
         if self.peer:
             parts.append(f"best peer / ours {self.peer['nanoseconds'] / self.ours:.2f} ({self.peer['name']})")
         return ", ".join(parts)

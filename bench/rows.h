@@ -16,6 +16,9 @@
 #include <string>
 #include <vector>
 
+// A function of a shared library that does nothing.
+extern "C" int orla_bench_nothing(const void *in, void *out);
+
 namespace bench {
 
 // Does the work `calls` times over.
@@ -41,7 +44,8 @@ class Table {
  public:
   explicit Table(std::string title) : title_(std::move(title)) {}
 
-  // The least that hardware, kernel or C library charge for the same work.
+  // The least that hardware, kernel or C library charge for the same work. Of several floors the highest
+  // is the one that holds.
   void floor(const std::string &name, Body body, double size = 0) {
     add(Role::floor, name, body, size);
   }
@@ -94,6 +98,11 @@ Body repeat(Work work) {
     for (; n > 0; --n)
       work();
   };
+}
+
+// The floor of what takes a few nanoseconds: to be called at all.
+inline Body empty_call() {
+  return repeat([] { keep_result(orla_bench_nothing(nullptr, nullptr)); });
 }
 
 }  // namespace bench

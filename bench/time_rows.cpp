@@ -34,6 +34,7 @@ std::tm last_day_of_2007() {
 
 void text_rows() {
   bench::Table to_text("Date number to text");
+  to_text.floor("an empty call", bench::empty_call());
   to_text.floor("copy of 11 bytes", bench::repeat(copy_text));
   to_text.ours("date_to_string, split included", bench::repeat([] {
                  date_to_string(text, next_date());
@@ -46,6 +47,7 @@ void text_rows() {
                }));
 
   bench::Table from_text("Text to date number");
+  from_text.floor("an empty call", bench::empty_call());
   from_text.floor("copy of 11 bytes", bench::repeat(copy_text));
   from_text.ours("string_to_date, all the way", bench::repeat([] {
                    bench::keep(kText);
@@ -74,6 +76,7 @@ void field_rows() {
                  bench::repeat([] { bench::keep(year_month_day(sys_days(days(next_date())))); }));
 
   bench::Table from_fields("Date number from fields");
+  from_fields.floor("an empty call", bench::empty_call());
   from_fields.ours("data_to_date", bench::repeat([] {
                      int years = 107;
                      bench::keep(years);

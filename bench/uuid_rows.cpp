@@ -70,6 +70,7 @@ const bench::Rows rows([] {
                 }));
 
   bench::Table encode("UUID: encode");
+  encode.floor("an empty call", bench::empty_call());
   encode.floor("copy of 37 bytes", bench::repeat(copy_text));
   encode.ours("orla_uuid_encode", bench::repeat([] {
                 bench::keep(record);
@@ -79,6 +80,7 @@ const bench::Rows rows([] {
   encode.peer("snprintf", bench::repeat(print_text));
 
   bench::Table decode("UUID: decode");
+  decode.floor("an empty call", bench::empty_call());
   decode.floor("copy of 37 bytes", bench::repeat(copy_text));
   decode.ours("orla_uuid_decode", bench::repeat([] {
                 orla_status status;
@@ -89,11 +91,13 @@ const bench::Rows rows([] {
   decode.peer("sscanf", bench::repeat(scan_text));
 
   bench::Table compare("UUID: compare");
+  compare.floor("an empty call", bench::empty_call());
   compare.floor("memcmp of 16 bytes",
                 on_records([] { return std::memcmp(&record, &other, sizeof record); }));
   compare.ours("orla_uuid_cmp", on_records([] { return orla_uuid_cmp(&record, &other); }));
 
   bench::Table hash("UUID: hash");
+  hash.floor("an empty call", bench::empty_call());
   hash.floor("fold, inline", on_records(fold_inline));
   hash.ours("orla_uuid_hash, 101 buckets", on_records([] { return orla_uuid_hash(&record, 101); }));
 });
