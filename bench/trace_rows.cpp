@@ -31,15 +31,26 @@ void set_zone(const char *zone) {
   }
 }
 
-void write_lines(long n) {
+// What `also` asks of the system besides.
+template <typename Also>
+void write_lines(long n, Also also) {
   const int file =
       open(bench::temp_folder().file("bare").c_str(), O_WRONLY | O_CREAT | O_APPEND, 0666);
   for (; n > 0; --n) {
     struct stat status;
     if (write(file, kLine, sizeof kLine - 1) < 0 || fstat(file, &status) != 0) std::abort();
     if (status.st_size > ORLA_TRACE_ROTATION_SIZE && ftruncate(file, 0) != 0) std::abort();
+    also();
   }
   close(file);
+}
+
+void write_plain_lines(long n) {
+  write_lines(n, [] {});
+}
+
+void write_lines_of_a_process(long n) {
+  write_lines(n, [] { bench::keep_result(getpid()); });
 }
 
 void trace_lines(long n) {
@@ -73,7 +84,8 @@ bench::Body in_zone(const char *zone, void (*body)(long)) {
 
 void line_rows(const char *title, const char *zone) {
   bench::Table table(title);
-  table.floor("write + fstat", in_zone(zone, write_lines));
+  table.floor("write + fstat", in_zone(zone, write_plain_lines));
+  table.floor("write + fstat + getpid", in_zone(zone, write_lines_of_a_process));
   table.ours("TavTrace", in_zone(zone, trace_lines));
   table.peer("stdio, strftime, flush", in_zone(zone, print_lines));
 }
