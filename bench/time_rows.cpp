@@ -9,6 +9,8 @@
 #include "rows.h"
 #include "time/calendar.h"
 
+extern "C" int orla_bench_empty(void);
+
 namespace {
 
 const char kText[] = "12/31/2007";
@@ -74,6 +76,8 @@ void field_rows() {
                  bench::repeat([] { bench::keep(year_month_day(sys_days(days(next_date())))); }));
 
   bench::Table from_fields("Date number from fields");
+  from_fields.floor("an empty function of a shared library",
+                    bench::repeat([] { bench::keep_result(orla_bench_empty()); }));
   from_fields.ours("data_to_date", bench::repeat([] {
                      int years = 107;
                      bench::keep(years);
