@@ -585,7 +585,8 @@ TEST(StandardInput, NeedsNoStrptimeForTheTextOfADate) {
     return fake_strptime.real(text, format, fields);
   });
   std::uint16_t date = 0;
-  for (const char *text : {"01/01/1970", "09/19/2000", "10/09/1999", "12/31/2149"})
+  for (const char *text :
+       {"01/01/1900", "01/01/1970", "09/19/2000", "10/09/1999", "12/31/2149", "12/31/3799"})
     EXPECT_EQ(string_to_date(text, &date), 1) << text;
   EXPECT_EQ(calls, 0);
   EXPECT_EQ(string_to_date("1/1/1970", &date), 1);

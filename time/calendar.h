@@ -6,6 +6,7 @@
 #ifndef ORLA_TIME_CALENDAR_H
 #define ORLA_TIME_CALENDAR_H
 
+#include <algorithm>
 #include <cstdint>
 
 namespace orla {
@@ -22,30 +23,36 @@ inline constexpr std::uint32_t kSecondsPerDay = 86400;
 // Days from 1970-01-01 to 1986-12-28, whose date number is 0.
 inline constexpr std::uint32_t kDateNumberShift = 6205;
 
-inline constexpr std::int32_t kMonthLengths[12] = {31, 0, 31, 30, 31, 30, 31, 31, 30, 31, 30, 31};
-
 // Every year whose two lowest bits are zero. 1900 and 2100 are leap years: callers rely on it.
 constexpr bool is_leap_year(std::int32_t year) { return (year & 3) == 0; }
 
+// Lengths and starts of months are reckoned, without a branch and without a table: to reach a table, a
+// library's code must on 32-bit x86 find out first where it was loaded.
+
 // Precondition: month is 1 to 12.
 constexpr std::int32_t month_length(std::int32_t year, std::int32_t month) {
-  const std::int32_t length = kMonthLengths[month - 1];
-  return length != 0 ? length : 28 + is_leap_year(year);
+  // What a month has above 28 days, in two bits each: December to January, and two bits for no month.
+  constexpr std::uint32_t kAbove28 = 0b11'10'11'10'11'11'10'11'10'11'00'11'00;
+  constexpr std::uint32_t kFebruary29 = 0b01'00'00;
+  const std::uint32_t above = is_leap_year(year) ? kAbove28 + kFebruary29 : kAbove28;
+  return static_cast<std::int32_t>(28 + (above >> 2 * month & 3));
 }
 
-// Days before the first of a month in a year that is not a leap year.
-inline constexpr std::uint16_t kDaysBeforeMonth[12] = {0,   31,  59,  90,  120, 151,
-                                                       181, 212, 243, 273, 304, 334};
+// Days before the first of a month.
+constexpr std::uint32_t days_before_month(std::int32_t year, std::int32_t month) {
+  // A straight line, in 1/16 day, through the starts of months in a year whose February has 30 days.
+  const std::uint32_t days = (489 * static_cast<std::uint32_t>(month) - 480) / 16;
+  const std::uint32_t missing = is_leap_year(year) ? 1 : 2;
+  return month > 2 ? days - missing : days;
+}
 
 // Days from 1970-01-01, modulo 2^32. A year before 1970 counts as if it began on 1970-01-01.
 // Precondition: the month and the day exist.
 constexpr std::uint32_t days_from_civil(CivilDate date) {
   // Of the years from 1970 up to the one before, those divisible by 4: the first is 1972.
-  const std::uint32_t years =
-      date.year > kEpochYear ? static_cast<std::uint32_t>(date.year) - kEpochYear : 0;
+  const auto years = static_cast<std::uint32_t>(std::max(date.year, kEpochYear) - kEpochYear);
   const std::uint32_t leap_days = (years + 1) / 4;
-  const std::uint32_t this_leap_day = date.month > 2 && is_leap_year(date.year) ? 1 : 0;
-  return 365 * years + leap_days + kDaysBeforeMonth[date.month - 1] + this_leap_day +
+  return 365 * years + leap_days + days_before_month(date.year, date.month) +
          static_cast<std::uint32_t>(date.day) - 1;
 }
 

@@ -55,27 +55,42 @@ bool two_digits(const char *text, std::int32_t *number) {
   return true;
 }
 
-// The direct path for "MM/DD/YYYY", where strptime() can only say the same: two digits, a slash, two
-// digits, a slash and four digits, the month and the day within range. It reads no further than the
-// first character that does not fit.
+// The direct path for "MM/DD/YYYY", where strptime() can only say the same: a month, a slash, a day, a
+// slash and a year of 1900 to 3799, with all their digits. It reads no further than the first character
+// that does not fit, and may have stored some of the fields by then.
 bool scan_canonical(const char *text, std::int32_t *year, std::int32_t *month, std::int32_t *day) {
+  std::int32_t number;
   std::int32_t century;
-  std::int32_t year_of_century;
-  if (!two_digits(text, month) || text[2] != '/') return false;
-  if (!two_digits(text + 3, day) || text[5] != '/') return false;
-  if (!two_digits(text + 6, &century) || !two_digits(text + 8, &year_of_century)) return false;
-  // A year over 3800 is lowered twice: where the fields are read, and where they are taken over.
-  *year = since_1900(since_1900(100 * century + year_of_century - 1900));
-  return is_month(*month) && is_day(*day);
+  if (!two_digits(text, &number) || !is_month(number) || text[2] != '/') return false;
+  *month = number;
+  if (!two_digits(text + 3, &number) || !is_day(number) || text[5] != '/') return false;
+  *day = number;
+  // From 3800 on the direct path would have to lower a year more than once.
+  if (!two_digits(text + 6, &century) || century < 19 || century > 37) return false;
+  if (!two_digits(text + 8, &number)) return false;
+  *year = 100 * century - 1900 + number;
+  return true;
 }
 
 void scan_standard(const char *text, std::int32_t *year, std::int32_t *month, std::int32_t *day) {
-  if (scan_canonical(text, year, month, day)) return;
+  if (scan_canonical(text, year, month, day)) return;  // the first text of the process
   std::tm fields = {};
   orla_strptime(text, orla::orla_century_fmt(0), &fields);
   *year = since_1900(fields.tm_year);
   *month = fields.tm_mon + 1;
   *day = fields.tm_mday;
+}
+
+// Any text in either mode; the first one of the process decides on the mode here. Apart, so that the direct
+// path saves no registers for it.
+[[gnu::noinline]] int parse_date(const char *text, std::int32_t *year, std::int32_t *month,
+                                 std::int32_t *day) {
+  if (get_fmt_var() == 1) {
+    if (!scan_old(text, year, month, day)) return kRejected;
+  } else {
+    scan_standard(text, year, month, day);
+  }
+  return *year >= 0 && is_month(*month) && is_day(*day) ? kAccepted : kRejected;
 }
 
 }  // namespace
@@ -91,12 +106,9 @@ void orla_strptime(const char *text, const char *format, std::tm *fields) noexce
 
 int k7_parse_date(const char *text, std::int32_t *year, std::int32_t *month,
                   std::int32_t *day) noexcept {
-  if (get_fmt_var() == 1) {
-    if (!scan_old(text, year, month, day)) return kRejected;
-  } else {
-    scan_standard(text, year, month, day);
-  }
-  return *year >= 0 && is_month(*month) && is_day(*day) ? kAccepted : kRejected;
+  if (date_old_fmt.load(std::memory_order_relaxed) == 0 && scan_canonical(text, year, month, day))
+    return kAccepted;
+  return parse_date(text, year, month, day);
 }
 
 int string_to_date(const char *text, std::uint16_t *date) noexcept {

@@ -2,6 +2,8 @@
 
 #include <orla/time.h>
 
+#include <array>
+#include <cstdint>
 #include <cstdio>
 #include <cstring>
 #include <ctime>
@@ -14,9 +16,23 @@ namespace {
 
 constexpr std::size_t kDateTextLength = 10;
 
+struct TwoDigits {
+  char text[2];
+};
+
+// "00" to "99".
+constexpr std::array<TwoDigits, 100> make_two_digits() {
+  std::array<TwoDigits, 100> table = {};
+  for (unsigned number = 0; number < table.size(); ++number)
+    table[number] = {{static_cast<char>('0' + number / 10), static_cast<char>('0' + number % 10)}};
+  return table;
+}
+
+constexpr std::array<TwoDigits, 100> kTwoDigits = make_two_digits();
+
+// Precondition: number is 0 to 99.
 char *put_two_digits(char *out, std::uint32_t number) {
-  out[0] = static_cast<char>('0' + number / 10);
-  out[1] = static_cast<char>('0' + number % 10);
+  std::memcpy(out, kTwoDigits[number].text, 2);
   return out + 2;
 }
 
