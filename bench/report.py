@@ -6,7 +6,8 @@
 
 Programs behind --google measure x86-64, with the peers; those behind --plain i386. Every figure is a median
 of nine repetitions, in nanoseconds. A table whose rows have sizes is reported as growth: time by size, and
-the exponent of the power law that fits best.
+the exponent of the power law that fits best. --markdown replaces what stands behind the mark in FILE, or
+writes a new one.
 """
 
 import argparse
@@ -22,6 +23,7 @@ import sys
 
 REPETITIONS = 9
 GROWTH = "Growth: "
+MARK = "<!-- Behind this mark stands what scripts/bench --markdown wrote. -->\n"
 
 
 def google_rows(program, pattern):
@@ -81,8 +83,9 @@ class Ratios:
                         key=lambda r: r["nanoseconds"])
 
     def sentence(self):
+        floors = sorted(self.floors, key=lambda r: -r["nanoseconds"])
         parts = [f"ours / floor {self.ours / floor['nanoseconds']:.2f} ({floor['name']})"
-                 for floor in self.floors]
+                 for floor in floors]
         if self.peer:
             parts.append(f"best peer / ours {self.peer['nanoseconds'] / self.ours:.2f} ({self.peer['name']})")
         return ", ".join(parts)
@@ -101,10 +104,11 @@ def markdown_table(title, measured):
     """`measured` maps an architecture to the table's rows."""
     architectures = list(measured)
     growth = title.startswith(GROWTH)
-    names = []
+    first = {}  # what each row took on the first architecture that measured it
     for rows in measured.values():
-        names += [key for key in ((r["name"], r["role"], r["size"]) for r in rows) if key not in names]
-    names.sort(key=lambda key: (["floor", "ours", "peer"].index(key[1]), key[2]))
+        for r in rows:
+            first.setdefault((r["name"], r["role"], r["size"]), r["nanoseconds"])
+    names = sorted(first, key=lambda key: (["floor", "ours", "peer"].index(key[1]), key[2], first[key]))
     lines = [f"### {title}", "", "| | " + " | ".join(f"{a}, ns" for a in architectures) + " |",
              "|---|" + "---:|" * len(architectures)]
     for name, role, size in names:
@@ -121,6 +125,11 @@ def markdown_table(title, measured):
         if text:
             lines.append(f"- {architecture}: {text}")
     return "\n".join(lines) + "\n"
+
+
+def write_markdown(path, text):
+    before = path.read_text(encoding="utf-8").partition(MARK)[0] if path.exists() else ""
+    path.write_text(before + MARK + "\n" + text, encoding="utf-8")
 
 
 def plot(folder, title, rows):
@@ -182,7 +191,7 @@ def main():
                                             encoding="utf-8")
     if asked.markdown:
         head = "".join(f"- {key}: {value}\n" for key, value in context.items())
-        pathlib.Path(asked.markdown).write_text(head + "\n" + "\n".join(texts), encoding="utf-8")
+        write_markdown(pathlib.Path(asked.markdown), head + "\n" + "\n".join(texts))
     if asked.plot:
         pathlib.Path(asked.plot).mkdir(parents=True, exist_ok=True)
         for title, rows in measured.get("x86-64", {}).items():
