@@ -23,6 +23,29 @@ import sys
 
 REPETITIONS = 9
 GROWTH = "Growth: "
+# What we aim at: nanoseconds, or how often a floor that is named.
+GOALS = {
+    "UUID: generate": (1.3, "gettimeofday"),
+    "UUID: encode": (3, None),
+    "UUID: decode": (5, None),
+    "UUID: compare": (2, None),
+    "UUID: hash": (1.5, None),
+    "Date number to text": (5, None),
+    "Text to date number": (6, None),
+    "Fields from a date number": (3, None),
+    "Date number from fields": (2, None),
+    "Traced line, TZ set": (1.25, "write + fstat"),
+    "Traced line, TZ not set": (1.25, "write + fstat"),
+    "Untraced service: memory": (1.02, "sysinfo"),
+    "Profile: a key near the end of 10,000": (3, "read, one memmem"),
+    "Profile: a key of 20 lines": (1.3, "open, read, close"),
+    "Profile: rewrite one key of 10,000": (2, "write a copy, rename"),
+    "Profile: rewrite one key of 20 lines": (1.5, "write a copy, rename"),
+    "Token out of a line": (1.2, "strchr, twice, and a copy"),
+    "Symbol lookup": (1.1, "dlsym"),
+    "Processor count": (1.1, "get_nprocs_conf, cpuid twice"),
+    "Load of the library": (1.2, "an empty library"),
+}
 MARK = "<!-- Behind this mark stands what scripts/bench --markdown wrote. -->\n"
 
 
@@ -89,6 +112,25 @@ class Ratios:
         if self.peer:
             parts.append(f"best peer / ours {self.peer['nanoseconds'] / self.ours:.2f} ({self.peer['name']})")
         return ", ".join(parts)
+
+
+def against_goal(rows, limit, floor):
+    """What we measured in the unit of the goal; in bold what is above it."""
+    measured = Ratios(rows).ours
+    if floor:
+        measured /= next(r["nanoseconds"] for r in rows if r["name"] == floor)
+    text = f"{measured:.2f}" if floor else f"{measured:.1f} ns"
+    return text if float(text.split()[0]) <= limit else f"**{text}**"
+
+
+def goals_table(measured):
+    lines = ["### Goals", "", "| | goal | " + " | ".join(measured) + " |", "|---|---|" + "---:|" * len(measured)]
+    for title, (limit, floor) in GOALS.items():
+        cells = [against_goal(tables[title], limit, floor) if title in tables else "" for tables in measured.values()]
+        goal = f"{limit} x {floor}" if floor else f"{limit} ns"
+        if any(cells):
+            lines.append(f"| {title} | {goal} | " + " | ".join(cells) + " |")
+    return "\n".join(lines) + "\n"
 
 
 def exponent(rows):
@@ -183,7 +225,8 @@ def main():
         titles += [title for title in tables if title not in titles]
 
     context = {"date": datetime.date.today().isoformat(), "processor": processor(), "compiler": compiler()}
-    texts = [markdown_table(title, {a: tables[title] for a, tables in measured.items() if title in tables})
+    texts = [goals_table(measured)]
+    texts += [markdown_table(title, {a: tables[title] for a, tables in measured.items() if title in tables})
              for title in sorted(titles, key=lambda title: (title.startswith(GROWTH), title))]
     print("\n".join(texts))
     if asked.json:
