@@ -5,7 +5,6 @@
 #include <orla/uuid.h>
 
 #include <cstdint>
-#include <cstdio>
 #include <cstring>
 #include <optional>
 #include <string>
