@@ -58,7 +58,8 @@ bool open_trace(const char *path) {
 
 // `error` is what "%m" stands for.
 void write_line(const char *message, int error) {
-  const char *stamp = orla::trace_stamp();
+  char stamp[orla::kTraceStampSize];
+  orla::put_trace_stamp(stamp);
   errno = error;
   orla::PercentText(stamp, message, "").write(trace_stream);
 }

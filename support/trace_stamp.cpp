@@ -15,18 +15,17 @@
 namespace orla {
 namespace {
 
-constexpr std::size_t kTextSize = 64;
 constexpr std::size_t kZoneSize = 128;
 
-// A stamp, and for what it was made. Made anew when any of these differs, because the conversion is by far
-// the dearest part of it: where TZ is not set, the C library asks for the status of the zone's file.
+// A stamp, and for what it was made. Kept because the conversion is by far the dearest part of it: where TZ
+// is not set, the C library asks for the status of the zone's file. Made anew when any of these differs.
 struct Stamp {
   bool reusable;
   std::uint32_t seconds;
   pid_t process;
   bool zone_set;
   char zone[kZoneSize];  // the value of TZ
-  char text[kTextSize];
+  char text[kTraceStampSize];
 };
 
 Stamp last = {};
@@ -53,29 +52,31 @@ void put_text(char *out, std::uint32_t seconds, std::tm *fields, pid_t process) 
   out += date_to_string(out, date_number_from_stamp(seconds - offset));
   const std::tm midnight = {};
   const std::tm &time = fields != nullptr ? *fields : midnight;
-  std::snprintf(out, kTextSize - ORLA_DATE_TEXT_SIZE, " %2d:%02d:%02d %lu ", time.tm_hour,
+  std::snprintf(out, kTraceStampSize - ORLA_DATE_TEXT_SIZE, " %2d:%02d:%02d %lu ", time.tm_hour,
                 time.tm_min, time.tm_sec, static_cast<unsigned long>(process));
 }
 
-void make(Stamp &stamp, const Moment &now, pid_t process, const char *zone) {
+Stamp made_for(const Moment &now, pid_t process, const char *zone) {
+  Stamp stamp;
   std::tm *fields = local_fields(now);
   put_text(stamp.text, now.stamp, fields, process);
   stamp.seconds = now.stamp;
   stamp.process = process;
   // A moment that could not be converted is tried again.
   stamp.reusable = keep_zone(stamp, zone) && fields != nullptr;
+  return stamp;
 }
 
 }  // namespace
 
-const char *trace_stamp() {
+void put_trace_stamp(char *out) {
   const Moment now = clock_moment();
   const pid_t process = getpid();
   const char *zone = std::getenv("TZ");
   const bool holds = last.reusable && last.seconds == now.stamp && last.process == process &&
                      is_for_zone(last, zone);
-  if (!holds) make(last, now, process, zone);
-  return last.text;
+  if (!holds) last = made_for(now, process, zone);
+  std::memcpy(out, last.text, sizeof last.text);
 }
 
 }  // namespace orla

@@ -49,6 +49,13 @@ TEST(MonthLength, FollowsTheTable) {
   }
 }
 
+TEST(MonthLength, OfNoMonthIsOneOfTheLengths) {
+  for (const std::int32_t month : {INT32_MIN, -16, -1, 0, 13, 14, 15, 16, 17, INT32_MAX}) {
+    EXPECT_GE(days_in_month(2007, month), 28) << month;
+    EXPECT_LE(days_in_month(2007, month), 31) << month;
+  }
+}
+
 TEST(MonthLength, GivesFebruaryOf1900And2100TwentyNineDays) {
   EXPECT_EQ(days_in_month(1900, 2), 29);
   EXPECT_EQ(days_in_month(2100, 2), 29);

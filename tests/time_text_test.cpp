@@ -357,6 +357,26 @@ void expect_parsed(const ParseRow &row) {
   EXPECT_EQ(day, row.day) << row.text;
 }
 
+// Callers who want one field alone give one variable for the others.
+TEST(StandardInput, StoresYearMonthAndDayInThisOrderAndChecksWhatItStored) {
+  const WithVariable mode(kOldMode, nullptr);
+  std::int32_t year;
+  std::int32_t month;
+  std::int32_t day;
+  std::int32_t any;
+  k7_parse_date("12/31/2007", &year, &month, &day);
+  for (const char *text : {"12/31/2007", " 12/31/2007"}) {
+    EXPECT_EQ(k7_parse_date(text, &any, &any, &day), 0) << text;
+    EXPECT_EQ(any, 12) << text;
+    EXPECT_EQ(k7_parse_date(text, &any, &month, &any), 0) << text;
+    EXPECT_EQ(any, 31) << text;
+    EXPECT_EQ(k7_parse_date(text, &year, &any, &any), 255) << text;
+    EXPECT_EQ(any, 31) << text;
+    EXPECT_EQ(k7_parse_date(text, &any, &any, &any), 255) << text;
+    EXPECT_EQ(any, 31) << text;
+  }
+}
+
 TEST(StandardInput, AcceptsMonthDayAndYearWithItsCentury) {
   const WithVariable mode(kOldMode, nullptr);
   const ParseRow rows[] = {

@@ -29,16 +29,17 @@ constexpr bool is_leap_year(std::int32_t year) { return (year & 3) == 0; }
 // Lengths and starts of months are reckoned, without a branch and without a table: to reach a table, a
 // library's code must on 32-bit x86 find out first where it was loaded.
 
-// Precondition: month is 1 to 12.
+// The month is to be 1 to 12; any other gives one of the same four lengths, without a meaning.
 constexpr std::int32_t month_length(std::int32_t year, std::int32_t month) {
   // What a month has above 28 days, in two bits each: December to January, and two bits for no month.
   constexpr std::uint32_t kAbove28 = 0b11'10'11'10'11'11'10'11'10'11'00'11'00;
   constexpr std::uint32_t kFebruary29 = 0b01'00'00;
   const std::uint32_t above = is_leap_year(year) ? kAbove28 + kFebruary29 : kAbove28;
-  return static_cast<std::int32_t>(28 + (above >> 2 * month & 3));
+  const std::uint32_t place = 2 * static_cast<std::uint32_t>(month) % 32;
+  return static_cast<std::int32_t>(28 + (above >> place & 3));
 }
 
-// Days before the first of a month.
+// Days before the first of a month. Precondition: month is 1 to 12.
 constexpr std::uint32_t days_before_month(std::int32_t year, std::int32_t month) {
   // A straight line, in 1/16 day, through the starts of months in a year whose February has 30 days.
   const std::uint32_t days = (489 * static_cast<std::uint32_t>(month) - 480) / 16;

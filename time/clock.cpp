@@ -35,7 +35,7 @@ Moment clock_moment() {
 }
 
 std::tm *local_fields(const Moment &moment) {
-  if (moment.c_library) return std::localtime(&moment.time);
+  if (moment.told) return std::localtime(&moment.time);
   const auto stamp = static_cast<std::int32_t>(moment.stamp);
   return wek_localtime(&stamp);
 }

@@ -40,7 +40,7 @@ inline ClockInstant clock_instant() {
 struct Moment {
   std::uint32_t stamp;  // clock_seconds()
   std::time_t time;     // as the C library tells it
-  bool c_library;       // whether it can
+  bool told;            // whether the C library can tell it
 };
 
 Moment clock_moment();

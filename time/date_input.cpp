@@ -57,23 +57,26 @@ bool two_digits(const char *text, std::int32_t *number) {
 
 // The direct path for "MM/DD/YYYY", where strptime() can only say the same: a month, a slash, a day, a
 // slash and a year of 1900 to 3799, with all their digits. It reads no further than the first character
-// that does not fit, and may have stored some of the fields by then.
+// that does not fit, and stores all fields or none.
 bool scan_canonical(const char *text, std::int32_t *year, std::int32_t *month, std::int32_t *day) {
-  std::int32_t number;
+  std::int32_t month_read;
+  std::int32_t day_read;
   std::int32_t century;
-  if (!two_digits(text, &number) || !is_month(number) || text[2] != '/') return false;
-  *month = number;
-  if (!two_digits(text + 3, &number) || !is_day(number) || text[5] != '/') return false;
-  *day = number;
-  // From 3800 on the direct path would have to lower a year more than once.
+  std::int32_t year_of_century;
+  if (!two_digits(text, &month_read) || !is_month(month_read) || text[2] != '/') return false;
+  if (!two_digits(text + 3, &day_read) || !is_day(day_read) || text[5] != '/') return false;
+  // Later years are lowered by 1900 more than once, most of them.
   if (!two_digits(text + 6, &century) || century < 19 || century > 37) return false;
-  if (!two_digits(text + 8, &number)) return false;
-  *year = 100 * century - 1900 + number;
+  if (!two_digits(text + 8, &year_of_century)) return false;
+  *year = 100 * century - 1900 + year_of_century;
+  *month = month_read;
+  *day = day_read;
   return true;
 }
 
 void scan_standard(const char *text, std::int32_t *year, std::int32_t *month, std::int32_t *day) {
-  if (scan_canonical(text, year, month, day)) return;  // the first text of the process
+  if (scan_canonical(text, year, month, day))
+    return;  // succeeds for the first text of the process alone
   std::tm fields = {};
   orla_strptime(text, orla::orla_century_fmt(0), &fields);
   *year = since_1900(fields.tm_year);
@@ -107,7 +110,7 @@ void orla_strptime(const char *text, const char *format, std::tm *fields) noexce
 int k7_parse_date(const char *text, std::int32_t *year, std::int32_t *month,
                   std::int32_t *day) noexcept {
   if (date_old_fmt.load(std::memory_order_relaxed) == 0 && scan_canonical(text, year, month, day))
-    return kAccepted;
+    return is_month(*month) ? kAccepted : kRejected;  // not one, where the day went there too
   return parse_date(text, year, month, day);
 }
 

@@ -77,7 +77,7 @@ ORLA_EXPORT int32_t days_in_year(int32_t year) ORLA_NOEXCEPT;
 /** Tells the length of a month.
  *
  *  @param[in] year   in full, such as 2007.
- *  @param[in] month  1 to 12. Not checked: any other value reads outside a table.
+ *  @param[in] month  1 to 12. Not checked: of any other the result has no meaning.
  *  @return    28 to 31.
  *  Errors: none. Threads: safe.
  */

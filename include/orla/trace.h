@@ -27,7 +27,7 @@
  *    file until a close request, and a rotation moves the file at the new path.
  *  - On standard output a message that ends in a line feed is followed by an empty line.
  *
- *  Threads: switches, buffer and stream are plain globals; two threads that trace at the same time can
+ *  Threads: switches, buffer, stream and last stamp are plain globals; two threads that trace at the same time can
  *  mix their lines.
  */
 #ifndef ORLA_TRACE_H
