@@ -11,6 +11,7 @@
 #include <cctype>
 #include <cstdio>
 #include <map>
+#include <optional>
 #include <ostream>
 #include <set>
 #include <sstream>
@@ -68,9 +69,10 @@ struct Played {
   std::map<std::string, int> made;  // of the calls that do not always fail
 };
 
-// The child's part.
+// The child's part. The scene is cleared away also where the library ends the process.
 std::string play_here(const Case &played, const Failure &failure) {
-  Scene scene;
+  static std::optional<Scene> stage;
+  Scene &scene = stage.emplace();
   scene.fail(failure);
   std::string text = played.play(scene);
   text += kept(scene);
@@ -79,6 +81,7 @@ std::string play_here(const Case &played, const Failure &failure) {
   for (const std::string &call : calls_that_can_fail())
     if (scene.made(call) != 0 && !scene.always_fails(call))
       text += call + " " + std::to_string(scene.made(call)) + "\n";
+  stage.reset();
   return text;
 }
 
