@@ -8,6 +8,7 @@
 #include <cstdlib>
 #include <cstring>
 #include <ctime>
+#include <iterator>
 
 #include "time/calendar.h"
 #include "time/clock.h"
@@ -35,29 +36,31 @@ bool is_for_zone(const Stamp &stamp, const char *zone) {
   return stamp.zone_set && std::strcmp(stamp.zone, zone) == 0;
 }
 
-// False when the value is too long to be told from others later.
+// Into a stamp whose zone is empty. False when the value is too long to be told from others later.
 bool keep_zone(Stamp &stamp, const char *zone) {
   stamp.zone_set = zone != nullptr;
   if (zone == nullptr) return true;
   const std::size_t length = std::strlen(zone);
   if (length >= kZoneSize) return false;
-  std::memcpy(stamp.zone, zone, length + 1);
+  std::memcpy(stamp.zone, zone, length);  // in front of zeros
   return true;
 }
 
 // The slot behind the process id is reserved for a thread number, which is held at 0 and therefore never
 // written. Null fields stand for midnight.
-void put_text(char *out, std::uint32_t seconds, std::tm *fields, pid_t process) {
+void put_text(char (&text)[kTraceStampSize], std::uint32_t seconds, std::tm *fields,
+              pid_t process) {
   const auto offset = static_cast<std::uint32_t>(offset_west_of_utc(timezone, fields));
-  out += date_to_string(out, date_number_from_stamp(seconds - offset));
+  char *rest = text + date_to_string(text, date_number_from_stamp(seconds - offset));
   const std::tm midnight = {};
   const std::tm &time = fields != nullptr ? *fields : midnight;
-  std::snprintf(out, kTraceStampSize - ORLA_DATE_TEXT_SIZE, " %2d:%02d:%02d %lu ", time.tm_hour,
-                time.tm_min, time.tm_sec, static_cast<unsigned long>(process));
+  const auto room = static_cast<std::size_t>(std::end(text) - rest);
+  std::snprintf(rest, room, " %2d:%02d:%02d %lu ", time.tm_hour, time.tm_min, time.tm_sec,
+                static_cast<unsigned long>(process));
 }
 
 Stamp made_for(const Moment &now, pid_t process, const char *zone) {
-  Stamp stamp;
+  Stamp stamp = {};
   std::tm *fields = local_fields(now);
   put_text(stamp.text, now.stamp, fields, process);
   stamp.seconds = now.stamp;

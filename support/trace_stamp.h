@@ -7,7 +7,8 @@
 
 namespace orla {
 
-inline constexpr std::size_t kTraceStampSize = 64;
+// With the longest process id that the field can take.
+inline constexpr std::size_t kTraceStampSize = sizeof "MM/DD/YYYY hh:mm:ss 18446744073709551615 ";
 
 // Writes "MM/DD/YYYY hh:mm:ss pid " of this moment, in the local zone, the hour padded with a blank, into
 // kTraceStampSize bytes. Date and time are of one reading of the clock and one conversion, so that no line

@@ -178,12 +178,12 @@ TEST_F(TraceFile, FollowsAZoneThatIsSetUnsetAndEmptyWithinOneSecond) {
 TEST_F(TraceFile, FollowsZonesTooLongToBeRemembered) {
   const std::string name = "<" + std::string(130, 'A') + ">";
   for (const std::string &zone :
-       {std::string("AAA-1"), name + "-2", name + "-3", std::string("AAA-1")}) {
+       {std::string("AAA-1"), name + "-2", name + "-3", std::string(), std::string("AAA-1")}) {
     const WithZone now(zone.c_str());
     trace("m\n");
   }
   std::string expected;
-  for (const char *hour : {"15", "16", "17", "15"})
+  for (const char *hour : {"15", "16", "17", "14", "15"})
     expected += std::string("02/03/2007 ") + hour + ":05:07 " + process_id() + " m\n";
   EXPECT_EQ(read(), expected);
 }
