@@ -36,13 +36,13 @@ bool is_for_zone(const Stamp &stamp, const char *zone) {
   return stamp.zone_set && std::strcmp(stamp.zone, zone) == 0;
 }
 
-// Into a stamp whose zone is empty. False when the value is too long to be told from others later.
+// False when the value is too long to be told from others later.
 bool keep_zone(Stamp &stamp, const char *zone) {
   stamp.zone_set = zone != nullptr;
   if (zone == nullptr) return true;
   const std::size_t length = std::strlen(zone);
   if (length >= kZoneSize) return false;
-  std::memcpy(stamp.zone, zone, length);  // in front of zeros
+  std::memcpy(stamp.zone, zone, length + 1);
   return true;
 }
 

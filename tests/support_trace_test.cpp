@@ -237,6 +237,7 @@ TEST_F(TraceFile, RemembersZonesOfUpTo127Bytes) {
   const std::string line = "02/03/2007 14:05:07 " + process_id() + " m\n";
   EXPECT_EQ(read(), line + line + line);
   EXPECT_EQ(conversions_in((longest + "0").c_str()), 3);
+  EXPECT_EQ(read(), line + line + line + line + line + line);
 }
 
 TEST_F(TraceFile, TriesAgainToConvertASecondThatCouldNotBeConverted) {
