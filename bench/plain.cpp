@@ -1,4 +1,4 @@
-// Measures the rows without any other package: nine repetitions, each of which goes through all rows, so
+// Measures the rows without any other package: fifteen repetitions, each of which goes through all rows, so
 // that a drift of the machine's speed meets all of them. Prints JSON: the median of each row.
 //
 //     PROGRAM [REGEX]    measures only tables with a title that matches
@@ -13,7 +13,7 @@
 
 namespace {
 
-constexpr int kRepetitions = 9;
+constexpr int kRepetitions = 15;
 constexpr double kSecondsPerRepetition = 0.02;
 
 double nanoseconds_per_call(const bench::Row &row) {

@@ -5,7 +5,7 @@
               [--filter REGEX]
 
 Measures the tables whose titles match REGEX. Programs behind --google measure x86-64, with the peers; those behind --plain i386. Every figure is a median
-of nine repetitions, in nanoseconds. A table whose rows have sizes is reported as growth: time by size, and
+of fifteen repetitions, in nanoseconds. A table whose rows have sizes is reported as growth: time by size, and
 the exponent of the power law that fits best. --markdown replaces what stands behind the mark in FILE, or
 writes a new one.
 """
@@ -21,7 +21,7 @@ import statistics
 import subprocess
 import sys
 
-REPETITIONS = 9
+REPETITIONS = 15
 GROWTH = "Growth: "
 # What we aim at: nanoseconds, or how often a floor that is named.
 GOALS = {
@@ -151,6 +151,11 @@ def exponent(rows):
     return sum((x - mean_x) * (y - mean_y) for x, y in points) / spread
 
 
+def growth_sentence(rows):
+    rows = sorted(rows, key=lambda r: r["size"])
+    return f"exponent {exponent(rows):.2f}, between the two largest {exponent(rows[-2:]):.2f}"
+
+
 def markdown_table(title, measured):
     """`measured` maps an architecture to the table's rows."""
     architectures = list(measured)
@@ -172,7 +177,7 @@ def markdown_table(title, measured):
     lines.append("")
     for architecture in architectures:
         rows = measured[architecture]
-        text = f"exponent {exponent(rows):.2f}" if growth else Ratios(rows).sentence()
+        text = growth_sentence(rows) if growth else Ratios(rows).sentence()
         if text:
             lines.append(f"- {architecture}: {text}")
     return "\n".join(lines) + "\n"
