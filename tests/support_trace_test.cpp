@@ -14,6 +14,7 @@
 
 #include <cerrno>
 #include <cstdio>
+#include <cstdlib>
 #include <cstring>
 #include <string>
 #include <vector>
@@ -202,10 +203,11 @@ TEST_F(TraceFile, FollowsTheClock) {
 TEST_F(TraceFile, HasTheProcessIdOfAChildOfTheSameSecond) {
   trace("m\n");
   const std::string parents = stamp() + "m\n";
+  std::fflush(nullptr);
   const pid_t child = fork();
   if (child == 0) {
     trace("m\n");
-    _exit(read() == parents + stamp() + "m\n" ? 0 : 1);
+    std::exit(read() == parents + stamp() + "m\n" ? 0 : 1);
   }
   int status = -1;
   waitpid(child, &status, 0);
