@@ -61,14 +61,20 @@ void read_iniparser(const Place &at) {
   iniparser_freedict(file);
 }
 
+// Another one each time: a library may leave a file alone that would not change.
+const char *next_value() {
+  static unsigned asked = 0;
+  return ++asked % 2 != 0 ? "odd" : "even";
+}
+
 void write_minini(const Place &at) {
-  ini_puts(at.section.c_str(), at.key.c_str(), "changed", at.file.c_str());
+  ini_puts(at.section.c_str(), at.key.c_str(), next_value(), at.file.c_str());
 }
 
 void write_glib(const Place &at) {
   GKeyFile *file = g_key_file_new();
   g_key_file_load_from_file(file, at.file.c_str(), G_KEY_FILE_KEEP_COMMENTS, nullptr);
-  g_key_file_set_value(file, at.section.c_str(), at.key.c_str(), "changed");
+  g_key_file_set_value(file, at.section.c_str(), at.key.c_str(), next_value());
   g_key_file_save_to_file(file, at.file.c_str(), nullptr);
   g_key_file_free(file);
 }
@@ -76,7 +82,7 @@ void write_glib(const Place &at) {
 void write_simpleini(const Place &at) {
   CSimpleIniA file;
   file.LoadFile(at.file.c_str());
-  file.SetValue(at.section.c_str(), at.key.c_str(), "changed");
+  file.SetValue(at.section.c_str(), at.key.c_str(), next_value());
   file.SaveFile(at.file.c_str());
 }
 

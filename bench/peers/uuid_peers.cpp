@@ -28,6 +28,10 @@ char text[64];
 void generate() {
   bench::Table table("UUID: generate");
   table.peer("Boost.UUID, random", bench::repeat([] {
+               static boost::uuids::random_generator generator;
+               bench::keep(generator());
+             }));
+  table.peer("Boost.UUID, pseudo-random", bench::repeat([] {
                static boost::uuids::random_generator_mt19937 generator;
                boost_uuid = generator();
                bench::keep(boost_uuid);
