@@ -110,7 +110,7 @@ class Ratios:
     """What one architecture's rows of a table say of ours."""
 
     def __init__(self, rows):
-        self.ours = min((r["nanoseconds"] for r in rows if r["role"] == "ours"), default=None)
+        self.ours = min(r["nanoseconds"] for r in rows if r["role"] == "ours")
         self.floors = [r for r in rows if r["role"] == "floor"]
         self.peer = min((r for r in rows if r["role"] == "peer"), default=None,
                         key=lambda r: r["nanoseconds"])
@@ -118,8 +118,8 @@ class Ratios:
     def sentence(self):
         floors = sorted(self.floors, key=lambda r: -r["nanoseconds"])
         parts = [f"ours / floor {self.ours / floor['nanoseconds']:.2f} ({floor['name']})"
-                 for floor in floors if self.ours]
-        if self.peer and self.ours:
+                 for floor in floors]
+        if self.peer:
             parts.append(f"best peer / ours {self.peer['nanoseconds'] / self.ours:.2f} ({self.peer['name']})")
         return ", ".join(parts)
 

@@ -75,8 +75,8 @@ bool scan_canonical(const char *text, std::int32_t *year, std::int32_t *month, s
 }
 
 void scan_standard(const char *text, std::int32_t *year, std::int32_t *month, std::int32_t *day) {
-  if (scan_canonical(text, year, month, day))
-    return;  // succeeds for the first text of the process alone
+  // Has been tried already, but for the first text of the process.
+  if (scan_canonical(text, year, month, day)) return;
   std::tm fields = {};
   orla_strptime(text, orla::orla_century_fmt(0), &fields);
   *year = since_1900(fields.tm_year);
@@ -110,7 +110,7 @@ void orla_strptime(const char *text, const char *format, std::tm *fields) noexce
 int k7_parse_date(const char *text, std::int32_t *year, std::int32_t *month,
                   std::int32_t *day) noexcept {
   if (date_old_fmt.load(std::memory_order_relaxed) == 0 && scan_canonical(text, year, month, day))
-    return is_month(*month) ? kAccepted : kRejected;  // not one, where the day went there too
+    return is_month(*month) ? kAccepted : kRejected;  // one variable may have taken month and day
   return parse_date(text, year, month, day);
 }
 
