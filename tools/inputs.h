@@ -35,7 +35,7 @@ class LineReader {
 
   // Without its line feed and a carriage return before it. A last line needs no line feed.
   bool next(Input &line);
-  int error() const { return error_; }  // of errno, when the end was none; else 0
+  int error() const { return error_; }  // errno where reading failed, else 0
 
  private:
   bool fill();
@@ -55,7 +55,7 @@ class Inputs {
  public:
   Inputs(Run &run, const std::vector<std::string> &arguments);
 
-  // A line that holds a zero byte is told and passed over, as is the end of what cannot be read on.
+  // False at the end. A line that holds a zero byte, and input that cannot be read on, make a message.
   bool next(Input &input);
 
  private:
@@ -72,7 +72,7 @@ class Inputs {
 bool is_single(const std::vector<std::string> &arguments);
 
 // What a command says of a text: the rows of its report, and which of them, by key, make up the line where
-// there are several texts; the text itself is "input". `describe` answers false when it has told what is
+// there are several texts; the text itself is "input". `describe` answers false when it has said what is
 // wrong with the text.
 struct Description {
   std::function<bool(const Input &, Report &)> describe;

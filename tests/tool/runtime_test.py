@@ -175,6 +175,12 @@ class Trace(ToolTest):
         self.assertEqual(result.status, 1)
         self.assertIn("did not grow", result.err)
 
+    def test_tells_that_a_device_is_full(self):
+        run = self.run_tool("trace", "lost", status=1, K7LIB_VERB="y", K7LOG_PATH="/dev/full")
+        self.assertEqual((run.out, run.err), ("", 'orla: nothing was written to the trace file "/dev/full": '
+                                              "No space left on device\n"))
+        self.run_tool("trace", "nowhere", K7LIB_VERB="y", K7LOG_PATH="/dev/null")
+
     def test_goes_to_standard_output_without_a_path(self):
         text = self.run_tool("trace", "100%% done", K7LIB_VERB="y").out
         self.assertTrue(text.startswith("100%% done\n\n"))
