@@ -107,8 +107,8 @@ def install(options):
         library / "liborla.so", library / "liborla.so.1", library / "liborlanode.so",
         library / "cmake/orla/orlaConfig.cmake", library / "cmake/orla/orlaConfigVersion.cmake",
         library / "cmake/orla/orlaTargets.cmake", library / "pkgconfig/orla.pc", "bin/orla",
-        "include/orla/export.h", "share/doc/orla/LICENSE",
-        "share/doc/orla/guide.md", "share/doc/orla/json.md", "share/doc/orla/quirks.md")}
+        "share/doc/orla/LICENSE", "share/doc/orla/guide.md", "share/doc/orla/json.md",
+        "share/doc/orla/quirks.md")}
     expected |= {f"include/orla/{header.name}" for header in options.source.glob("include/orla/*.h")}
     missing = expected - files_of(paths.prefix)
     check(not missing, f"not installed: {sorted(missing)}")
