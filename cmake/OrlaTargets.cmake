@@ -36,7 +36,8 @@ function(orla_library_code target)
   endif()
 endfunction()
 
-# A shared library of ours: its exports are the names in `map`, its soname carries the major version.
+# A shared library of ours: its exports are the names in `map`, its soname carries the major
+# version.
 function(orla_plain_library target map)
   orla_library_code(${target})
   set_target_properties(${target} PROPERTIES
