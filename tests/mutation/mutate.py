@@ -57,13 +57,13 @@ TESTS = (
     ("support/token", "token_test"),
     ("support/orlaslnk", "loader_test failing_calls_test"),
     ("support/orlamisc", "names_test"),
-    ("support/percent_text", "support_trace_test time_text_test"),
+    ("base/percent_text", "support_trace_test time_text_test"),
     ("support/trace.cpp", "support_trace_test failing_calls_test"),
     ("support/trace_stamp", "support_trace_test failing_calls_test"),
     ("support/", "support_trace_test loader_test inventory_capacity_test"),
     ("companion/", "names_test"),
 )
-FAMILIES = ("inventory", "time", "uuid", "profile", "support", "companion")
+FAMILIES = ("base", "inventory", "time", "uuid", "profile", "support", "companion")
 
 CONFIGURATION = (
     "-DCMAKE_BUILD_TYPE=None", "-DORLA_TOOL=OFF", "-DBUILD_TESTING=ON",
