@@ -8,7 +8,7 @@
 #include <cstring>
 #include <ctime>
 
-#include "support/percent_text.h"
+#include "base/percent_text.h"
 #include "time/calendar.h"
 #include "time/date_format.h"
 
