@@ -323,6 +323,24 @@ TEST(ClockPast2038, ReckonsDaylightSavingByTheFoldedYear) {
   EXPECT_EQ(wek_localtime_offset(), 18000);
 }
 
+TEST(ClockPast2038, GivesTheBareZoneWithoutALocalTime) {
+  const WithZone zone(kNewYork);
+  const ClockPast2038 clock(kSummer2040);
+  const With localtime(fake_localtime, [](const std::time_t *) { return nullptr; });
+  EXPECT_EQ(wek_localtime_offset(), 18000);
+}
+
+// The record is shared: whoever reads it next finds the real year.
+TEST(ClockPast2038, LeavesTheYearInTheSharedRecord) {
+  const WithZone zone(kNewYork);
+  const ClockPast2038 clock(kSummer2040);
+  std::tm record = {};
+  record.tm_year = 112;
+  const With localtime(fake_localtime, [&](const std::time_t *) { return &record; });
+  wek_localtime_offset();
+  EXPECT_EQ(record.tm_year, 140);
+}
+
 TEST(ClockPast2038, GivesTheLocalDate) {
   const WithZone zone(kNewYork);
   const ClockPast2038 clock(kSummer2040);
