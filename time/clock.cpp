@@ -1,5 +1,6 @@
 #include "time/clock.h"
 
+#include "base/kept_errno.h"
 #include "time/kernel_clock.h"
 
 namespace orla {
@@ -10,6 +11,7 @@ std::uint32_t stamp_of(const KernelTime &now) { return static_cast<std::uint32_t
 }  // namespace
 
 Moment clock_moment() {
+  const KeptErrno kept;
   std::time_t now = 0;
   const bool past_2038 = std::time(&now) == -1 && errno == EOVERFLOW;
   if (past_2038) return {stamp_of(read_kernel_clock()), std::nullopt};

@@ -21,7 +21,7 @@ struct Moment {
   std::optional<std::time_t> time;  // the same as the C library gives it; none where it cannot
 };
 
-// The present moment; the stamp is 0 when there is no clock.
+// The present moment; the stamp is 0 when there is no clock. Leaves errno alone.
 Moment clock_moment();
 
 // A moment to the microsecond.

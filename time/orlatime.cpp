@@ -4,6 +4,7 @@
 
 #include <orla/time.h>
 
+#include "base/kept_errno.h"
 #include "time/calendar.h"
 #include "time/clock.h"
 #include "time/local_time.h"
@@ -17,6 +18,7 @@ std::int32_t wek_time_stamp() noexcept {
 }
 
 std::int32_t wek_localtime_offset() noexcept {
+  const orla::KeptErrno kept;
   tzset();
   const long zone = timezone;
   return orla::offset_west_of_utc(zone, orla::local_fields(orla::clock_moment()));
@@ -48,6 +50,7 @@ int data_to_date(std::int32_t years_since_1900, std::int32_t month, std::int32_t
 }
 
 std::tm *wek_gmtime(const std::int32_t *stamp) noexcept {
+  const orla::KeptErrno kept;
   const orla::FoldedStamp folded = orla::fold(static_cast<std::uint32_t>(*stamp));
   const std::time_t when = folded.seconds;
   std::tm *fields = tav_gmtime(&when);
@@ -56,6 +59,7 @@ std::tm *wek_gmtime(const std::int32_t *stamp) noexcept {
 }
 
 std::tm *wek_localtime(const std::int32_t *stamp) noexcept {
+  const orla::KeptErrno kept;
   const orla::FoldedStamp folded = orla::fold(static_cast<std::uint32_t>(*stamp));
   const std::time_t when = folded.seconds;
   std::tm *fields = tav_localtime(&when);
