@@ -1,5 +1,5 @@
-// What the subcommands share. Each adds itself to the program and, when it is chosen, hands its report
-// to finish().
+// What the subcommands share. Each adds itself to the program and, when it is chosen, hands its
+// report to finish().
 
 #ifndef ORLA_TOOLS_COMMAND_H
 #define ORLA_TOOLS_COMMAND_H

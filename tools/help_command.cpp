@@ -14,8 +14,8 @@
 namespace orla_tool {
 namespace {
 
-// How many characters are to be put in, taken out, changed or swapped with their neighbour to turn one
-// word into the other.
+// How many characters are to be put in, taken out, changed or swapped with their neighbour to turn
+// one word into the other.
 std::size_t distance(const std::string &a, const std::string &b) {
   std::vector<std::vector<std::size_t>> steps(a.size() + 1, std::vector<std::size_t>(b.size() + 1));
   std::iota(steps[0].begin(), steps[0].end(), std::size_t{0});

@@ -111,7 +111,8 @@ void report_disks(Report &report, Run &run) {
   }
 }
 
-// Without K7LOG_PATH the library's trace lines go to standard output; here they belong on standard error.
+// Without K7LOG_PATH the library's trace lines go to standard output; here they belong on standard
+// error.
 void show_host(Run &run) {
   Report report = run.report();
   Captured traced(STDOUT_FILENO);

@@ -126,7 +126,8 @@ CLI::Option *add_texts(CLI::App &command, const std::string &name, std::vector<s
         return true;
       },
       help);
-  // It asks for more than there can be and so gets them all; this policy allows that some are missing.
+  // It asks for more than there can be and so gets them all; this policy allows that some are
+  // missing.
   constexpr int kAny = CLI::detail::expected_max_vector_size;
   return option->expected(kAny, kAny)
       ->allow_extra_args(false)

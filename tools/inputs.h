@@ -1,5 +1,5 @@
-// The texts that a command works on: its arguments, one of which may be "-" for the lines of standard
-// input.
+// The texts that a command works on: its arguments, one of which may be "-" for the lines of
+// standard input.
 
 #ifndef ORLA_TOOLS_INPUTS_H
 #define ORLA_TOOLS_INPUTS_H
@@ -27,8 +27,8 @@ struct Input {
   std::string place() const;
 };
 
-// Lines of a descriptor, handed out where they lie. What has been printed is flushed before the reader
-// waits for more.
+// Lines of a descriptor, handed out where they lie. What has been printed is flushed before the
+// reader waits for more.
 class LineReader {
  public:
   explicit LineReader(int descriptor);
@@ -55,7 +55,8 @@ class Inputs {
  public:
   Inputs(Run &run, const std::vector<std::string> &arguments);
 
-  // False at the end. A line that holds a zero byte, and input that cannot be read on, make a message.
+  // False at the end. A line that holds a zero byte, and input that cannot be read on, make a
+  // message.
   bool next(Input &input);
 
  private:
@@ -67,13 +68,13 @@ class Inputs {
   LineReader lines_;
 };
 
-// Whether there is one text, which gets a report to itself. Several, and standard input, get one line
-// each.
+// Whether there is one text, which gets a report to itself. Several, and standard input, get one
+// line each.
 bool is_single(const std::vector<std::string> &arguments);
 
-// What a command says of a text: the rows of its report, and which of them, by key, make up the line where
-// there are several texts; the text itself is "input". `describe` answers false when it has said what is
-// wrong with the text.
+// What a command says of a text: the rows of its report, and which of them, by key, make up the
+// line where there are several texts; the text itself is "input". `describe` answers false when it
+// has said what is wrong with the text.
 struct Description {
   std::function<bool(const Input &, Report &)> describe;
   std::vector<std::string> columns;
@@ -82,7 +83,8 @@ struct Description {
 void describe_each(Run &run, const std::vector<std::string> &arguments,
                    const Description &description);
 
-// Any number of texts as they stand. (An option for a vector would read a text in brackets as a list.)
+// Any number of texts as they stand. (An option for a vector would read a text in brackets as a
+// list.)
 CLI::Option *add_texts(CLI::App &command, const std::string &name, std::vector<std::string> &texts,
                        const std::string &help);
 

@@ -1,4 +1,5 @@
-// orla load: whether the library's loader opens a library, where, and whether it finds symbols in it.
+// orla load: whether the library's loader opens a library, where, and whether it finds symbols in
+// it.
 
 #include <dlfcn.h>
 #include <link.h>

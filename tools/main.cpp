@@ -40,8 +40,8 @@ std::string path_of(const CLI::App &app) {
                                      : path_of(*app.get_parent()) + " " + app.get_name();
 }
 
-// What was given and has no meaning here, if anything: first of all an option, as a word after it may be
-// its value.
+// What was given and has no meaning here, if anything: first of all an option, as a word after it
+// may be its value.
 std::string unexpected(const CLI::App &program) {
   std::string word;
   for (const std::string &each : program.remaining(true)) {

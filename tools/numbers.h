@@ -1,4 +1,5 @@
-// Whole numbers on the command line: decimal digits everywhere, so that "08" is eight and "010" ten.
+// Whole numbers on the command line: decimal digits everywhere, so that "08" is eight and "010"
+// ten.
 
 #ifndef ORLA_TOOLS_NUMBERS_H
 #define ORLA_TOOLS_NUMBERS_H

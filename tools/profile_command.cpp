@@ -1,4 +1,5 @@
-// orla profile: what the library answers from a profile file, one key written or taken out, and the path.
+// orla profile: what the library answers from a profile file, one key written or taken out, and the
+// path.
 
 #include <orla/profile.h>
 
@@ -31,8 +32,8 @@ struct ProfileArguments {
   bool has_fallback() const { return fallback_option->count() != 0; }
 };
 
-// Shows in the usage line what the command checks by itself: all words are required, and --default-path
-// stands for the first.
+// Shows in the usage line what the command checks by itself: all words are required, and
+// --default-path stands for the first.
 class WordsFormatter : public CLI::Formatter {
  public:
   std::string make_option_usage(const CLI::Option *option) const override {

@@ -37,8 +37,8 @@ bool lock_and_wait(Run &run, int descriptor, const std::string &name) {
   return true;
 }
 
-// -1 where the folder cannot be locked, as on some network file systems: then files that are being created
-// are not waited for.
+// -1 where the folder cannot be locked, as on some network file systems: then files that are being
+// created are not waited for.
 int open_locked_folder(Run &run, const std::string &folder) {
   const int descriptor = open(folder.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC);
   if (descriptor == -1 || lock_and_wait(run, descriptor, folder)) return descriptor;

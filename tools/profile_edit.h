@@ -11,11 +11,12 @@
 
 namespace orla_tool {
 
-// Holds a profile for a change of it: no other process that locks it changes it meanwhile, and no signal
-// ends this one in the middle. Waits for whoever holds it.
+// Holds a profile for a change of it: no other process that locks it changes it meanwhile, and no
+// signal ends this one in the middle. Waits for whoever holds it.
 //
-// An existing file is locked itself. While a file is being created, its folder is locked instead, so that
-// a lock leaves nothing behind; everybody asks for the folder first, and so waits for a creation.
+// An existing file is locked itself. While a file is being created, its folder is locked instead,
+// so that a lock leaves nothing behind; everybody asks for the folder first, and so waits for a
+// creation.
 class ProfileLock {
  public:
   ProfileLock(Run &run, const std::string &file);
@@ -39,8 +40,8 @@ class ProfileLock {
 // Why the library could not rewrite a file with a text of `size` bytes, as far as that can be seen.
 std::string why_not_rewritten(const std::string &file, std::size_t size);
 
-// Gives a file new bytes through a temporary copy, as the library's writer does. What is wrong is the
-// result; empty when all went well.
+// Gives a file new bytes through a temporary copy, as the library's writer does. What is wrong is
+// the result; empty when all went well.
 std::string replace_bytes(const std::string &file, const std::string &bytes);
 
 }  // namespace orla_tool

@@ -154,7 +154,8 @@ class Linter {
     earlier_.clear();
   }
 
-  // The string reader compares as many characters as the section's name has, the opening bracket counted.
+  // The string reader compares as many characters as the section's name has, the opening bracket
+  // counted.
   void look_for_earlier_header(std::string_view header) {
     const std::size_t same = headers_.find_same(header);
     const std::size_t alike = headers_.find(header.substr(0, header.size() - 2));
@@ -208,7 +209,8 @@ class Linter {
     look_at_integer(line);
   }
 
-  // A key is looked for by the beginning of lines, so any earlier line that begins with it hides it.
+  // A key is looked for by the beginning of lines, so any earlier line that begins with it hides
+  // it.
   void look_for_hiding(std::string_view line) {
     const std::string_view key = trimmed(key_of(line));
     const std::size_t earlier = key.empty() ? 0 : earlier_.find(key);

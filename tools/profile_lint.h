@@ -20,7 +20,8 @@ struct Finding {
 // Every kind of finding there is.
 const std::vector<std::string> &kinds_of_findings();
 
-// Looks through a file, in the order of its lines. A value of one of `integer_keys` should be a number.
+// Looks through a file, in the order of its lines. A value of one of `integer_keys` should be a
+// number.
 std::vector<Finding> lint_profile(const ProfileText &text,
                                   const std::vector<std::string> &integer_keys);
 

@@ -1,4 +1,5 @@
-// orla profile lint: what in profile files is not read as it looks, in many files and whole folders.
+// orla profile lint: what in profile files is not read as it looks, in many files and whole
+// folders.
 
 #include <orla/profile.h>
 
@@ -44,8 +45,9 @@ bool is_profile(const fs::path &path) {
   return extension == ".ini";
 }
 
-// Adds the *.ini files in a folder, and to `folders` the folders in it. Links to folders are not followed, so
-// there is no way round in circles. False, and told, when the folder cannot be searched.
+// Adds the *.ini files in a folder, and to `folders` the folders in it. Links to folders are not
+// followed, so there is no way round in circles. False, and told, when the folder cannot be
+// searched.
 bool search(Run &run, const fs::path &folder, std::vector<fs::path> &folders,
             std::vector<std::string> &found) {
   std::error_code error;
@@ -63,8 +65,8 @@ bool search(Run &run, const fs::path &folder, std::vector<fs::path> &folders,
   return !error;
 }
 
-// Adds the *.ini files in a folder and in those below it, in the order of their names; a folder that cannot
-// be searched does not keep the others from it.
+// Adds the *.ini files in a folder and in those below it, in the order of their names; a folder
+// that cannot be searched does not keep the others from it.
 void add_profiles_in(Run &run, const std::string &folder, std::vector<std::string> &files) {
   std::vector<std::string> found;
   std::vector<fs::path> folders = {folder};

@@ -54,14 +54,14 @@ std::string_view name_in(std::string_view header);
 // What a person takes for a remark, though the readers know none.
 bool looks_like_remark(std::string_view line);
 
-// The name of a line's key: what stands before its first "=", blanks at its end left out. Empty where there is
-// none.
+// The name of a line's key: what stands before its first "=", blanks at its end left out. Empty
+// where there is none.
 std::string_view key_of(std::string_view line);
 // What readers take for its value: what stands after its last "=".
 std::string_view value_of(std::string_view line);
 
-// How a header is found: by its whole line (the integer reader and the writer), or by as many of its
-// characters as the section's name has (the string reader).
+// How a header is found: by its whole line (the integer reader and the writer), or by as many of
+// its characters as the section's name has (the string reader).
 enum class HeaderRule { whole_line, beginning };
 
 // The number of the first line that counts as the header; 0 when there is none.
@@ -89,8 +89,8 @@ struct ProfileSection {
   std::vector<ProfileEntry> entries;
 };
 
-// The sections, each once, with the entries that the string reader finds in them. Lines that look like
-// remarks are left out.
+// The sections, each once, with the entries that the string reader finds in them. Lines that look
+// like remarks are left out.
 std::vector<ProfileSection> sections_of(const ProfileText &text);
 
 // Of a section by its name, in any letter case; null when there is none.

@@ -1,4 +1,5 @@
-// What a command has to say: rows that are printed aligned for people, or one JSON object for programs.
+// What a command has to say: rows that are printed aligned for people, or one JSON object for
+// programs.
 
 #ifndef ORLA_TOOLS_REPORT_H
 #define ORLA_TOOLS_REPORT_H
@@ -55,8 +56,8 @@ class Report {
     }
   }
 
-  // Several values, one a line, the label and the note beside the first; in JSON an array. Without a
-  // label and without other rows the lines hold the bare values.
+  // Several values, one a line, the label and the note beside the first; in JSON an array. Without
+  // a label and without other rows the lines hold the bare values.
   void list(const char *key, const char *label, const std::vector<std::string> &values,
             std::string_view note = {});
 
@@ -83,9 +84,9 @@ class Report {
   // The cells of the columns in one line, for people.
   std::string line() const;
 
-  // The value under a name such as "processors.count", for scripts: a text as it stands in a row, an
-  // array as one line for each element. A name leads through the elements of an array to theirs, with
-  // or without "[]". Nothing, and the reason in `missing`, where the report has no such value.
+  // The value under a name such as "processors.count", for scripts: a text as it stands in a row,
+  // an array as one line for each element. A name leads through the elements of an array to theirs,
+  // with or without "[]". Nothing, and the reason in `missing`, where the report has no such value.
   std::optional<std::string> field(const std::string &name, bool as_json,
                                    std::string &missing) const;
 

@@ -74,8 +74,8 @@ void append_escaped(std::string &out, unsigned char byte) {
   out += kDigits[byte & 0xF];
 }
 
-// Columns that a line may take: one less than there are, as some terminals go to the next line after the
-// last.
+// Columns that a line may take: one less than there are, as some terminals go to the next line
+// after the last.
 std::size_t usable_width() {
   winsize size = {};
   const bool known = ioctl(STDERR_FILENO, TIOCGWINSZ, &size) == 0 && size.ws_col > 0;

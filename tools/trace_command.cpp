@@ -29,7 +29,8 @@ void write_as_services_do(const Input &message) {
   statuslog[0] = '\0';
 }
 
-// Why a device takes no more, such as a full one; empty when it does, and for anything else than a device.
+// Why a device takes no more, such as a full one; empty when it does, and for anything else than a
+// device.
 std::string why_device_takes_nothing(const char *path) {
   struct stat file;
   if (stat(path, &file) != 0 || !S_ISCHR(file.st_mode)) return "";

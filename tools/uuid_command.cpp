@@ -52,9 +52,10 @@ bool read_uuid(Run &run, const Input &input, k7_uuid__t &uuid) {
   return false;
 }
 
-// UUIDs of the same 4 microseconds are identical, and so may be two that lie 213,568 microseconds apart
-// on both sides of the turn of a second, where time_low starts anew. Either way they share time_high,
-// which stays for a quarter of a second: so it is enough to know the time_low of those made meanwhile.
+// UUIDs of the same 4 microseconds are identical, and so may be two that lie 213,568 microseconds
+// apart on both sides of the turn of a second, where time_low starts anew. Either way they share
+// time_high, which stays for a quarter of a second: so it is enough to know the time_low of those
+// made meanwhile.
 class Maker {
  public:
   static void make(k7_uuid__t &uuid) { orla_uuid_gen(&uuid); }
@@ -114,7 +115,8 @@ std::string host_bytes(const k7_uuid__t &uuid) {
   return text;
 }
 
-// The class codes are those of the library's own provider; a program's may mean something else by 2.
+// The class codes are those of the library's own provider; a program's may mean something else by
+// 2.
 void report_host(Report &report, const k7_uuid__t &uuid) {
   report.row("host", "host", host_bytes(uuid));
   switch (host_kind(uuid)) {

@@ -26,8 +26,8 @@ _orla() {
     fi
     line=${line%%$'\t'*}
     [[ $line == "${given[-1]}"* ]] || continue
-    # A section or a key may hold anything. It is offered as a word that the shell takes as it is: between
-    # quotes only where nothing in it ends them or is run.
+    # A section or a key may hold anything. It is offered as a word that the shell takes as it is:
+    # between quotes only where nothing in it ends them or is run.
     if [[ $quote == \' ]]; then
       [[ $line == *\'* ]] || COMPREPLY+=("$line")
     elif [[ $quote == \" ]]; then
