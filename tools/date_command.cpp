@@ -90,8 +90,8 @@ DateFields fields_of(std::uint16_t number) {
 }
 
 const char *explain_stamp(std::uint16_t number) {
-  if (number == 0) return "0 by design: this date cannot be told from a failure";
-  // 02/07/2106, the first day that begins past the last stamp, up to 06/05/2149, the last date.
+  if (number == 0) return "0 by design: a failure gives the same";
+  // 02/07/2106, the first day that begins after the last stamp, up to 06/05/2149, the last date.
   if (number >= 43506 && number <= 59330) return "00:00:00 UTC, wrapped: 32 bits end on 02/07/2106";
   return "of 00:00:00 UTC, seconds since 1970";
 }
@@ -128,7 +128,7 @@ bool has_number(const DateFields &fields, std::uint16_t &number) {
   return data_to_date(fields.year - 1900, fields.month, fields.day, &number) != 0;
 }
 
-// By the library's readers; past 2038 the stamp is the unsigned number that it is read as.
+// By the library's readers; after 2038 the stamp is the unsigned number that it is read as.
 ReadDate read_library_text(const char *text) {
   ReadDate date;
   if (k7_parse_date(text, &date.fields.year, &date.fields.month, &date.fields.day) != 0) {

@@ -1,4 +1,4 @@
-// orla host: processors, memory and disks, with the reason behind each figure.
+// orla host: processors, memory and disks, each figure with its reason.
 
 #include <orla/inventory.h>
 #include <sys/sysinfo.h>

@@ -102,7 +102,9 @@ bool is_single(const std::vector<std::string> &arguments) {
 void describe_each(Run &run, const std::vector<std::string> &arguments,
                    const Description &description) {
   const bool single = is_single(arguments);
-  Report report = single || run.wants_values() ? run.report() : Report(description.columns);
+  Report report = single || !run.field.empty() ? run.report()
+                  : run.json                   ? Report(Report::Kept::json_line)
+                                               : Report(description.columns);
   Inputs inputs(run, arguments);
   Input input;
   while (inputs.next(input)) {

@@ -27,8 +27,8 @@ struct Input {
   std::string place() const;
 };
 
-// Lines of a descriptor, handed out where they lie. What has been printed is flushed before the
-// reader waits for more.
+// The lines that a descriptor gives, without a copy of each. What has been printed is flushed
+// before the reader waits for more.
 class LineReader {
  public:
   explicit LineReader(int descriptor);

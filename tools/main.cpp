@@ -19,7 +19,7 @@ using orla_tool::Run;
 constexpr orla_tool::Command kProgram = {
     "orla", "Shows what the orla library sees of this host and what it computes.",
     "Where a TEXT is asked for, several may be given, and \"-\" for the lines of standard input;\n"
-    "then each gets one line, with --json one line of JSON. \"orla help SUBCOMMAND\" tells more.",
+    "then each gets one line, with --json one line of JSON. \"orla help SUBCOMMAND\" says more.",
     "  orla host\n"
     "  orla now --field date\n"
     "  orla date parse 12/31/2007\n"

@@ -2,9 +2,13 @@
 // path.
 
 #include <orla/profile.h>
+#include <unistd.h>
 
 #include <CLI/CLI.hpp>
+#include <algorithm>
+#include <cerrno>
 #include <cstdlib>
+#include <cstring>
 #include <memory>
 
 #include "command.h"
@@ -102,9 +106,12 @@ std::string in_line(const ProfileFile &file, std::size_t number) {
   return file.name + ", line " + std::to_string(number) + ": ";
 }
 
+Search search_for_key(const ProfileArguments &arguments, const ProfileFile &file, HeaderRule rule) {
+  return search_profile(file.text, file.name, arguments.section(), arguments.key(), rule);
+}
+
 void get_string(Run &run, const ProfileArguments &arguments, const ProfileFile &file) {
-  const Search search = search_profile(file.text, file.name, arguments.section(), arguments.key(),
-                                       HeaderRule::beginning);
+  const Search search = search_for_key(arguments, file, HeaderRule::beginning);
   std::string missing = !file.error.empty() ? file.error : search.missing;
   if (missing.empty() && file.text.text(search.number).find('=') == std::string::npos)
     missing = in_line(file, search.number) + "no \"=\" after the key";
@@ -130,8 +137,7 @@ void get_integer(Run &run, const ProfileArguments &arguments, const ProfileFile 
     return show_value(run, arguments, file.name, number != kNone ? number : *fallback,
                       number != kNone);
   if (!file.error.empty()) return run.fail(file.error);
-  const Search search = search_profile(file.text, file.name, arguments.section(), arguments.key(),
-                                       HeaderRule::whole_line);
+  const Search search = search_for_key(arguments, file, HeaderRule::whole_line);
   run.fail(!search.missing.empty()
                ? search.missing
                : in_line(file, search.number) + "no number of 1 to 5 characters after a \"=\"");
@@ -145,6 +151,8 @@ void get_value(Run &run, ProfileArguments &arguments) {
   const ProfileFile file(read);
   if (!reason.empty()) return run.fail(file.error);  // the library would not come back from there
   if (file.error.empty() && !can_be_opened_again(read)) path = path_of_bytes(file.text.bytes());
+  if (path.empty())
+    return run.fail(file.name + " cannot be copied into memory: " + std::strerror(errno));
   arguments.as_int ? get_integer(run, arguments, file) : get_string(run, arguments, file);
 }
 
@@ -171,12 +179,10 @@ void check_target(const ProfileArguments &arguments) {
 std::string why_not_found(const ProfileArguments &arguments, const ProfileFile &file,
                           const std::string &entry, const std::string &answer) {
   if (!file.error.empty()) return file.error;
-  const Search written = search_profile(file.text, file.name, arguments.section(), arguments.key(),
-                                        HeaderRule::whole_line);
+  const Search written = search_for_key(arguments, file, HeaderRule::whole_line);
   if (!written.missing.empty() || file.text.text(written.number) != entry)
     return "it does not hold the entry; was there room for it?";
-  const Search found = search_profile(file.text, file.name, arguments.section(), arguments.key(),
-                                      HeaderRule::beginning);
+  const Search found = search_for_key(arguments, file, HeaderRule::beginning);
   if (!found.missing.empty()) return found.missing;
   if (found.number != written.number)
     return "an earlier header begins like [" + arguments.section() + "], and line " +
@@ -198,8 +204,7 @@ void report_set(Run &run, const ProfileArguments &arguments, const std::string &
 
 // The line that an entry for the key takes the place of; empty when there is none.
 std::string line_of_key(const ProfileArguments &arguments, const ProfileFile &file) {
-  const Search search = search_profile(file.text, file.name, arguments.section(), arguments.key(),
-                                       HeaderRule::whole_line);
+  const Search search = search_for_key(arguments, file, HeaderRule::whole_line);
   return search.missing.empty() ? file.text.text(search.number) : "";
 }
 
@@ -217,6 +222,7 @@ void set_key(Run &run, const ProfileArguments &arguments) {
     const ProfileLock lock(run, file);
     if (!lock.error().empty()) return run.fail(file + " was not rewritten: " + lock.error());
     const ProfileFile before(file);
+    if (!before.error.empty() && access(file.c_str(), F_OK) == 0) return run.fail(before.error);
     replaced = line_of_key(arguments, before);
     if (orla_cfg_write_private_profile_string(arguments.section().c_str(), arguments.key().c_str(),
                                               arguments.value().c_str(),
@@ -257,8 +263,7 @@ std::string bytes_without(const ProfileText &text, const std::vector<std::size_t
 // What the readers still find for a key; empty when that is nothing.
 std::string still_found(const ProfileArguments &arguments, const ProfileFile &file) {
   for (const HeaderRule rule : {HeaderRule::whole_line, HeaderRule::beginning}) {
-    const Search search =
-        search_profile(file.text, file.name, arguments.section(), arguments.key(), rule);
+    const Search search = search_for_key(arguments, file, rule);
     if (file.error.empty() && search.missing.empty())
       return "line " + std::to_string(search.number) + ", " +
              in_quotes(file.text.text(search.number)) + ", is what readers find for this key";
@@ -270,9 +275,7 @@ std::string why_not_there(const ProfileArguments &arguments, const ProfileFile &
   const std::string found = still_found(arguments, file);
   return !found.empty()
              ? "no line of section [" + arguments.section() + "] is to be taken out: " + found
-             : search_profile(file.text, file.name, arguments.section(), arguments.key(),
-                              HeaderRule::whole_line)
-                   .missing;
+             : search_for_key(arguments, file, HeaderRule::whole_line).missing;
 }
 
 void unset_key(Run &run, const ProfileArguments &arguments) {
@@ -314,7 +317,7 @@ void show_path(Run &run) {
   report.row("from_environment", "from environment", from_environment != 0);
   if (ignored && *named != '\0')
     report.row("variable", "ORLA_CONFIG", named,
-               "the string reader and the writer still turn to this file");
+               "the string reader and the writer use this file all the same");
   run.finish(report);
 }
 

@@ -72,7 +72,7 @@ class Linter {
   }
 
  private:
-  // What is told once for all lines of a file.
+  // What is reported once for all lines of a file.
   struct Counted {
     std::size_t first = 0;
     std::size_t count = 0;
@@ -150,7 +150,7 @@ class Linter {
     look_for_earlier_header(bare);
     section_ = bare;
     ended_by_ = 0;
-    cut_is_told_ = false;
+    cut_is_reported_ = false;
     earlier_.clear();
   }
 
@@ -173,7 +173,7 @@ class Linter {
     if (section_.empty()) {
       if (has_equals) add("no_section", "no header stands above: readers do not find this key");
     } else if (ended_by_ != 0) {
-      if (has_equals) tell_cut();
+      if (has_equals) report_cut();
     } else {
       if (is_blank(line.front()))
         add("blanks", "blanks before the key belong to it: it is not found without them");
@@ -187,9 +187,9 @@ class Linter {
     }
   }
 
-  void tell_cut() {
-    if (cut_is_told_) return;
-    cut_is_told_ = true;
+  void report_cut() {
+    if (cut_is_reported_) return;
+    cut_is_reported_ = true;
     add_at(ended_by_, "section_cut",
            "an empty line ends section " + section_ + " here: its entries from line " +
                std::to_string(number_) + " on are not found");
@@ -241,7 +241,7 @@ class Linter {
   std::size_t number_ = 0;
   std::string section_;       // its header; empty before the first
   std::size_t ended_by_ = 0;  // the empty line that ended the section, or 0
-  bool cut_is_told_ = false;
+  bool cut_is_reported_ = false;
   EarlierLines earlier_;  // of the section
   EarlierLines headers_;
   Counted carriage_returns_;

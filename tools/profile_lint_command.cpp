@@ -46,7 +46,7 @@ bool is_profile(const fs::path &path) {
 }
 
 // Adds the *.ini files in a folder, and to `folders` the folders in it. Links to folders are not
-// followed, so there is no way round in circles. False, and told, when the folder cannot be
+// followed, so there is no way round in circles. False, with a message, when the folder cannot be
 // searched.
 bool search(Run &run, const fs::path &folder, std::vector<fs::path> &folders,
             std::vector<std::string> &found) {

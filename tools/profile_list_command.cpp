@@ -19,7 +19,7 @@ struct ListArguments {
   bool default_path = false;
 };
 
-Json json_of(const ProfileSection &section) {
+Json object_of(const ProfileSection &section) {
   Json entries = Json::array();
   for (const ProfileEntry &entry : section.entries)
     entries.push_back({{"key", entry.key}, {"value", entry.value}, {"line", entry.line}});
@@ -42,7 +42,7 @@ void show_sections(Run &run, const ProfileFile &file, const std::vector<ProfileS
   }
   Json list = Json::array();
   for (const ProfileSection &section : sections)
-    list.push_back(json_of(section));
+    list.push_back(object_of(section));
   Report report = run.report();
   report.row("file", "file", file.name);
   report.row("sections", "sections", list);
@@ -132,7 +132,7 @@ class Comparison {
   std::vector<Difference> found_;
 };
 
-Json json_of(const Difference &difference) {
+Json object_of(const Difference &difference) {
   Json object = {{"section", difference.section}, {"key", difference.key}};
   if (difference.old_entry != nullptr) object["old"] = difference.old_entry->value;
   if (difference.new_entry != nullptr) object["new"] = difference.new_entry->value;
@@ -168,7 +168,7 @@ void show_differences(Run &run, const std::vector<std::string> &words) {
   if (!run.wants_values()) return print_differences(comparison.differences());
   Json list = Json::array();
   for (const Difference &difference : comparison.differences())
-    list.push_back(json_of(difference));
+    list.push_back(object_of(difference));
   Report report = run.report();
   report.row("old", "old", old_file.name);
   report.row("new", "new", new_file.name);

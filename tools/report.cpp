@@ -75,16 +75,32 @@ class FieldSearch {
   std::string missing_;
 };
 
+std::string json_of_list(const std::vector<std::string> &texts) {
+  std::string out = "[";
+  for (const std::string &text : texts)
+    out += (out.size() > 1 ? "," : "") + json_of_text(text);
+  return out += ']';
+}
+
 }  // namespace
 
 std::string value_text(const Json &value) {
   return value.is_string() ? value.get<std::string>() : json_text(value, -1);
 }
 
+std::string json_of_text(std::string_view text) {
+  const auto is_plain = [](char c) { return c >= ' ' && c <= '~' && c != '"' && c != '\\'; };
+  if (!std::all_of(text.begin(), text.end(), is_plain)) return json_text(Json(text), -1);
+  std::string out;
+  out.reserve(text.size() + 2);
+  return (out += '"').append(text) += '"';
+}
+
 void Report::clear() {
   for (std::string &cell : cells_)
     cell.clear();
-  json_ = Json::object();
+  members_.clear();
+  json_.clear();
   section_ = nullptr;
   rows_.clear();
 }
@@ -99,6 +115,11 @@ void Report::add_row(std::string_view label, std::string_view value, std::string
   rows_.push_back({visible(label), visible(value), visible(note)});
 }
 
+void Report::add_member(std::string_view key, std::string_view json) {
+  members_ += members_.empty() ? "{\"" : ",\"";
+  members_.append(key).append("\":").append(json);
+}
+
 void Report::section(const char *key, const char *title) {
   section_ = key;
   json_[key] = Json::object();
@@ -107,6 +128,7 @@ void Report::section(const char *key, const char *title) {
 
 void Report::list(const char *key, const char *label, const std::vector<std::string> &values,
                   std::string_view note) {
+  if (kept_ == Kept::json_line) return add_member(key, json_of_list(values));
   if (kept_ != Kept::rows) return row(key, label, Json(values));
   for (const std::string &value : values) {
     const bool first = &value == values.data();
@@ -131,7 +153,7 @@ void Report::item(const char *key, const Json &object, std::string_view label,
                   std::string_view value, std::string_view note) {
   if (kept_ == Kept::values) {
     target()[key].push_back(object);
-  } else {
+  } else if (kept_ == Kept::rows) {
     add_row(label, value, note);
   }
 }
@@ -140,14 +162,19 @@ void Report::missing(const char *key, const char *label, std::string_view reason
   if (kept_ == Kept::values) {
     target()[key] = nullptr;
     target()[std::string(key) + "_missing"] = reason;
-  } else {
+  } else if (kept_ == Kept::json_line) {
+    add_member(key, "null");
+    add_member(std::string(key) + "_missing", json_of_text(reason));
+  } else if (kept_ == Kept::rows) {
     add_row(label, "-", reason);
   }
 }
 
 std::string Report::json() const { return json_text(json_, 2) + '\n'; }
 
-std::string Report::json_line() const { return json_text(json_, -1) + '\n'; }
+std::string Report::json_line() const {
+  return (kept_ == Kept::json_line ? members_ + '}' : json_text(json_, -1)) + '\n';
+}
 
 std::optional<std::string> Report::field(const std::string &name, bool as_json,
                                          std::string &missing) const {

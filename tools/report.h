@@ -28,17 +28,28 @@ std::string value_text(Number number) {
   return {text, std::to_chars(text, text + sizeof text, number).ptr};
 }
 
+// The same as JSON, without the detour of an object of it.
+std::string json_of_text(std::string_view text);
+template <typename Value>
+std::string json_of(const Value &value) {
+  if constexpr (std::is_convertible_v<Value, std::string_view>)
+    return json_of_text(value);
+  else
+    return value_text(value);
+}
+
 class Report {
  public:
-  // What is kept of what the report is told; the rest costs nothing.
-  enum class Kept { rows, values, columns };
+  // What is kept of what the report is given; the rest costs nothing. Values are kept as they are,
+  // or as the text of one line of JSON at once.
+  enum class Kept { rows, values, json_line, columns };
 
   explicit Report(Kept kept) : kept_(kept) {}
   // For one line: keeps the values of these keys alone. They outlive the report.
   explicit Report(const std::vector<std::string> &columns)
       : kept_(Kept::columns), columns_(&columns), cells_(columns.size()) {}
 
-  // Forgets what it was told, for the next input.
+  // Empties it for the next input.
   void clear();
 
   // The rows that follow stand under `title`, and in JSON in an object of their own under `key`.
@@ -49,6 +60,8 @@ class Report {
   void row(const char *key, const char *label, const Value &value, std::string_view note = {}) {
     if (kept_ == Kept::values) {
       target()[key] = value;
+    } else if (kept_ == Kept::json_line) {
+      add_member(key, json_of(value));
     } else if (kept_ == Kept::rows) {
       add_row(label, value_text(value), note);
     } else if (std::string *cell = find_cell(key)) {
@@ -75,8 +88,6 @@ class Report {
   // A figure that could not be had: null in JSON, with the reason beside it under `key`_missing.
   void missing(const char *key, const char *label, std::string_view reason);
 
-  bool has_rows() const { return kept_ == Kept::rows; }
-
   std::string json() const;
   std::string json_line() const;
   // For people, with control characters made visible; the titles bold where that is wanted.
@@ -100,11 +111,13 @@ class Report {
 
   Json &target() { return section_ == nullptr ? json_ : json_[section_]; }
   std::string *find_cell(std::string_view key);
+  void add_member(std::string_view key, std::string_view json);
   void add_row(std::string_view label, std::string_view value, std::string_view note);
 
   Kept kept_;
   const std::vector<std::string> *columns_ = nullptr;
   std::vector<std::string> cells_;
+  std::string members_;  // of the line of JSON
   Json json_ = Json::object();
   const char *section_ = nullptr;
   std::vector<Row> rows_;

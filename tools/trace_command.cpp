@@ -95,7 +95,7 @@ bool trace_to_file(Run &run, const Input &message, const char *path, Report &rep
   }
   report_line(report, message);
   report.row("to", "to", rotated ? std::string(path) + ".1" : path,
-             rotated ? "it had grown past its size, and was moved there" : "by K7LOG_PATH");
+             rotated ? "it had reached its size, and was moved there" : "by K7LOG_PATH");
   return true;
 }
 

@@ -5,7 +5,6 @@
 #include <CLI/CLI.hpp>
 #include <algorithm>
 #include <bitset>
-#include <cstdio>
 #include <memory>
 
 #include "command.h"
@@ -36,9 +35,15 @@ std::string text_of(const k7_uuid__t &uuid) {
   return text;
 }
 
+void append_hexadecimal(std::string &out, std::uint32_t value, int digits) {
+  constexpr const char *kDigits = "0123456789abcdef";
+  for (int shift = digits * 4; (shift -= 4) >= 0;)
+    out += kDigits[(value >> shift) & 0xF];
+}
+
 std::string hexadecimal(std::uint32_t value, int digits) {
-  char text[16];
-  std::snprintf(text, sizeof text, "0x%0*lx", digits, static_cast<unsigned long>(value));
+  std::string text = "0x";
+  append_hexadecimal(text, value, digits);
   return text;
 }
 
@@ -109,9 +114,11 @@ void make_reserved(Run &run, const UuidArguments &arguments) {
 }
 
 std::string host_bytes(const k7_uuid__t &uuid) {
-  char text[32];
-  std::snprintf(text, sizeof text, "%02x %02x %02x %02x %02x %02x %02x", uuid.host[0], uuid.host[1],
-                uuid.host[2], uuid.host[3], uuid.host[4], uuid.host[5], uuid.host[6]);
+  std::string text;
+  for (const std::uint8_t byte : uuid.host) {
+    if (!text.empty()) text += ' ';
+    append_hexadecimal(text, byte, 2);
+  }
   return text;
 }
 

@@ -88,7 +88,7 @@ def names_in_json(value):
 
 
 def names_in_page(page):
-    """Words set as literals, without the commas that mdoc wants apart."""
+    """Words set as literals, without the commas, which stand apart in mdoc."""
     found = set()
     for line in page.lines:
         literal = re.match(r"(?:\.It )?\.?Li (.*)", line)
@@ -98,7 +98,7 @@ def names_in_page(page):
 
 
 def sessions(page):
-    """Commands behind "$ " in the examples, each with what it prints."""
+    """Commands after "$ " in the examples, each with what it prints."""
     for block in page.blocks:
         parts = re.split(r"^\$ (.*)\n", block, flags=re.MULTILINE)
         yield [] if parts[0] else list(zip(parts[1::2], parts[2::2]))

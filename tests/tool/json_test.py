@@ -65,7 +65,7 @@ def is_of_type(value, names):
 
 
 def pairs(value, path=""):
-    """The keys of an object, those of objects in it behind a dot, and their values."""
+    """The keys of an object, those of objects in it after a dot, and their values."""
     for key, each in value.items():
         if isinstance(each, dict):
             yield from pairs(each, f"{path}{key}.")

@@ -1,5 +1,5 @@
 #!/usr/bin/env python3
-"""orla profile: values, entries written, the path in force, and what lint has to say."""
+"""orla profile: values, entries written and taken out, lists, differences, the default path, and lint."""
 
 import fcntl
 import json
@@ -226,7 +226,7 @@ class Set(ProfileCase):
     def test_standard_input_cannot_be_rewritten(self):
         self.expect_failure("standard input cannot be rewritten", "set", "-", "M", "K", "v", status=2)
 
-    def test_takes_what_looks_like_an_option_behind_two_dashes(self):
+    def test_takes_what_looks_like_an_option_after_two_dashes(self):
         file = self.path("f.ini")
         self.assertEqual(self.run_tool("set", "--", file, "M", "K", "--json").status, 0)
         self.assertEqual(self.read(), "[M]\nK=--json\n")

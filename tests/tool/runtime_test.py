@@ -137,7 +137,7 @@ class Load(ToolTest):
         self.assertRegex(text, r"(?m)^ *opened +by name$")
         self.assertRegex(text, r"(?m)^ *orla_module_answer +found$")
 
-    def test_wants_a_library(self):
+    def test_needs_a_library(self):
         self.run_tool("load", "", status=2)
         self.run_tool("load", status=2)
 
