@@ -48,7 +48,7 @@ TESTS = (
     ("time/calendar", "time_calendar_test time_text_test"),
     ("time/date_", "time_text_test"),
     ("time/", "time_clock_test time_calendar_test time_text_test uuid_generation_test"
-              " support_trace_test failing_calls_test"),
+              " trace_test failing_calls_test"),
     ("uuid/uuid_text", "uuid_text_test"),
     ("uuid/", "uuid_time_test uuid_order_test uuid_generation_test uuid_text_test"
               " failing_calls_test"),
@@ -57,10 +57,10 @@ TESTS = (
     ("support/token", "token_test"),
     ("support/orlaslnk", "loader_test failing_calls_test"),
     ("support/orlamisc", "names_test"),
-    ("base/percent_text", "support_trace_test time_text_test"),
-    ("support/trace.cpp", "support_trace_test failing_calls_test"),
-    ("support/trace_stamp", "support_trace_test failing_calls_test"),
-    ("support/", "support_trace_test loader_test inventory_capacity_test"),
+    ("base/percent_text", "trace_test time_text_test"),
+    ("support/trace.cpp", "trace_test failing_calls_test"),
+    ("support/trace_stamp", "trace_test failing_calls_test"),
+    ("support/", "trace_test loader_test inventory_capacity_test"),
     ("companion/", "names_test"),
 )
 FAMILIES = ("base", "inventory", "time", "uuid", "profile", "support", "companion")
