@@ -26,8 +26,10 @@ constexpr std::size_t kRotatedPathSize = 1024;
 std::FILE *trace_stream = nullptr;
 int trace_descriptor = -1;  // of the stream last opened; never reset
 
+// In a process that runs with another user's rights the variables count as not set: whoever starts it could
+// have files written and renamed with those rights.
 void switch_on_if_asked(const char *variable, std::int32_t &verbose) {
-  const char *value = std::getenv(variable);
+  const char *value = secure_getenv(variable);
   if (value != nullptr && (*value == 'y' || *value == 'Y')) verbose = kSwitchedOn;
 }
 
@@ -89,7 +91,7 @@ void rotate_if_grown(const char *path) {
 void TavTrace(char *message) noexcept {
   if (orlalib_verbose == 0 && orlathr_verbose == 0) return;
   const int error = errno;  // as the caller left it: opening the file may change it
-  const char *path = std::getenv("K7LOG_PATH");
+  const char *path = secure_getenv("K7LOG_PATH");
   if (path == nullptr) {
     std::printf("%s\n", message != nullptr ? message : "(null)");
     return;
