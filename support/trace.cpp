@@ -1,8 +1,12 @@
 // Trace writer: one stamped line per message into a file that is rotated once.
 //
 //     K7LOG_PATH  --(line that takes it past 4,000,000 bytes)-->  K7LOG_PATH.1  (the earlier one goes)
+//
+// Processes may share the file. Only a rotation asks what the others have done, and it waits for nobody.
 
+#include <fcntl.h>
 #include <orla/trace.h>
+#include <sys/file.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
@@ -11,6 +15,7 @@
 #include <cstdio>
 #include <cstdlib>
 
+#include "base/kept_errno.h"
 #include "base/percent_text.h"
 #include "support/trace_stamp.h"
 
@@ -49,7 +54,7 @@ bool open_trace(const char *path) {
   trace_stream = std::fopen(path, "a");
   if (trace_stream == nullptr) {
     std::fprintf(stderr, "\n\tUnable to open log file %s", path);
-    return false;  // the mask stays 0: kept
+    return false;  // Quirk: the mask stays 0, as callers have always found it.
   }
   umask(old_mask);
   trace_descriptor = fileno(trace_stream);
@@ -66,7 +71,7 @@ void write_line(const char *message, int error) {
   orla::PercentText(stamp, message, "").write(trace_stream);
 }
 
-// Bytes of the trace file, the low 32 bits; 0 when they cannot be told.
+// Bytes of the trace file, the low 32 bits; 0 when the system does not say.
 std::uint32_t trace_size() {
   struct stat status;
   if (fstat(trace_descriptor, &status) == 0) return static_cast<std::uint32_t>(status.st_size);
@@ -76,21 +81,59 @@ std::uint32_t trace_size() {
   return end < 0 ? 0 : static_cast<std::uint32_t>(end);
 }
 
-void rotate_if_grown(const char *path) {
-  if (trace_descriptor < 0 || trace_size() <= ORLA_TRACE_ROTATION_SIZE) return;
-  std::fclose(trace_stream);
-  trace_stream = nullptr;
+// statx() answers past 2038 on 32-bit hosts too, and for numbers of files that do not fit 32 bits.
+bool identify(int folder, const char *path, int flags, struct statx &out) {
+  return statx(folder, path, flags, STATX_INO | STATX_NLINK, &out) == 0;
+}
+
+bool is_same_file(const struct statx &one, const struct statx &other) {
+  return one.stx_ino == other.stx_ino && one.stx_dev_major == other.stx_dev_major &&
+         one.stx_dev_minor == other.stx_dev_minor;
+}
+
+// Whether another process has rotated the open file: it is at `rotated`, or its last name is gone. Then the
+// file at the path is a new one, which stays where it is.
+bool is_moved_aside(const char *rotated) {
+  struct statx open_file;
+  if (!identify(trace_descriptor, "", AT_EMPTY_PATH, open_file)) return false;
+  if (open_file.stx_nlink == 0) return true;
+  struct statx predecessor;
+  // A predecessor that is stale was replaced a moment ago, on another host.
+  if (!identify(AT_FDCWD, rotated, 0, predecessor)) return errno == ESTALE;
+  return is_same_file(open_file, predecessor);
+}
+
+// Renames the path unless another process has, or is about to. The lock is taken on a file description of
+// its own: the one that is written to may be shared with a parent or child, whom its lock would not keep out.
+// Where there are no locks, the rotation goes on without.
+void move_aside_once(const char *path, const char *rotated) {
+  const int locked = open(path, O_WRONLY | O_NONBLOCK | O_CLOEXEC);
+  const bool is_held =
+      flock(locked, LOCK_EX | LOCK_NB) != 0 && (errno == EWOULDBLOCK || errno == EINTR);
+  if (!is_held && !is_moved_aside(rotated)) std::rename(path, rotated);
+  if (locked >= 0) close(locked);
+}
+
+void move_aside(const char *path) {
   char rotated[kRotatedPathSize];
   const int length = std::snprintf(rotated, sizeof rotated, "%s.1", path);
   // A name that was cut could be another file's; then, as after a failed rename, the file goes on.
-  if (length < static_cast<int>(sizeof rotated)) std::rename(path, rotated);
+  if (length < static_cast<int>(sizeof rotated)) move_aside_once(path, rotated);
+}
+
+void rotate_if_grown(const char *path) {
+  if (trace_descriptor < 0 || trace_size() <= ORLA_TRACE_ROTATION_SIZE) return;
+  move_aside(path);
+  std::fclose(trace_stream);
+  trace_stream = nullptr;
 }
 
 }  // namespace
 
 void TavTrace(char *message) noexcept {
   if (orlalib_verbose == 0 && orlathr_verbose == 0) return;
-  const int error = errno;  // as the caller left it: opening the file may change it
+  const orla::KeptErrno kept;
+  const int error = errno;
   const char *path = secure_getenv("K7LOG_PATH");
   if (path == nullptr) {
     std::printf("%s\n", message != nullptr ? message : "(null)");

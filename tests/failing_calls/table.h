@@ -371,8 +371,15 @@ inline const std::vector<Case> &table() {
       {"fwrite", {kShort}, {"rotated, without it"}},
       {"fstat", {EIO}, {"goes on, with it, earlier"}},
       {"fstat", {EOVERFLOW}, {"rotated, with it"}},
-      {"fclose", {EIO, ENOSPC}, {"rotated, with it"}},
+      {"open", {EMFILE, EACCES, ENOENT}, {"rotated, with it"}},
+      {"flock", {EWOULDBLOCK, EINTR}, {"goes on, with it, earlier"}},
+      {"flock", {ENOLCK, EOPNOTSUPP, ENOSYS}, {"rotated, with it"}},
+      // Of the open file, of the predecessor.
+      {"statx", {EIO, ENOSYS}, both("rotated, with it")},
+      {"statx", {ESTALE}, {"rotated, with it", "goes on, with it, earlier"}},
       {"rename", {EACCES, ENOSPC}, {"goes on, with it, earlier"}},
+      {"close", {EIO}, {"rotated, with it"}},
+      {"fclose", {EIO, ENOSPC}, {"rotated, with it"}},
     }},
     // The record of fstat() does not hold such times.
     {"TavTrace", "past the limit in 2040", trace_past_the_limit_in_2040, "rotated, with it", {
@@ -382,8 +389,12 @@ inline const std::vector<Case> &table() {
       {"localtime", {EOVERFLOW}, {"rotated, with it"}},
       {"fwrite", {ENOSPC}, {"goes on, without it, earlier"}},
       {"lseek", {ESPIPE}, {"goes on, with it, earlier"}},
-      {"fclose", {EIO}, {"rotated, with it"}},
+      {"open", {EMFILE}, {"rotated, with it"}},
+      {"flock", {EWOULDBLOCK}, {"goes on, with it, earlier"}},
+      {"statx", {EIO}, both("rotated, with it")},
       {"rename", {EACCES}, {"goes on, with it, earlier"}},
+      {"close", {EIO}, {"rotated, with it"}},
+      {"fclose", {EIO}, {"rotated, with it"}},
     }},
     {"TavTrace", "into a file that does not open", trace_that_does_not_open, "complains, no trace", {
       {"fprintf", {EIO}, {"no trace"}},

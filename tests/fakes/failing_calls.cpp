@@ -10,6 +10,7 @@
 #include <orla/inventory.h>
 #include <orla/loader.h>
 #include <pwd.h>
+#include <sys/file.h>
 #include <sys/ioctl.h>
 #include <sys/klog.h>
 #include <sys/stat.h>
@@ -41,15 +42,52 @@ struct KernelTimespec {
 namespace {
 
 // One for each function at the end of this file.
-constexpr const char *kNames[] = {
-    KERNEL_CLOCK_NAME, "__isoc99_sscanf", "close",       "ctime",       "dlclose", "dlerror",
-    "dlopen",          "dlsym",           "fallocate64", "fclose",      "fgets",   "fileno",
-    "fopen",           "fprintf",         "fstat",       "ftruncate64", "fwrite",  "getc",
-    "geteuid",         "getgrgid",        "getifaddrs",  "getpwuid",    "gmtime",  "ioctl",
-    "get_nprocs_conf", "gettimeofday",    "klogctl",     "localtime",   "lseek",   "malloc",
-    "mkstemp",         "mktime",          "open",        "printf",      "read",    "realloc",
-    "rename",          "statx",           "strftime",    "strptime",    "sysinfo", "time",
-    "uname",           "unlink",          "write"};
+constexpr const char *kNames[] = {KERNEL_CLOCK_NAME,
+                                  "__isoc99_sscanf",
+                                  "close",
+                                  "ctime",
+                                  "dlclose",
+                                  "dlerror",
+                                  "dlopen",
+                                  "dlsym",
+                                  "fallocate64",
+                                  "fclose",
+                                  "fgets",
+                                  "fileno",
+                                  "flock",
+                                  "fopen",
+                                  "fprintf",
+                                  "fstat",
+                                  "ftruncate64",
+                                  "fwrite",
+                                  "getc",
+                                  "geteuid",
+                                  "getgrgid",
+                                  "getifaddrs",
+                                  "getpwuid",
+                                  "gmtime",
+                                  "ioctl",
+                                  "get_nprocs_conf",
+                                  "gettimeofday",
+                                  "klogctl",
+                                  "localtime",
+                                  "lseek",
+                                  "malloc",
+                                  "mkstemp",
+                                  "mktime",
+                                  "open",
+                                  "printf",
+                                  "read",
+                                  "realloc",
+                                  "rename",
+                                  "statx",
+                                  "strftime",
+                                  "strptime",
+                                  "sysinfo",
+                                  "time",
+                                  "uname",
+                                  "unlink",
+                                  "write"};
 
 struct Call {
   int made = 0;
@@ -453,6 +491,11 @@ off_t lseek(int descriptor, off_t offset, int from) noexcept {
 int fstat(int descriptor, struct stat *out) noexcept {
   INTERCEPTED("fstat");
   return call.fails() ? -1 : real<int(int, struct stat *)>("fstat")(descriptor, out);
+}
+
+int flock(int descriptor, int operation) noexcept {
+  INTERCEPTED("flock");
+  return call.fails() ? -1 : real<int(int, int)>("flock")(descriptor, operation);
 }
 
 int statx(int folder, const char *path, int flags, unsigned mask, struct statx *out) noexcept {
