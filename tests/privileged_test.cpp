@@ -1,4 +1,5 @@
-// A set-user-ID program of root's: the environment of the user who starts it steers none of its files.
+// A set-user-ID program of root's: the environment of the user who starts it steers none of its
+// files.
 
 #include <grp.h>
 #include <gtest/gtest.h>

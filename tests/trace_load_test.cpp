@@ -1,5 +1,5 @@
-// The trace file under load: many processes that append to it at once, one that rotates it often, and
-// several that share it through many rotations.
+// The trace file under load: many processes that append to it at once, one that rotates it often,
+// and several that share it through many rotations.
 
 #include <fcntl.h>
 #include <gtest/gtest.h>
@@ -175,8 +175,9 @@ TEST_F(LongTraceOfManyRotations, Of100MegabytesIsTwoWholeFilesOfLinesThatFollowE
   write_and_check(100000000);
 }
 
-// Several processes write lines of one length through many rotations. A predecessor has had its time once a
-// filled file replaces it: its lines count as kept. They are lost when a file that is not full replaces it.
+// Several processes write lines of one length through many rotations. A predecessor has had its
+// time once a filled file replaces it: its lines count as kept. They are lost when a file that is
+// not full replaces it.
 class TraceOfSharedRotations : public TraceLoad {
  protected:
   static constexpr std::size_t kSharing = 4;
