@@ -67,8 +67,7 @@ bool open_trace(const char *path) {
 
 // `error` is what "%m" stands for.
 void write_line(const char *message, int error) {
-  char stamp[orla::kTraceStampSize];
-  orla::put_trace_stamp(stamp);
+  const char *stamp = orla::trace_stamp();
   errno = error;
   const orla::PercentText line(stamp, message, "");
   std::fwrite(line.data(), 1, line.size(), trace_stream);

@@ -18,6 +18,8 @@ namespace orla {
 namespace {
 
 constexpr std::size_t kZoneSize = 128;
+// Of the longest text: a process id has at most 20 digits.
+constexpr std::size_t kTextSize = sizeof "MM/DD/YYYY hh:mm:ss 18446744073709551615 ";
 
 // A stamp and what it was made for; another one is made when any of that differs. It is kept
 // because the conversion is by far its most expensive part: where TZ is not set, the C library asks
@@ -28,7 +30,7 @@ struct Stamp {
   pid_t process;
   bool zone_set;         // whether TZ was set,
   char zone[kZoneSize];  // and to what
-  char text[kTraceStampSize];
+  char text[kTextSize];
 };
 
 Stamp last = {};
@@ -50,7 +52,7 @@ bool keep_zone(Stamp &stamp, const char *zone) {
 
 // Null fields stand for midnight. Quirk: the place after the process id is reserved for a thread
 // number; there is none, so it is never written.
-void put_text(char (&text)[kTraceStampSize], std::uint32_t seconds, std::tm *fields,
+void put_text(char (&text)[kTextSize], std::uint32_t seconds, std::tm *fields,
               pid_t process) {
   const auto offset = static_cast<std::uint32_t>(offset_west_of_utc(timezone, fields));
   char *rest = text + date_to_string(text, date_number_from_stamp(seconds - offset));
@@ -74,14 +76,14 @@ Stamp made_for(const Moment &now, pid_t process, const char *zone) {
 
 }  // namespace
 
-void put_trace_stamp(char *out) {
+const char *trace_stamp() {
   const Moment now = clock_moment();
   const pid_t process = getpid();
   const char *zone = std::getenv("TZ");
   const bool holds = last.reusable && last.seconds == now.stamp && last.process == process &&
                      is_for_zone(last, zone);
   if (!holds) last = made_for(now, process, zone);
-  std::memcpy(out, last.text, sizeof last.text);
+  return last.text;
 }
 
 }  // namespace orla
