@@ -127,6 +127,7 @@ void move_aside(const char *path) {
   if (length < static_cast<int>(sizeof rotated)) move_aside_once(path, rotated);
 }
 
+// Quirk: what is renamed is the file at the path as it is now, whichever file is open.
 void rotate_if_grown(const char *path) {
   if (trace_descriptor < 0 || trace_size() <= ORLA_TRACE_ROTATION_SIZE) return;
   move_aside(path);
@@ -142,6 +143,7 @@ void TavTrace(char *message) noexcept {
   const int error = errno;
   const char *path = secure_getenv("K7LOG_PATH");
   if (path == nullptr) {
+    // Quirk: the bare message, not read as a format, and printf()'s text for a close request.
     std::printf("%s\n", message != nullptr ? message : "(null)");
     return;
   }

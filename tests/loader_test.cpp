@@ -374,14 +374,18 @@ TEST(ProcAddr, OfAMissingSymbolPrintsTwoLinesTheSecondWithACommaInFront) {
   orla_slnk_free_library(id);
 }
 
-TEST(ProcAddr, OfAMissingSymbolGivesTheLinkersOwnText) {
-  LibraryId id;
-  ASSERT_EQ(id.load(kGoodModule), 0u);
-  orla_status status = 0;
-  CaptureStdout();
-  orla_slnk_get_proc_addr(id, "orla_module_missing", &status);
-  EXPECT_THAT(GetCapturedStdout(), HasSubstr("undefined symbol: orla_module_missing\n"));
-  orla_slnk_free_library(id);
+TEST(ProcAddr, OfAMissingSymbolGivesTheLinkersOwnTextWhichBeginsWithThePathItFound) {
+  for (const char *name : {kGoodModule, "libc.so.6"}) {
+    LibraryId id;
+    ASSERT_EQ(id.load(name), 0u);
+    orla_status status = 0;
+    CaptureStdout();
+    orla_slnk_get_proc_addr(id, "orla_module_missing", &status);
+    const std::string text = GetCapturedStdout();
+    EXPECT_THAT(text, HasSubstr("\n,/"));
+    EXPECT_THAT(text, HasSubstr(std::string(name) + ": undefined symbol: orla_module_missing"));
+    orla_slnk_free_library(id);
+  }
 }
 
 TEST(ProcAddr, AfterAFailureDoesNotClearTheStatus) {

@@ -1,5 +1,6 @@
 // The trace writer: switches, lines, standard output, opening, closing and rotation.
 
+#include <dlfcn.h>
 #include <fcntl.h>
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
@@ -14,6 +15,7 @@
 #include <unistd.h>
 
 #include <cerrno>
+#include <csignal>
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
@@ -922,6 +924,69 @@ TEST_F(TraceFile, LosesAnUnwrittenLineForGood) {
   setrlimit(RLIMIT_FSIZE, &earlier);
   trace("c\n");
   EXPECT_EQ(read(), stamp() + "a\n" + stamp() + "c\n");
+}
+
+// How a process that does `work` ends: the signal, or 0.
+template <typename Work>
+int signal_that_ends(Work work) {
+  std::fflush(nullptr);
+  const pid_t child = fork();
+  if (child == 0) {
+    work();
+    _exit(0);
+  }
+  int status = 0;
+  waitpid(child, &status, 0);
+  return WIFSIGNALED(status) ? WTERMSIG(status) : 0;
+}
+
+TEST_F(TraceFile, PastTheLimitOfFileSizesIsCutAndTheProcessEndedBySigxfsz) {
+  const auto write_past_the_limit = [] {
+    const struct rlimit no_core = {0, 0};
+    const struct rlimit tight = {10, 10};
+    setrlimit(RLIMIT_CORE, &no_core);
+    setrlimit(RLIMIT_FSIZE, &tight);
+    trace("m\n");
+  };
+  EXPECT_EQ(signal_that_ends(write_past_the_limit), SIGXFSZ);
+  EXPECT_EQ(read(), stamp().substr(0, 10));
+}
+
+TEST_F(TraceFile, ThatIsAFifoWithoutAReaderAnyMoreEndsTheProcessBySigpipe) {
+  ASSERT_EQ(mkfifo(path().c_str(), 0600), 0);
+  const int reader = open(path().c_str(), O_RDONLY | O_NONBLOCK);
+  trace("m\n");
+  char line[64] = {};
+  EXPECT_EQ(::read(reader, line, sizeof line), static_cast<ssize_t>(stamp().size() + 2));
+  EXPECT_EQ(line, stamp() + "m\n");
+  close(reader);
+  EXPECT_EQ(signal_that_ends([] { trace("m\n"); }), SIGPIPE);
+}
+
+// A 32-bit program cannot open it.
+TEST_F(TraceFile, Over2GiBIsRotatedOn64BitsAndNamedOn32) {
+  folder_.write("trace", "");
+  ASSERT_EQ(truncate64(path().c_str(), off64_t{3} << 30), 0);
+  Captured error(STDERR_FILENO);
+  trace("m\n");
+  const bool is_32_bits = sizeof(off_t) == 4;
+  EXPECT_EQ(error.text(), is_32_bits ? "\n\tUnable to open log file " + path() : "");
+  EXPECT_EQ(folder_.holds("trace.1"), !is_32_bits);
+}
+
+TEST_F(TraceFile, OfALibraryThatIsClosedMeanwhileLeavesItsDescriptorOpen) {
+  const std::string copy = path("liborla-copy.so");
+  std::filesystem::copy_file(ORLA_LIBRARY, copy);
+  const int next = dup(STDOUT_FILENO);
+  close(next);
+  void *library = dlopen(copy.c_str(), RTLD_NOW);
+  ASSERT_NE(library, nullptr) << dlerror();
+  char line[] = "m\n";
+  reinterpret_cast<void (*)(char *)>(dlsym(library, "TavTrace"))(line);
+  dlclose(library);
+  ASSERT_EQ(dlopen(copy.c_str(), RTLD_NOW | RTLD_NOLOAD), nullptr);
+  EXPECT_NE(fcntl(next, F_GETFD), -1);
+  EXPECT_EQ(read(), stamp() + "m\n");
 }
 
 // errno as it is after `line`, which finds it at 4711.
