@@ -1,5 +1,6 @@
-// Every function that the headers call safe, in eight threads at once, from the first call of the process
-// on. Each case checks the answers; ThreadSanitizer has the last word. UUIDs are in uuid_threads_test.cpp.
+// Every function that the headers call safe, in eight threads at once, from the first call of the
+// process on. Each case checks the answers; ThreadSanitizer has the last word. UUIDs are in
+// uuid_threads_test.cpp.
 
 #include <gtest/gtest.h>
 #include <orla/orla.h>

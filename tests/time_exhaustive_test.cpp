@@ -1,7 +1,7 @@
 // Small domains of the calendar, whole: every date number, every year, every stamp of 32 bits.
 //
-// What is expected comes from a calendar that knows nothing but how a day follows another; it takes no
-// part of the library's.
+// What is expected comes from a calendar that knows nothing but how a day follows another; it takes
+// no part of the library's.
 
 #include <gtest/gtest.h>
 #include <orla/time.h>

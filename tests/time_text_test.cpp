@@ -619,17 +619,19 @@ TEST(TextToTime, GivesMidnightUtc) {
   EXPECT_EQ(static_cast<std::uint32_t>(string_to_time("02/06/2106")), 49710U * 86400U);
 }
 
-TEST(TextToTime, WrapsPastTheLastStamp) {
+TEST(TextToTime, WrapsFirstInItsSecondsAndThenInItsDays) {
   const WithVariable mode(kOldMode, nullptr);
-  EXPECT_EQ(static_cast<std::uint32_t>(string_to_time("02/07/2106")), 49711U * 86400U);
+  EXPECT_EQ(string_to_time("02/07/2106"), 63104);
+  EXPECT_EQ(string_to_time("06/05/2149"), 1367256704);
+  EXPECT_EQ(string_to_time("06/07/2149"), 86400);
 }
 
-TEST(TextToTime, IsZeroForAFailureForDateNumberZeroAndForTheEpoch) {
+TEST(TextToTime, IsZeroForAFailureAndForDatesLikeDateNumberZeroAndTheEpoch) {
   const WithVariable mode(kOldMode, nullptr);
-  EXPECT_EQ(string_to_time("nonsense"), 0);
-  EXPECT_EQ(string_to_time("02/29/2007"), 0);
-  EXPECT_EQ(string_to_time("12/28/1986"), 0);
-  EXPECT_EQ(string_to_time("01/01/1970"), 0);
+  for (const char *text :
+       {"nonsense", "02/29/2007", "12/28/1986", "06/02/2166", "11/05/2345", "01/01/1970",
+        "01/01/1969", "01/01/1900", "06/06/2149", "11/09/2328"})
+    EXPECT_EQ(string_to_time(text), 0) << text;
 }
 
 // The plain way of the standard mode: strptime(), the lowering of years, the checks.

@@ -1,4 +1,4 @@
-// Dates out of text, in the input mode that the process decided on at its first parse.
+// Dates out of text, in the input mode that is decided once per process.
 
 #include <orla/time.h>
 
@@ -16,7 +16,7 @@ namespace {
 constexpr int kAccepted = 0;
 constexpr int kRejected = 255;
 
-// Holds the input mode: -1 until the first parse, then 0 (standard) or 1 (old) for the rest of the process.
+// Holds the input mode: -1 until the first parse, then 0 (standard) or 1 (old) for good.
 constinit std::atomic<std::int32_t> date_old_fmt = -1;
 static_assert(std::atomic<std::int32_t>::is_always_lock_free);
 
@@ -41,7 +41,7 @@ bool is_day(std::int32_t day) { return day >= 1 && day <= 31; }
 [[nodiscard]] bool scan_old(const char *text, std::int32_t *year, std::int32_t *month,
                             std::int32_t *day) {
   const orla::KeptErrno kept;
-  // Quirk: a number beyond an int counts as the nearest int where a long has 32 bits, else as its low 32.
+  // Quirk: a number beyond an int is the nearest int where a long has 32 bits, else its low bits.
   if (std::sscanf(text, "%d %d %d", year, month, day) != 3 &&
       std::sscanf(text, "%d/%d/%d", year, month, day) != 3) {
     return false;
@@ -68,9 +68,9 @@ std::int32_t two_digits(const char *text) {
   return static_cast<std::int32_t>(10 * tens + ones);
 }
 
-// The direct way for "MM/DD/YYYY", where strptime() can only say the same: a month, a slash, a day, a
-// slash and a year of 1900 to 3799, with all their digits. It reads no further than the first character
-// that does not fit.
+// The direct way for "MM/DD/YYYY", where strptime() can only say the same: a month, a slash, a day,
+// a slash and a year of 1900 to 3799, with all their digits. It reads no further than the first
+// character that does not fit.
 [[nodiscard]] bool scan_canonical(const char *text, ParsedDate &date) {
   date.month = two_digits(text);
   if (!is_month(date.month) || text[2] != '/') return false;
