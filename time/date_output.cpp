@@ -12,7 +12,7 @@
 #include <limits>
 
 #include "base/kept_errno.h"
-#include "support/percent_text.h"
+#include "base/percent_text.h"
 #include "time/calendar.h"
 #include "time/date_format.h"
 
