@@ -46,7 +46,7 @@ TESTS = (
     ("inventory/cpu_decode", "inventory_decode_test inventory_processors_test"),
     ("inventory/CPUCountLinux", "inventory_processors_test failing_calls_test"),
     ("inventory/getcap", "inventory_capacity_test inventory_processors_test"),
-    ("time/calendar", "time_calendar_test time_text_test"),
+    ("time/calendar", "time_calendar_test time_exhaustive_test time_text_test"),
     ("time/date_", "time_text_test"),
     ("time/", "time_clock_test time_calendar_test time_text_test uuid_generation_test"
               " trace_test failing_calls_test"),
