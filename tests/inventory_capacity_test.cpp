@@ -100,6 +100,19 @@ TEST(MemorySize, AnswersANullPointerWithoutAskingTheKernel) {
                           "KVRCA0003E tavGetMemorySize(): exiting with status 0x1.\n"));
 }
 
+TEST(MemorySize, LeavesErrnoAlone) {
+  for (const int result : {0, -1}) {
+    const With host(fake_sysinfo, [&](struct sysinfo *) {
+      errno = EFAULT;
+      return result;
+    });
+    errno = 4711;
+    int size = 0;
+    tavGetMemorySize(&size);
+    EXPECT_EQ(errno, 4711);
+  }
+}
+
 TEST(MemorySize, FormatsNothingWithTheSwitchOff) {
   const With trace(fake_TavTrace, [](char *) { ADD_FAILURE() << "traced"; });
   orlalib_verbose = 0;
@@ -247,6 +260,16 @@ TEST(DiskCount, TracesEntryAndExitAloneWhateverTheProbesMeet) {
   EXPECT_THAT(trace.lines, ElementsAre("KVRCA0001I tavGetDisks: entering.\n",
                                        "KVRCA0002I tavGetDisks: exiting with status 0x0.\n"));
   EXPECT_EQ(statuslog[0], '\0');
+}
+
+TEST(DiskCount, LeavesErrnoAloneWhateverTheProbesMeet) {
+  for (const uid_t user : {0U, 1000U}) {
+    const Disks host({{"/dev/hda", false}, {"/dev/sda", true}}, user);
+    errno = 4711;
+    unsigned count = 0;
+    tavGetDisks(&count);
+    EXPECT_EQ(errno, 4711) << user;
+  }
 }
 
 TEST(DiskCount, FormatsNothingWithTheSwitchOff) {

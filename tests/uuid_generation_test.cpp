@@ -278,6 +278,20 @@ TEST(UuidHost, IsTheFirstIpv4AddressOfAnInterfaceThatIsUpAndNotLoopback) {
   expect_host(generated(), 0x0A000203);
 }
 
+TEST(UuidHost, PassesOverAddressZero) {
+  Interfaces interfaces;
+  interfaces.ipv4(kUp, 0).ipv4(kUp, 0x0A000203);
+  const HostHas host(&interfaces);
+  expect_host(generated(), 0x0A000203);
+}
+
+TEST(UuidHost, MayBeTheAddressOfAPointToPointInterface) {
+  Interfaces interfaces;
+  interfaces.ipv4(kUp | IFF_POINTOPOINT, 0x0A080001).ipv4(kUp, 0x0A000203);
+  const HostHas host(&interfaces);
+  expect_host(generated(), 0x0A080001);
+}
+
 TEST(UuidHost, IsAskedOfTheSystemOncePerProcessAndGivenBack) {
   Interfaces interfaces;
   interfaces.ipv4(kUp, 0x0A000203);
