@@ -7,6 +7,7 @@
 #include <orla/inventory.h>
 
 #include <cerrno>
+#include <cstdint>
 #include <map>
 #include <set>
 #include <string>
@@ -50,6 +51,18 @@ TEST(MemorySize, DoesNotApplyTheMemoryUnit) {
   int size = -1;
   EXPECT_EQ(tavGetMemorySize(&size), 0U);
   EXPECT_EQ(size, 1);
+}
+
+TEST(MemorySize, TimesTheUnitIsLessThanTheRealSize) {
+  const std::uint32_t unit = 4096;
+  const std::uint64_t real = 24105;
+  const auto total = static_cast<unsigned long>((real << 20) / unit);
+  const auto host = memory(total, unit);
+  int size = -1;
+  EXPECT_EQ(tavGetMemorySize(&size), 0U);
+  EXPECT_EQ(size, 5);
+  EXPECT_EQ(size * 4096, 20480);
+  EXPECT_EQ(static_cast<std::uint64_t>(total) * unit >> 20, real);
 }
 
 TEST(MemorySize, TakesTheWholeTotalOfA64BitKernel) {
@@ -209,6 +222,18 @@ TEST(DiskCount, ProbesFiftyNamesInOrderAndNeverZ) {
   EXPECT_EQ(count, 0U);
   EXPECT_EQ(host.probed, expected);
   EXPECT_EQ(host.probed.size(), 50U);
+}
+
+TEST(DiskCount, IsAtMostFifty) {
+  std::map<std::string, bool> nodes;
+  for (const char *base : {"/dev/hd", "/dev/sd"}) {
+    for (char letter = 'a'; letter <= 'z'; ++letter)
+      nodes[std::string(base) + letter] = true;
+  }
+  const Disks host(nodes);
+  unsigned count = 0;
+  EXPECT_EQ(tavGetDisks(&count), 0U);
+  EXPECT_EQ(count, 50U);
 }
 
 TEST(DiskCount, CountsTheLastNames) {

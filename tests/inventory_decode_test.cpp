@@ -42,10 +42,10 @@ TEST(LogicalProcessors, AreRecognisedOnFamily15Alone) {
       {0x00000F12, 0x00010808, 0},    // one logical processor per package
       {0x00000F12, 0x00000808, 0},    // no figure
       {0x00000F29, 0x00FF0000, 255},  // the largest
-      {0x00000F29, 0xFF02FFFF, 2},    // the other bits have no say
+      {0x00000F29, 0xFF02FFFF, 2},    // the other bits do not count
       {0x000006FB, 0x00020800, 0},    // family 6 with two cores
       {0x000C06F2, 0x00200800, 0},    // family 6 with 32
-      {0x00100F42, 0x00040800, 4},    // the extended family has no say
+      {0x00100F42, 0x00040800, 4},    // the extended family does not count
       {0xFFFFFFFF, 0xFFFFFFFF, 255}, {0xFFFFF0FF, 0x00020000, 0},
       {0x00000E00, 0x00020000, 0},   {0x00000700, 0x00020000, 0},
   };
@@ -72,7 +72,7 @@ TEST(KernelRelease, SaysWhereTheFigureStands) {
       {"2.5.", FigureSource::kCpuinfo},
       {"2.4.19.", FigureSource::kCpuinfo},
       {"2.4.18.", FigureSource::kKernelLog},
-      {"2.4.18", FigureSource::kUnusable},  // every field wants a character behind it
+      {"2.4.18", FigureSource::kUnusable},  // every field needs a character after it
       {"2.4.20", FigureSource::kUnusable},
       {"2.6", FigureSource::kUnusable},
       {"10", FigureSource::kUnusable},
@@ -133,7 +133,7 @@ TEST(CpuinfoFigure, IsZeroWithoutSuchALine) {
             0);
 }
 
-TEST(CpuinfoFigure, IsUnusableWithoutAColonBehindTheBlanks) {
+TEST(CpuinfoFigure, IsUnusableWithoutAColonAfterTheBlanks) {
   EXPECT_EQ(figure_of({"siblings: 2\n"}), -1);
   EXPECT_EQ(figure_of({"siblings:2\n"}), -1);
   EXPECT_EQ(figure_of({"siblings 2\n"}), -1);

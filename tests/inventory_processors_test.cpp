@@ -221,7 +221,7 @@ struct CpuinfoRow {
   int figure;
 };
 
-TEST(KernelFigure, IsTheValueBehindTheColonOfASiblingsOrThreadsLine) {
+TEST(KernelFigure, IsTheValueAfterTheColonOfASiblingsOrThreadsLine) {
   const CpuinfoRow rows[] = {
       {"threads\t: 3\n", 3},        {"siblings : 010\n", 10},  {"threads_per_core : 3\n", 3},
       {"siblings\v\f\r\n:4\n", -1}, {"siblings\r\t : 4\n", 4}, {"siblings", -1},

@@ -18,7 +18,7 @@ namespace {
 
 constexpr orla_status kUntouchedStatus = 0x12345678;
 
-// Both ends of the buffer matter: the text is followed by an unreadable page, so that a byte read behind
+// Both ends of the buffer matter: the text is followed by an unreadable page, so that a byte read after
 // the terminator ends the test.
 struct Decoded {
   orla_status status = kUntouchedStatus;
@@ -159,7 +159,7 @@ TEST(UuidDecode, UndoesEncodingForEveryRecordWithoutHostBytes5And6) {
   }
 }
 
-TEST(UuidDecode, IgnoresWhatStandsBehindTheTenthNumber) {
+TEST(UuidDecode, IgnoresWhatStandsAfterTheTenthNumber) {
   for (const char *tail : {"0", "f", ".", ".00", " ", "x", "\n", "\xFF", "d0f7b2fc0064.82"})
     expect_decodes(std::string(kExampleText) + tail, kExample);
 }
@@ -252,7 +252,7 @@ TEST(UuidDecode, RejectsACommaInPlaceOfAnyDot) {
   }
 }
 
-TEST(UuidDecode, RejectsATextThatBreaksOffAnywhereAndReadsNothingBehindIt) {
+TEST(UuidDecode, RejectsATextThatBreaksOffAnywhereAndReadsNothingAfterIt) {
   const std::string text = kExampleText;
   for (std::size_t length = 0; length < 35; ++length)
     expect_malformed(text.substr(0, length));
