@@ -1,3 +1,5 @@
+#include "cmake/plain_names.h"  // first: sscanf() is the one that the library calls
+
 #include "failing_calls.h"
 
 #include <dirent.h>
@@ -42,14 +44,14 @@ namespace {
 
 // One for each function at the end of this file.
 constexpr const char *kNames[] = {
-    KERNEL_CLOCK_NAME, "__isoc99_sscanf", "close",       "ctime",       "dlclose", "dlerror",
-    "dlopen",          "dlsym",           "fallocate64", "fclose",      "fgets",   "fileno",
-    "fopen",           "fprintf",         "fstat",       "ftruncate64", "fwrite",  "getc",
-    "geteuid",         "getgrgid",        "getifaddrs",  "getpwuid",    "gmtime",  "ioctl",
-    "get_nprocs_conf", "gettimeofday",    "klogctl",     "localtime",   "lseek",   "malloc",
-    "mkstemp",         "mktime",          "open",        "printf",      "read",    "realloc",
-    "rename",          "statx",           "strftime",    "strptime",    "sysinfo", "time",
-    "uname",           "unlink",          "write"};
+    KERNEL_CLOCK_NAME, "close",       "ctime",       "dlclose",  "dlerror", "dlopen",
+    "dlsym",           "fallocate64", "fclose",      "fgets",    "fileno",  "fopen",
+    "fprintf",         "fstat",       "ftruncate64", "fwrite",   "getc",    "geteuid",
+    "getgrgid",        "getifaddrs",  "getpwuid",    "gmtime",   "ioctl",   "get_nprocs_conf",
+    "gettimeofday",    "klogctl",     "localtime",   "lseek",    "malloc",  "mkstemp",
+    "mktime",          "open",        "printf",      "read",     "realloc", "rename",
+    "sscanf",          "statx",       "strftime",    "strptime", "sysinfo", "time",
+    "uname",           "unlink",      "write"};
 
 struct Call {
   int made = 0;
@@ -308,8 +310,8 @@ char *strptime(const char *text, const char *format, std::tm *fields) noexcept {
   return real<char *(const char *, const char *, std::tm *)>("strptime")(text, format, fields);
 }
 
-int __isoc99_sscanf(const char *text, const char *format, ...) noexcept {
-  INTERCEPTED("__isoc99_sscanf");
+int sscanf(const char *text, const char *format, ...) noexcept {
+  INTERCEPTED("sscanf");
   if (call.fails()) return EOF;
   std::va_list list;
   va_start(list, format);
