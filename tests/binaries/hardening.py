@@ -21,7 +21,8 @@ import tempfile
 LARGEST_LIBRARY = 64 << 10  # bytes, stripped
 # What copies and formats in memory alone. A program may stand in for all else that the library
 # calls, by its plain name.
-MAY_BE_FORTIFIED = {"memcpy", "memmove", "memset", "snprintf", "sprintf", "stpcpy", "strcpy", "strncpy"}
+MAY_BE_FORTIFIED = {"memcpy", "memmove", "memset", "snprintf", "sprintf", "stpcpy", "strcpy",
+                    "strncpy"}
 
 
 def output_of(*command):
