@@ -58,7 +58,7 @@ TESTS = (
     ("support/token", "token_test"),
     ("support/orlaslnk", "loader_test failing_calls_test"),
     ("support/orlamisc", "names_test"),
-    ("support/percent_text", "support_trace_test time_text_test"),
+    ("base/percent_text", "support_trace_test time_text_test"),
     ("support/trace.cpp", "support_trace_test failing_calls_test"),
     ("support/trace_stamp", "support_trace_test failing_calls_test"),
     ("support/", "support_trace_test loader_test inventory_capacity_test"),
