@@ -1,3 +1,5 @@
+#include "cmake/plain_names.h"  // first: sscanf() is the one that the library calls
+
 #include "failing_calls.h"
 
 #include <dirent.h>
@@ -43,7 +45,6 @@ namespace {
 
 // One for each function at the end of this file.
 constexpr const char *kNames[] = {KERNEL_CLOCK_NAME,
-                                  "__isoc99_sscanf",
                                   "close",
                                   "ctime",
                                   "dlclose",
@@ -80,6 +81,7 @@ constexpr const char *kNames[] = {KERNEL_CLOCK_NAME,
                                   "read",
                                   "realloc",
                                   "rename",
+                                  "sscanf",
                                   "statx",
                                   "strftime",
                                   "strptime",
@@ -346,8 +348,8 @@ char *strptime(const char *text, const char *format, std::tm *fields) noexcept {
   return real<char *(const char *, const char *, std::tm *)>("strptime")(text, format, fields);
 }
 
-int __isoc99_sscanf(const char *text, const char *format, ...) noexcept {
-  INTERCEPTED("__isoc99_sscanf");
+int sscanf(const char *text, const char *format, ...) noexcept {
+  INTERCEPTED("sscanf");
   if (call.fails()) return EOF;
   std::va_list list;
   va_start(list, format);
