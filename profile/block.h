@@ -4,8 +4,6 @@
 #define ORLA_PROFILE_BLOCK_H
 
 #include <cstddef>
-#include <cstdlib>
-#include <cstring>
 
 namespace orla {
 
@@ -13,7 +11,7 @@ namespace orla {
 class Block {
  public:
   Block() = default;
-  ~Block() { std::free(heap_); }
+  ~Block();
   Block(const Block &) = delete;
   Block &operator=(const Block &) = delete;
 
@@ -22,14 +20,7 @@ class Block {
 
   // Grows to `size` bytes, more than there are, and keeps what it holds; begin() changes. False, with all
   // as it was, where there is no memory.
-  [[nodiscard]] bool grow(std::size_t size) {
-    auto *larger = static_cast<char *>(std::realloc(heap_, size));
-    if (larger == nullptr) return false;
-    if (heap_ == nullptr) std::memcpy(larger, inside_, sizeof inside_);
-    heap_ = larger;
-    size_ = size;
-    return true;
-  }
+  [[nodiscard]] bool grow(std::size_t size);
 
  private:
   // Programs call from threads with stacks of 16 KiB, so no function has more than two of these at once.

@@ -49,7 +49,7 @@ constexpr const char *kNames[] = {
     "get_nprocs_conf", "gettimeofday",    "klogctl",     "localtime",   "lseek",   "malloc",
     "mkstemp",         "mktime",          "open",        "printf",      "read",    "realloc",
     "rename",          "statx",           "strftime",    "strptime",    "sysinfo", "time",
-    "uname",           "unlink",          "write"};
+    "truncate",        "uname",           "unlink",      "write"};
 
 struct Call {
   int made = 0;
@@ -476,6 +476,11 @@ int fallocate64(int descriptor, int mode, off64_t offset, off64_t size) {
 int ftruncate64(int descriptor, off64_t size) noexcept {
   INTERCEPTED("ftruncate64");
   return call.fails() ? -1 : real<int(int, off64_t)>("ftruncate64")(descriptor, size);
+}
+
+int truncate(const char *path, off_t size) noexcept {
+  INTERCEPTED("truncate");
+  return call.fails() ? -1 : real<int(const char *, off_t)>("truncate")(path, size);
 }
 
 int mkstemp(char *name) {
