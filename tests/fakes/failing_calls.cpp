@@ -61,15 +61,15 @@ constexpr const char *kNames[] = {KERNEL_CLOCK_NAME,
                                   "fstat",
                                   "ftruncate64",
                                   "fwrite",
+                                  "get_nprocs_conf",
                                   "getc",
                                   "geteuid",
                                   "getgrgid",
                                   "getifaddrs",
                                   "getpwuid",
+                                  "gettimeofday",
                                   "gmtime",
                                   "ioctl",
-                                  "get_nprocs_conf",
-                                  "gettimeofday",
                                   "klogctl",
                                   "localtime",
                                   "lseek",
@@ -87,6 +87,7 @@ constexpr const char *kNames[] = {KERNEL_CLOCK_NAME,
                                   "strptime",
                                   "sysinfo",
                                   "time",
+                                  "truncate",
                                   "uname",
                                   "unlink",
                                   "write"};
@@ -521,6 +522,11 @@ int fallocate64(int descriptor, int mode, off64_t offset, off64_t size) {
 int ftruncate64(int descriptor, off64_t size) noexcept {
   INTERCEPTED("ftruncate64");
   return call.fails() ? -1 : real<int(int, off64_t)>("ftruncate64")(descriptor, size);
+}
+
+int truncate(const char *path, off_t size) noexcept {
+  INTERCEPTED("truncate");
+  return call.fails() ? -1 : real<int(const char *, off_t)>("truncate")(path, size);
 }
 
 int mkstemp(char *name) {
