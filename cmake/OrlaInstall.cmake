@@ -70,8 +70,8 @@ install(FILES
     "${PROJECT_SOURCE_DIR}/examples/host_report.c"
   DESTINATION "${CMAKE_INSTALL_DOCDIR}/examples" COMPONENT documentation)
 
-# For the Debian package, where all versions of Python look. Elsewhere pip installs the package, into the
-# folder of its own Python.
+# For the Debian package, where all versions of Python look. Elsewhere pip installs the package, into
+# the folder of its own Python.
 install(DIRECTORY "${PROJECT_SOURCE_DIR}/python/orla"
   DESTINATION lib/python3/dist-packages COMPONENT python EXCLUDE_FROM_ALL
   FILES_MATCHING PATTERN "*.py" PATTERN py.typed PATTERN __pycache__ EXCLUDE)

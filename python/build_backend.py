@@ -1,6 +1,8 @@
-"""Builds the Python package with the standard library alone: a wheel, an editable wheel, a source archive.
+"""Builds the Python package with the standard library alone: a wheel, an editable wheel, a source
+archive.
 
-pip and build call these functions; pyproject.toml names this file. The same sources give the same bytes.
+pip and build call these functions; pyproject.toml names this file. The same sources give the same
+bytes.
 """
 
 import base64
@@ -15,8 +17,8 @@ from pathlib import Path
 
 HERE = Path(__file__).parent
 PROJECT = tomllib.loads((HERE / "pyproject.toml").read_text(encoding="utf-8"))["project"]
-VERSION = re.search(r'^__version__ = "(.*)"$', (HERE / "orla/__init__.py").read_text(encoding="utf-8"),
-                    re.MULTILINE)[1]
+VERSION = re.search(r'^__version__ = "(.*)"$',
+                    (HERE / "orla/__init__.py").read_text(encoding="utf-8"), re.MULTILINE)[1]
 NAME = f"{PROJECT['name']}-{VERSION}"
 DIST_INFO = f"{NAME}.dist-info"
 METADATA = f"""\

@@ -17,12 +17,14 @@ _OF_1970 = 59331  # date number of 1970-01-01; date numbers have 16 bits and wra
 
 @dataclasses.dataclass(frozen=True, order=True)
 class Date:
-    """A day of the library's calendar, 1970-01-01 to 2149-06-05, in which 2100 is a leap year. Made from
-    year, month and day, or by today(), parse(), from_number() or from_date(). str() gives "MM/DD/YYYY".
+    """A day of the library's calendar, 1970-01-01 to 2149-06-05, in which 2100 is a leap year.
+    Made from year, month and day, or by today(), parse(), from_number() or from_date(). str()
+    gives "MM/DD/YYYY".
 
-    Dates are in the order of time and can be keys of a dict. A date plus or minus a number of days is a
-    date; the difference of two dates is a number of days. From 2100-03-01 on both count one day more
-    than datetime.date does. InvalidValue for a day that does not exist and for one out of this range."""
+    Dates are in the order of time and can be keys of a dict. A date plus or minus a number of
+    days is a date; the difference of two dates is a number of days. From 2100-03-01 on both
+    count one day more than datetime.date does. InvalidValue for a day that does not exist and
+    for one out of this range."""
 
     year: int
     month: int
@@ -56,13 +58,13 @@ class Date:
 
     @classmethod
     def from_date(cls, date: datetime.date) -> Date:
-        """The date with the same year, month and day. Of a datetime too: its time of day and its zone
-        are dropped, so it is the day that the datetime shows, not the day of UTC."""
+        """The date with the same year, month and day. Of a datetime too: its time of day and its
+        zone are dropped, so it is the day that the datetime shows, not the day of UTC."""
         return cls(date.year, date.month, date.day)
 
     def to_date(self) -> datetime.date:
-        """The datetime.date with the same year, month and day. InvalidValue for 02/29/2100, the one day
-        that datetime does not have."""
+        """The datetime.date with the same year, month and day. InvalidValue for 02/29/2100, the
+        one day that datetime does not have."""
         try:
             return datetime.date(self.year, self.month, self.day)
         except ValueError as error:

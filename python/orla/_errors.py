@@ -7,7 +7,8 @@ __all__ = ["InvalidValue", "LibraryNotFound", "OrlaError", "ProfileError", "Prof
 
 
 class OrlaError(Exception):
-    """Base of the exceptions of this package; by itself it says that a service of the library failed."""
+    """Base of the exceptions of this package; by itself it says that a service of the library
+    failed."""
 
 
 class LibraryNotFound(OrlaError, ImportError):

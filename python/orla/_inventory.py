@@ -75,7 +75,8 @@ def HTSupported() -> int:
 
 
 def ht_os_cpus() -> int:
-    """The kernel's hyper-threading figure; 0 for none. A kernel log that cannot be read ends the process."""
+    """The kernel's hyper-threading figure; 0 for none. A kernel log that cannot be read ends the
+    process."""
     figure = int(call("ht_os_cpus"))
     if figure < 0:
         raise OrlaError("the kernel cannot be asked, or its packages disagree")

@@ -14,8 +14,8 @@ __all__ = ["LibraryId", "orla_slnk_allocate_library_id", "orla_slnk_free_library
 
 
 class LibraryId:
-    """Record of one library. "with" closes the library and frees the record. InvalidValue for a record
-    that was freed before."""
+    """Record of one library. "with" closes the library and frees the record. InvalidValue for a
+    record that was freed before."""
 
     def __init__(self, address: int) -> None:
         self._address: int | None = address
@@ -69,7 +69,8 @@ def orla_slnk_load_library(name: Text, library: LibraryId) -> None:
 
 
 def orla_slnk_get_proc_addr(library: LibraryId, symbol: Text) -> int:
-    """Address of a symbol. OrlaError for a missing one, which is printed on standard output, too."""
+    """Address of a symbol. OrlaError for a missing one, which is printed on standard output,
+    too."""
     status = ctypes.c_uint32()
     address = printing("orla_slnk_get_proc_addr", _loaded(library, True), encoded(symbol),
                         ctypes.byref(status))

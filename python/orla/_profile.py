@@ -23,14 +23,15 @@ _REFUSED = {b"\n": "a line feed", b"\r": "a carriage return", b"\0": "a zero byt
 
 
 class Profile(Mapping[str, "Section"]):
-    """A profile file: its sections by name, in the order of the file, each a mapping of keys to values.
+    """A profile file: its sections by name, in the order of the file, each a mapping of keys to
+    values.
 
-    Nothing is kept of the file: every look-up reads it anew, and every value comes from the library, so
-    a program in C reads the same. A missing file has no sections. Letter case of A to Z does not count in
-    names.
+    Nothing is kept of the file: every look-up reads it anew, and every value comes from the
+    library, so a program in C reads the same. A missing file has no sections. Letter case of A
+    to Z does not count in names.
 
-    The path "/opt/tav/ls/conf/k7ls.ini" stands for the file that ORLA_CONFIG names, where it is set when
-    the object is made."""
+    The path "/opt/tav/ls/conf/k7ls.ini" stands for the file that ORLA_CONFIG names, where it is
+    set when the object is made."""
 
     def __init__(self, path: Text | os.PathLike[str]) -> None:
         self.path = os.fsdecode(path)
@@ -66,8 +67,8 @@ class Profile(Mapping[str, "Section"]):
         return f"Profile({self.path!r})"
 
     def lines(self) -> list[bytes]:
-        """The lines that the library sees, without line feeds. ProfileError for a file that cannot be
-        read."""
+        """The lines that the library sees, without line feeds. ProfileError for a file that
+        cannot be read."""
         try:
             with open(self.path, "rb") as file:
                 seen = file.read().partition(b"\xff")[0].replace(b"\r", b"")
@@ -80,12 +81,12 @@ class Profile(Mapping[str, "Section"]):
 
 
 class Section(Mapping[str, str]):
-    """A section of a profile file: keys to values. Setting a key rewrites the file; a key cannot be
-    deleted. Letter case of A to Z does not count in keys.
+    """A section of a profile file: keys to values. Setting a key rewrites the file; a key cannot
+    be deleted. Letter case of A to Z does not count in keys.
 
-    A look-up finds what the library finds: the value of the first line that begins with the key. So
-    "Port" is found in "PortNumber=77" too, and the lines go on until one is empty, even where the next
-    header comes first. Iteration gives what stands before the first "=" of each line."""
+    A look-up finds what the library finds: the value of the first line that begins with the key.
+    So "Port" is found in "PortNumber=77" too, and the lines go on until one is empty, even where
+    the next header comes first. Iteration gives what stands before the first "=" of each line."""
 
     def __init__(self, profile: Profile, name: str) -> None:
         self.profile = profile
@@ -99,8 +100,8 @@ class Section(Mapping[str, str]):
         return value
 
     def get_int(self, key: str, fallback: int | None = None) -> int:
-        """The number at the start of a value, 0 to 99999, 0 without a digit there. For a key that is
-        missing and a value of no or of more than 5 characters the fallback; without one,
+        """The number at the start of a value, 0 to 99999, 0 without a digit there. For a key
+        that is missing and a value of no or of more than 5 characters the fallback; without one,
         ProfileKeyError and ProfileValueError."""
         if fallback is not None:
             return orla_cfg_get_private_profile_int(self.name, key, fallback, self.profile.path)
@@ -115,8 +116,8 @@ class Section(Mapping[str, str]):
         if not key:
             raise ProfileValueError(*place, "the key must not be empty")
         if "=" in value:
-            raise ProfileValueError(*place, "the value must not hold an equals sign: a reader would get "
-                                    "only what follows the last one")
+            raise ProfileValueError(*place, "the value must not hold an equals sign: a reader would "
+                                    "get only what follows the last one")
         orla_cfg_write_private_profile_string(self.name, key, value, self.profile.path)
         found = self._value(key)
         if found != value:
@@ -171,8 +172,8 @@ def orla_cfg_get_private_profile_int(section: Text, key: Text, fallback: int, pa
 
 def orla_cfg_get_private_profile_string(section: Text, key: Text, fallback: Text | None,
                                         path: Text) -> str:
-    """A value of a profile file, of any length, or the fallback, which also takes the place of a blank
-    value. With None a blank value comes as it is, and what is not found as an empty text."""
+    """A value of a profile file, of any length, or the fallback, which also takes the place of a
+    blank value. With None a blank value comes as it is, and what is not found as an empty text."""
     default = optional(fallback)
     size = 256 + len(default or b"")
     while True:
@@ -184,10 +185,12 @@ def orla_cfg_get_private_profile_string(section: Text, key: Text, fallback: Text
         size *= 2
 
 
-def orla_cfg_write_private_profile_string(section: Text, key: Text, value: Text, path: Text) -> None:
-    """Writes one key. Each call leaves a descriptor open in the process. ProfileValueError, before the file
-    is touched, for an argument that would not come back as it is: with a line feed, a carriage return, a
-    zero byte or a byte 0xFF. ProfileError for a file that cannot be written."""
+def orla_cfg_write_private_profile_string(section: Text, key: Text, value: Text,
+                                          path: Text) -> None:
+    """Writes one key. Each call leaves a descriptor open in the process. ProfileValueError,
+    before the file is touched, for an argument that would not come back as it is: with a line
+    feed, a carriage return, a zero byte or a byte 0xFF. ProfileError for a file that cannot be
+    written."""
     place = (os.fsdecode(path), os.fsdecode(section), os.fsdecode(key))
     for what, text in (("section", section), ("key", key), ("value", value)):
         try:
@@ -219,7 +222,8 @@ def orla_i_cfg_read_line(stream: Stream) -> str | None:
 
 
 def create_temporary_name() -> str:
-    """Creates an empty file in /tmp and gives its path. Each call leaves a descriptor open in the process."""
+    """Creates an empty file in /tmp and gives its path. Each call leaves a descriptor open in
+    the process."""
     name = ctypes.create_string_buffer(TEMPORARY_NAME_SIZE)
     if call("create_temporary_name", name) != 0:
         raise OrlaError("no file could be created in /tmp")

@@ -13,8 +13,8 @@ __all__ = ["Stream"]
 
 
 class Stream:
-    """A stream of the C library, for the functions that take one; "with" closes it. OSError when it does not
-    open, and when what was written cannot be stored."""
+    """A stream of the C library, for the functions that take one; "with" closes it. OSError when
+    it does not open, and when what was written cannot be stored."""
 
     def __init__(self, path: Text, mode: str = "r") -> None:
         self._file: int | None = libc.fopen(encoded(path), mode.encode())

@@ -57,8 +57,8 @@ _TIME_P = ctypes.POINTER(ctypes.c_long)
 _TM_P = ctypes.POINTER(Tm)
 _UUID_P = ctypes.POINTER(UuidRecord)
 
-# Function to result and arguments, as the headers declare them. A result that points into the caller's
-# memory is an address.
+# Function to result and arguments, as the headers declare them. A result that points into the
+# caller's memory is an address.
 SIGNATURES: dict[str, tuple[Any, tuple[Any, ...]]] = {
     # orla/inventory.h
     "tavGetOnlineProcs": (ctypes.c_uint32, (_INT_P,)),
@@ -129,8 +129,8 @@ SIGNATURES: dict[str, tuple[Any, tuple[Any, ...]]] = {
     "orla_slnk_free_library": (ctypes.c_int, (ctypes.c_void_p,)),
     "orla_slnk_free_library_id": (None, (ctypes.c_void_p,)),
     # orla/token.h
-    "get_first_delimited_token_in_string": (ctypes.c_void_p, (ctypes.c_char_p, ctypes.c_char, _CHAR_P,
-                                                              ctypes.c_int)),
+    "get_first_delimited_token_in_string": (ctypes.c_void_p, (ctypes.c_char_p, ctypes.c_char,
+                                                              _CHAR_P, ctypes.c_int)),
     "get_delimited_token_in_string": (ctypes.c_void_p, (ctypes.c_char_p, ctypes.c_short,
                                                         ctypes.c_char, _CHAR_P, ctypes.c_int)),
     "count_delimited_tokens_in_string": (ctypes.c_short, (ctypes.c_char_p, ctypes.c_char)),

@@ -157,8 +157,8 @@ def _printed(count: int) -> int:
 
 
 def print_date_line(date: int, prefix: Text | None = None) -> int:
-    """Prints the line of date_to_line() on standard output; in the prefix "%%" is a percent sign and
-    "%m" the text of errno. Gives the number of bytes."""
+    """Prints the line of date_to_line() on standard output; in the prefix "%%" is a percent sign
+    and "%m" the text of errno. Gives the number of bytes."""
     return _printed(printing("print_date_line", uint16("a date number", date), optional(prefix)))
 
 
@@ -187,8 +187,8 @@ def k7_date_format(date_format: Text) -> str:
 
 
 def orla_strptime(text: Text, date_format: Text) -> tuple[int, int, int]:
-    """Years since 1900, month (from 0) and day out of a text; a field that it does not reach is 0, the
-    year -1."""
+    """Years since 1900, month (from 0) and day out of a text; a field that it does not reach is
+    0, the year -1."""
     tm = Tm()
     call("orla_strptime", encoded(text), encoded(date_format), ctypes.byref(tm))
     return tm.tm_year, tm.tm_mon, tm.tm_mday
@@ -212,5 +212,6 @@ def string_to_date(text: Text) -> int:
 
 
 def string_to_time(text: Text) -> int:
-    """Stamp of 00:00:00 UTC of a date text, signed; 0, too, for whatever is no date and for 12/28/1986."""
+    """Stamp of 00:00:00 UTC of a date text, signed; 0, too, for whatever is no date and for
+    12/28/1986."""
     return int(call("string_to_time", encoded(text)))

@@ -33,14 +33,15 @@ def _token(name: str, text: Text, out_size: int | None, *between: Any) -> tuple[
 
 def get_first_delimited_token_in_string(text: Text, delimiter: Text = '"',
                                         out_size: int | None = None) -> tuple[str, str]:
-    """The first token of a text, and the rest of the text. TokenNotFound when there is none, or when it has
-    more than out_size - 1 bytes."""
+    """The first token of a text, and the rest of the text. TokenNotFound when there is none, or
+    when it has more than out_size - 1 bytes."""
     return _token("get_first_delimited_token_in_string", text, out_size, _delimiter(delimiter))
 
 
 def get_delimited_token_in_string(text: Text, index: int, delimiter: Text = '"',
                                   out_size: int | None = None) -> tuple[str, str]:
-    """The token at an index, and the rest of the text. Found only when all tokens before it are empty."""
+    """The token at an index, and the rest of the text. Found only when all tokens before it are
+    empty."""
     return _token("get_delimited_token_in_string", text, out_size,
                   within("an index", index, -0x8000, 0x7FFF), _delimiter(delimiter))
 

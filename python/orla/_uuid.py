@@ -20,12 +20,13 @@ _LAYOUT = struct.Struct("=IHHB7s")  # of the record: the fields below, without p
 # The order of the fields is the order of UUIDs, the same that orla_uuid_cmp() has.
 @dataclasses.dataclass(frozen=True, order=True, init=False, repr=False)
 class Uuid:
-    """A UUID: 16 bytes that do not change. Made from its text, or by generate(), reserved_space() or
-    from_bytes(). str() gives its text of 36 characters, bytes() its 16 bytes in the byte order of this
-    host. UUIDs are in total order and can be keys of a dict; hash() is Python's, bucket() the library's.
+    """A UUID: 16 bytes that do not change. Made from its text, or by generate(),
+    reserved_space() or from_bytes(). str() gives its text of 36 characters, bytes() its 16 bytes
+    in the byte order of this host. UUIDs are in total order and can be keys of a dict; hash() is
+    Python's, bucket() the library's.
 
-    The text is read as the library reads it: white space, signs and short numbers are taken, and what
-    follows the last number is ignored. InvalidValue for a text that is no UUID."""
+    The text is read as the library reads it: white space, signs and short numbers are taken, and
+    what follows the last number is ignored. InvalidValue for a text that is no UUID."""
 
     time_high: int
     time_low: int

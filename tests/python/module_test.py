@@ -1,8 +1,8 @@
 #!/usr/bin/env python3
-"""Tests the Python package's functions and variables: that it declares what the headers declare, and that
-each function gives results that are Python's.
+"""Tests the Python package's functions and variables: that it declares what the headers declare,
+and that each function gives results that are Python's.
 
-    module_test.py --compiler CC --include FOLDER...
+module_test.py --compiler CC --include FOLDER...
 
 PYTHONPATH holds the package, ORLA_LIBRARY names the library.
 """

@@ -1,8 +1,8 @@
 #!/usr/bin/env python3
-"""Tests the Python package as a package: its version, that pip builds and installs it with nothing but Python,
-and what it says where the library is not found.
+"""Tests the Python package as a package: its version, that pip builds and installs it with nothing
+but Python, and what it says where the library is not found.
 
-    package_test.py --version VERSION --source FOLDER --bits 32|64
+package_test.py --version VERSION --source FOLDER --bits 32|64
 
 ORLA_LIBRARY names the library, whose word size --bits is.
 """

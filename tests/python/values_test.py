@@ -18,7 +18,8 @@ TEXT = "d0f7b2fc0064.82.0a.00.02.03.00.00.00"
 
 
 def uuids():
-    """Some whose fields differ in one place only, the extremes of each place among them, and random ones."""
+    """Some whose fields differ in one place only, the extremes of each place among them, and
+    random ones."""
     near = []
     for place in range(16):
         for byte in (0, 1, 0x7F, 0x80, 0xFF):
