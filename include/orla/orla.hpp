@@ -114,7 +114,6 @@ class date : public detail::ordered<date> {
   }
   /** Today's local date: wek_date_stamp(). Threads: rewrites the C library's record (serialise). */
   static date today() noexcept { return date(wek_date_stamp()); }
-
   constexpr std::uint16_t number() const noexcept { return number_; }
   /** Days since 1970-01-01, 0 to 65,535: what dates are ordered by. */
   constexpr std::uint16_t key() const noexcept {
@@ -200,7 +199,6 @@ class stamp : public detail::ordered<stamp> {
   constexpr std::chrono::system_clock::time_point to_chrono() const noexcept {
     return std::chrono::system_clock::time_point(std::chrono::seconds(seconds_));
   }
-
   constexpr std::uint32_t seconds() const noexcept { return seconds_; }
   constexpr std::uint32_t key() const noexcept { return seconds_; }
   /** Its UTC day. */
@@ -256,7 +254,6 @@ class uuid : public detail::ordered<uuid> {
     orla_uuid_decode(text, &read.record_, &status);
     return status == 0 ? std::optional(read) : std::nullopt;
   }
-
   constexpr const k7_uuid__t &record() const noexcept { return record_; }
   /** Its 36 characters: orla_uuid_encode(). */
   std::string text() const {
@@ -267,33 +264,41 @@ class uuid : public detail::ordered<uuid> {
   /** What orla_uuid_hash() gives: 0 to modulus - 1, and at most 65,535.
    *  @param[in] modulus  1 or more. Not checked: 0 is a division fault. */
   std::uint32_t bucket(std::uint32_t modulus) const noexcept {
-    const std::uint64_t mixed = word(0) ^ word(1);
-    const std::uint64_t folded = mixed ^ mixed >> 32;
-    return static_cast<std::uint32_t>((folded ^ folded >> 16) & 0xFFFF) % modulus;
+    const std::uint64_t mixed = key().first ^ key().second;
+    const auto folded = static_cast<std::uint32_t>(mixed ^ mixed >> 32);
+    return ((folded ^ folded >> 16) & 0xFFFF) % modulus;
   }
   /** What std::hash gives, for tables of any size: of more values than the 65,536 of bucket(). It
    *  differs between hosts of other word sizes and byte orders. */
   std::size_t hash() const noexcept {
-    std::uint64_t mixed = word(0) * 0x9E3779B97F4A7C15 ^ word(1);
-    mixed = (mixed ^ mixed >> 32) * 0xD6E8FEB86659FD93;
-    return static_cast<std::size_t>(mixed ^ mixed >> 32);
+    const std::uint64_t mixed =
+        key().first * 0x9E3779B97F4A7C15 + key().second * 0xD6E8FEB86659FD93;
+    return static_cast<std::size_t>(__builtin_bswap64(mixed));  // the upper bits are the best mixed
   }
-  /** Two numbers that order records as orla_uuid_cmp() does. */
-  std::pair<std::uint64_t, std::uint64_t> key() const noexcept {
-    const std::uint32_t low = std::uint32_t{record_.time_low} << 16 | record_.reserved;
-    const bool little = __BYTE_ORDER__ == __ORDER_LITTLE_ENDIAN__;
-    return {std::uint64_t{record_.time_high} << 32 | low,
-            little ? __builtin_bswap64(word(1)) : word(1)};
+  /** All 16 bytes as they lie in memory; they compare as orla_uuid_cmp() compares records. */
+  struct bits {
+    std::uint64_t first, second;
+    bool operator==(bits b) const noexcept { return first == b.first && second == b.second; }
+    bool operator<(bits b) const noexcept {
+      return first != b.first ? numbers() < b.numbers() : bytes() < b.bytes();
+    }
+#if __BYTE_ORDER__ == __ORDER_LITTLE_ENDIAN__
+    std::uint64_t numbers() const noexcept {
+      return first << 32 | (first >> 16 & 0xFFFF0000) | first >> 48;
+    }
+    std::uint64_t bytes() const noexcept { return __builtin_bswap64(second); }
+#else
+    std::uint64_t numbers() const noexcept { return first; }
+    std::uint64_t bytes() const noexcept { return second; }
+#endif
+  };
+  bits key() const noexcept {
+    bits all;
+    std::memcpy(&all, &record_, sizeof all);
+    return all;
   }
 
  private:
-  // The first or the second eight bytes, as they lie in memory.
-  std::uint64_t word(int index) const noexcept {
-    std::uint64_t words[2];
-    std::memcpy(words, &record_, sizeof words);
-    return words[index];
-  }
-
   k7_uuid__t record_{};
 };
 
@@ -353,15 +358,12 @@ class library {
       error_ = reason(name);
     }
   }
-
   explicit operator bool() const noexcept { return id_ != nullptr; }
   /** Why it did not open: what the dynamic linker says of the name when asked again. Else empty. */
   const std::string &error() const noexcept { return error_; }
-
   /** The address of a function, `symbol<int(const char *)>("puts")`, or of a variable,
    *  `symbol<int>("count")`. The type is not checked.
-   *  @return null without a library, and for a symbol that is missing, which the loader
-   *          reports on standard output. */
+   *  @return null without a library, and for a missing symbol, which is told on standard output. */
   template <typename Symbol>
   Symbol *symbol(zstring name) const noexcept {
     if (id_ == nullptr) return nullptr;
@@ -387,18 +389,16 @@ class library {
 };
 
 /** The tokens of a text, as orla/token.h has them: a range of views of the text, which must outlive
- *  them. The text ends at a zero byte; a token that nothing closes does not count. */
+ *  them. The text ends at a zero byte, which no delimiter is; a token not closed is none. */
 class tokens {
  public:
-  // The range is its own iterator.
-  using iterator_category = std::input_iterator_tag;
+  using iterator_category = std::input_iterator_tag;  // the range is its own iterator
   using value_type = std::string_view;
   using difference_type = std::ptrdiff_t;
   using pointer = void;
   using reference = std::string_view;
 
   constexpr tokens() noexcept = default;
-  /** @param[in] delimiter  one byte. A zero byte is found nowhere. */
   constexpr tokens(std::string_view text, char delimiter) noexcept
       : rest_(text.substr(0, text.find('\0'))), delimiter_(delimiter) {
     ++*this;
@@ -446,8 +446,8 @@ struct host_figures {
   figure<unsigned> disks;              ///< by tavGetDisks()
 };
 
-/** Asks for processors, memory and disks. A kernel log that cannot be read ends the process, as
- *  ht_os_cpus() tells. Threads: safe unless tracing is on. */
+/** Asks for all three. A kernel log that cannot be read ends the process: ht_os_cpus().
+ *  Threads: safe unless tracing is on. */
 inline host_figures host() noexcept {
   int count = 0;
   const auto method = static_cast<orla_count_method>(count_physical_proc(&count));
