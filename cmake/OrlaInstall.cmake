@@ -1,6 +1,6 @@
 # What an installation holds, in three components: "runtime" for programs that were built already,
-# "development" for building them, "tools" for people; and "documentation", which packages arrange in a way
-# of their own.
+# "development" for building them, "tools" for people; and "documentation", which packages arrange
+# in a way of their own.
 
 include(CMakePackageConfigHelpers)
 
@@ -23,7 +23,7 @@ if(ORLA_TOOL)
     RUNTIME DESTINATION "${CMAKE_INSTALL_BINDIR}" COMPONENT tools)
 endif()
 
-install(DIRECTORY "${PROJECT_SOURCE_DIR}/include/orla" "${PROJECT_BINARY_DIR}/include/orla"
+install(DIRECTORY "${PROJECT_SOURCE_DIR}/include/orla"
   DESTINATION "${CMAKE_INSTALL_INCLUDEDIR}" COMPONENT development
   FILES_MATCHING PATTERN "*.h" PATTERN "*.hpp")
 
@@ -41,7 +41,8 @@ install(FILES
     "${PROJECT_BINARY_DIR}/cmake/orlaConfigVersion.cmake"
   DESTINATION "${package_config_dir}" COMPONENT development)
 
-# A folder as orla.pc names it: under the prefix, or as it is where it was given as an absolute path.
+# A folder as orla.pc names it: under the prefix, or as it is where it was given as an absolute
+# path.
 function(orla_pkg_config_path result folder)
   if(NOT IS_ABSOLUTE "${folder}")
     string(PREPEND folder "\${prefix}/")

@@ -1,7 +1,6 @@
 # How our targets are compiled: one function per kind of target, so that a rule stands once.
 
 include(CheckCXXCompilerFlag)
-include(GenerateExportHeader)
 
 # Warnings and sanitizers, for everything of ours (never for what we only use).
 function(orla_developer_flags target)
@@ -37,13 +36,14 @@ function(orla_library_code target)
   endif()
 endfunction()
 
-# A shared library of ours: its exports are the names in `map`, its soname carries the major version.
+# A shared library of ours: its exports are the names in `map`, its soname carries the major
+# version.
 function(orla_plain_library target map)
   orla_library_code(${target})
   set_target_properties(${target} PROPERTIES
     VERSION ${PROJECT_VERSION}
     SOVERSION ${PROJECT_VERSION_MAJOR}
-    DEFINE_SYMBOL orla_EXPORTS  # one header marks the exports of all: each writes the same
+    DEFINE_SYMBOL ""
     CXX_VISIBILITY_PRESET hidden
     VISIBILITY_INLINES_HIDDEN ON
     LINKER_LANGUAGE C
@@ -53,11 +53,7 @@ function(orla_plain_library target map)
   if(NOT ORLA_SANITIZE)
     target_link_options(${target} PRIVATE LINKER:--no-undefined)
   endif()
-  generate_export_header(${target}
-    BASE_NAME orla
-    EXPORT_FILE_NAME "${PROJECT_BINARY_DIR}/include/orla/export.h")
   target_include_directories(${target} PUBLIC
     "$<BUILD_INTERFACE:${PROJECT_SOURCE_DIR}/include>"
-    "$<BUILD_INTERFACE:${PROJECT_BINARY_DIR}/include>"
     "$<INSTALL_INTERFACE:${CMAKE_INSTALL_INCLUDEDIR}>")
 endfunction()

@@ -9,6 +9,7 @@
 #include <cstring>
 #include <string_view>
 
+#include "base/descriptor.h"
 #include "profile/line_source.h"
 #include "profile/profile_file.h"
 #include "profile/profile_line.h"

@@ -17,6 +17,7 @@
 #include <cstring>
 #include <limits>
 
+#include "base/descriptor.h"
 #include "profile/line_source.h"
 #include "profile/profile_file.h"
 #include "profile/rewrite.h"
@@ -104,7 +105,7 @@ Copy write_copy(Descriptor &target, Descriptor &temporary, const Entry &entry) {
   orla::rewrite(source, sink, entry);
   const bool written = sink.flush();
   const std::uint64_t room = room_of(target.number());
-  target.close();
+  static_cast<void>(target.close());
   const bool closed = temporary.close();
   return {written && closed && !source.failed(), sink.size(), room};
 }
@@ -126,7 +127,7 @@ bool rewrite_through(Descriptor &temporary, const char *temporary_path, const ch
   Descriptor target(orla::open_for_reading(target_path));
   if (!target.is_open()) {
     const bool passing = is_passing(errno);
-    temporary.close();
+    static_cast<void>(temporary.close());
     unlink(temporary_path);
     return !passing && write_new_file(target_path, entry);
   }
@@ -166,6 +167,6 @@ int copy_file(const char *source, const char *destination) noexcept {
     if (size < 0 && errno == EINTR) continue;
     if (size <= 0) return 0;
     // A write that fails goes unnoticed: kept.
-    orla::write_all(to.number(), {block, static_cast<std::size_t>(size)});
+    static_cast<void>(orla::write_all(to.number(), {block, static_cast<std::size_t>(size)}));
   }
 }

@@ -1,21 +1,10 @@
 #include "profile/text_sink.h"
 
-#include <unistd.h>
-
-#include <cerrno>
 #include <cstring>
 
-namespace orla {
+#include "base/descriptor.h"
 
-bool write_all(int descriptor, std::string_view text) {
-  while (!text.empty()) {
-    const ssize_t size = write(descriptor, text.data(), text.size());
-    if (size < 0 && errno == EINTR) continue;
-    if (size <= 0) return false;
-    text.remove_prefix(static_cast<std::size_t>(size));
-  }
-  return true;
-}
+namespace orla {
 
 void TextSink::put(std::string_view text) {
   size_ += text.size();
@@ -34,7 +23,7 @@ void TextSink::gather(std::string_view text) {
 }
 
 bool TextSink::flush() {
-  failed_ |= !write_all(descriptor_, {text_, held_});
+  failed_ |= write_all(descriptor_, {text_, held_}) < held_;
   held_ = 0;
   return !failed_;
 }

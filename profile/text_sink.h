@@ -9,9 +9,6 @@
 
 namespace orla {
 
-// Writes all of `text`; false when the system took only a part of it.
-bool write_all(int descriptor, std::string_view text);
-
 class TextSink {
  public:
   // Writes to `descriptor`, which stays the caller's.

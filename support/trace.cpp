@@ -11,7 +11,7 @@
 #include <cstdio>
 #include <cstdlib>
 
-#include "support/percent_text.h"
+#include "base/percent_text.h"
 #include "support/trace_stamp.h"
 
 std::int32_t orlalib_verbose = 0;

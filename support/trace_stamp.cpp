@@ -12,6 +12,7 @@
 
 #include "time/calendar.h"
 #include "time/clock.h"
+#include "time/local_time.h"
 
 namespace orla {
 namespace {

@@ -100,6 +100,17 @@ TEST(TimeText, ReturnsZeroWhenTheNamesOfTheLocaleDoNotFit) {
   EXPECT_EQ(time_to_string(text.data(), 0), 0U);
 }
 
+TEST(TimeText, LeavesErrnoAlone) {
+  const With strftime(fake_strftime, [](char *, std::size_t, const char *, const std::tm *) {
+    errno = ERANGE;
+    return std::size_t{0};
+  });
+  char text[ORLA_DATE_TEXT_SIZE];
+  errno = EACCES;
+  time_to_string(text, 0);
+  EXPECT_EQ(errno, EACCES);
+}
+
 TEST(TimeText, LeavesTheLocaleAlone) {
   // Were the environment's locale taken over, it would be this one, which every C library has.
   const WithVariable environment("LC_ALL", "C.UTF-8");
@@ -158,13 +169,16 @@ struct Printed {
   int result;
 };
 
+int print_in_way(int way, std::uint16_t date, std::int32_t stamp, const char *prefix) {
+  if (way == 0) return print_date_line(date, prefix);
+  if (way == 1) return print_time_line(stamp, prefix);
+  if (way == 2) return fprint_date_line(stdout, date, prefix);
+  return fprint_time_line(stdout, stamp, prefix);
+}
+
 Printed print_all(std::uint16_t date, std::int32_t stamp, const char *prefix, int way) {
   Captured out(STDOUT_FILENO);
-  int result = 0;
-  if (way == 0) result = print_date_line(date, prefix);
-  if (way == 1) result = print_time_line(stamp, prefix);
-  if (way == 2) result = fprint_date_line(stdout, date, prefix);
-  if (way == 3) result = fprint_time_line(stdout, stamp, prefix);
+  const int result = print_in_way(way, date, stamp, prefix);
   return {out.text(), result};
 }
 
@@ -232,6 +246,39 @@ TEST(PrintedLineOnAStream, ReturnsANegativeValueWhenTheStreamFails) {
   EXPECT_EQ(fprint_date_line(full, 0, nullptr), -1);  // fprintf()'s own
   EXPECT_EQ(fprint_time_line(full, 0, "x"), -1);
   std::fclose(full);
+}
+
+// A line feed flushes such a stream; fwrite() would call the line written all the same.
+TEST(PrintedLineOnAStream, ReturnsANegativeValueWhenTheFlushAfterTheLineFails) {
+  for (const std::size_t prefix_length : {0U, 100U, 5000U}) {
+    const std::string prefix(prefix_length, 'x');
+    std::FILE *full = std::fopen("/dev/full", "w");
+    ASSERT_NE(full, nullptr);
+    std::setvbuf(full, nullptr, _IOLBF, BUFSIZ);
+    EXPECT_EQ(std::fprintf(full, "%s\n", prefix.c_str()), -1);
+    EXPECT_EQ(fprint_date_line(full, 0, prefix.c_str()), -1);
+    EXPECT_EQ(fprint_time_line(full, 0, prefix.c_str()), -1);
+    std::fclose(full);
+  }
+}
+
+TEST(PrintedLineOnAStream, LeavesTheErrorOfAFailureInErrno) {
+  std::FILE *full = std::fopen("/dev/full", "w");
+  ASSERT_NE(full, nullptr);
+  std::setvbuf(full, nullptr, _IONBF, 0);
+  errno = 0;
+  EXPECT_EQ(fprint_date_line(full, 0, nullptr), -1);
+  EXPECT_EQ(errno, ENOSPC);
+  std::fclose(full);
+}
+
+TEST_P(PrintedLine, LeavesErrnoAloneWhenItIsPrinted) {
+  const std::string prefix(5000, 'x');
+  Captured out(STDOUT_FILENO);
+  const HeapExhausted heap;  // the line is cut, and that is no error
+  errno = ERANGE;
+  EXPECT_GT(print_in_way(GetParam(), 0, 0, prefix.c_str()), 0);
+  EXPECT_EQ(errno, ERANGE);
 }
 
 TEST(PrintedLineOnAStream, EqualsFprintfForPrefixesWithoutArguments) {
@@ -457,6 +504,50 @@ TEST(OldInput, MayHaveWrittenOutputsOfARejectedText) {
   EXPECT_EQ(k7_parse_date("2007 x", &year, &month, &day), 255);
   EXPECT_EQ(year, 2007);
   EXPECT_EQ(day, -7);
+}
+
+// Quirk: the C library converts to a long and cuts it to an int.
+TEST(OldInput, TakesANumberBeyondAnIntForTheLargestOneOn32BitsAndForItsLowBitsOn64) {
+  const WithVariable mode(kOldMode, "");
+  const bool saturates = sizeof(long) == 4;
+  expect_parsed({"4294969303 12 31", 0, saturates ? INT32_MAX - 1900 : 107, 12, 31});
+  expect_parsed({"2007 4294967308 31", saturates ? 255 : 0, 107, 12, 31});
+  expect_parsed({"2007/12/4294967327", saturates ? 255 : 0, 107, 12, 31});
+  expect_parsed({"-4294965289 12 31", saturates ? 255 : 0, 107, 12, 31});
+}
+
+// The C library leaves there what it came across, such as a number that is too large.
+TEST(OldInput, LeavesErrnoAlone) {
+  const WithVariable mode(kOldMode, "");
+  std::int32_t number;
+  std::uint16_t date;
+  for (const char *text : {"99999999999999999999 1 1", "2007 99999999999999999999 1"}) {
+    errno = EACCES;
+    k7_parse_date(text, &number, &number, &number);
+    string_to_date(text, &date);
+    string_to_time(text);
+    EXPECT_EQ(errno, EACCES) << text;
+  }
+}
+
+TEST(StandardInput, LeavesErrnoAlone) {
+  const WithVariable mode(kOldMode, nullptr);
+  const With strptime(fake_strptime, [](const char *text, const char *format, std::tm *fields) {
+    char *end = fake_strptime.real(text, format, fields);
+    errno = ERANGE;
+    return end;
+  });
+  std::int32_t number;
+  std::uint16_t date;
+  std::tm fields;
+  for (const char *text : {"1/2/2007", "nonsense"}) {
+    errno = EACCES;
+    k7_parse_date(text, &number, &number, &number);
+    string_to_date(text, &date);
+    string_to_time(text);
+    orla_strptime(text, "%m/%d/%Y", &fields);
+    EXPECT_EQ(errno, EACCES) << text;
+  }
 }
 
 TEST(InputMode, IsDecidedAtTheFirstParseForGood) {

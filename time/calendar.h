@@ -93,6 +93,23 @@ constexpr CivilDate civil_from_date_number(std::uint16_t date) {
   return civil_from_days(days_from_date_number(date));
 }
 
+// 28 years of this calendar are a whole number of weeks: weekdays and leap years recur.
+inline constexpr std::uint32_t kFoldSeconds = 883612800;
+inline constexpr std::int32_t kFoldYears = 28;
+
+struct FoldedStamp {
+  std::int32_t seconds;  // 0 to 2^31 - 1
+  std::int32_t years;    // to be added to the year: 0, 28, 56 or 84
+};
+
+// Brings a stamp, which is read as unsigned, to where every C library can convert it.
+constexpr FoldedStamp fold(std::uint32_t stamp) {
+  std::int32_t years = 0;
+  for (; static_cast<std::int32_t>(stamp) < 0; stamp -= kFoldSeconds)
+    years += kFoldYears;
+  return {static_cast<std::int32_t>(stamp), years};
+}
+
 }  // namespace orla
 
 #endif

@@ -7,6 +7,7 @@
 #include <cstdlib>
 #include <ctime>
 
+#include "base/kept_errno.h"
 #include "time/calendar.h"
 #include "time/date_format.h"
 
@@ -35,6 +36,7 @@ bool is_month(std::int32_t month) { return month >= 1 && month <= 12; }
 bool is_day(std::int32_t day) { return day >= 1 && day <= 31; }
 
 bool scan_old(const char *text, std::int32_t *year, std::int32_t *month, std::int32_t *day) {
+  const orla::KeptErrno kept;
   if (std::sscanf(text, "%d %d %d", year, month, day) != 3 &&
       std::sscanf(text, "%d/%d/%d", year, month, day) != 3) {
     return false;
@@ -99,6 +101,7 @@ void scan_standard(const char *text, std::int32_t *year, std::int32_t *month, st
 }  // namespace
 
 void orla_strptime(const char *text, const char *format, std::tm *fields) noexcept {
+  const orla::KeptErrno kept;
   std::tm read = {};
   read.tm_year = -1;  // so that a text which breaks off before its year is not taken for 1900
   strptime(text, format, &read);

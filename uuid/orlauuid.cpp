@@ -77,8 +77,8 @@ int order(Number a, Number b) {
 
 void orla_uuid_gen(k7_uuid__t *uuid) noexcept {
   *uuid = {};
-  const orla::ClockInstant now = orla::clock_instant();
-  const orla::UuidTime time = orla::uuid_time(now.seconds, now.microseconds);
+  const orla::FineMoment now = orla::fine_clock_moment();
+  const orla::UuidTime time = orla::uuid_time(now.stamp, now.microseconds);
   uuid->time_high = time.high;
   uuid->time_low = time.low;
   const Host host = ask_provider();

@@ -13,6 +13,7 @@
 extern Fake<std::time_t(std::time_t *)> fake_time;
 extern Fake<int(timeval *, void *)> fake_gettimeofday;
 extern Fake<std::tm *(const std::time_t *)> fake_localtime;
+extern Fake<std::tm *(const std::time_t *)> fake_gmtime;
 
 // The kernel's 64-bit clock: what the C library's function for it fills, and that function's result.
 struct ClockReading {

@@ -2,6 +2,7 @@
 
 #include <dlfcn.h>
 
+#include <cerrno>
 #include <cstddef>
 
 namespace {
@@ -29,6 +30,7 @@ HeapExhausted::~HeapExhausted() { heap_is_exhausted = false; }
 extern "C" void *malloc(std::size_t size) noexcept {
   static void *(*const real)(std::size_t) =
       reinterpret_cast<void *(*)(std::size_t)>(dlsym(RTLD_NEXT, "malloc"));
-  if (heap_is_exhausted && calls_for_the_library(__builtin_return_address(0))) return nullptr;
-  return real(size);
+  if (!heap_is_exhausted || !calls_for_the_library(__builtin_return_address(0))) return real(size);
+  errno = ENOMEM;
+  return nullptr;
 }

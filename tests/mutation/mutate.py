@@ -25,6 +25,7 @@ import hashlib
 import os
 import pathlib
 import queue
+import re
 import resource
 import shutil
 import signal
@@ -57,13 +58,13 @@ TESTS = (
     ("support/token", "token_test"),
     ("support/orlaslnk", "loader_test failing_calls_test"),
     ("support/orlamisc", "names_test"),
-    ("support/percent_text", "support_trace_test time_text_test"),
+    ("base/percent_text", "support_trace_test time_text_test"),
     ("support/trace.cpp", "support_trace_test failing_calls_test"),
     ("support/trace_stamp", "support_trace_test failing_calls_test"),
     ("support/", "support_trace_test loader_test inventory_capacity_test"),
     ("companion/", "names_test"),
 )
-FAMILIES = ("inventory", "time", "uuid", "profile", "support", "companion")
+FOLDERS = re.findall(r"^(\w+):", (ROOT / "scripts" / "layers.txt").read_text(encoding="utf-8"), re.M)
 
 CONFIGURATION = (
     "-DCMAKE_BUILD_TYPE=None", "-DORLA_TOOL=OFF", "-DBUILD_TESTING=ON",
@@ -110,8 +111,8 @@ def parse_options():
 
 
 def all_mutants(options):
-    for family in FAMILIES:
-        for path in sorted((ROOT / family).glob("*.*")):
+    for folder in FOLDERS:
+        for path in sorted((ROOT / folder).glob("*.*")):
             file = path.relative_to(ROOT).as_posix()
             if path.suffix in (".cpp", ".h") and is_asked_for(file, options.parts):
                 yield from chosen(list(mutants.find(file, path.read_text())), options.every)

@@ -22,8 +22,8 @@ from command import check, run
 PACKAGES = {"liborla1", "liborla-dev", "orla-tools"}
 TRIPLETS = {"i386": "i386-linux-gnu", "amd64": "x86_64-linux-gnu"}
 WORD_SIZE = {"i386": "-m32", "amd64": "-m64"}
-# The package that has the library on a machine of the architecture, and the one that this machine, which
-# builds for both, has it from.
+# The package that has the library on a machine of the architecture, and the one that this machine,
+# which builds for both, has it from.
 HOST_PACKAGES = {
     "i386": {"libc6": "libc6-i386", "libgcc-s1": "lib32gcc-s1", "libstdc++6": "lib32stdc++6"},
     "amd64": {"libc6": "libc6", "libgcc-s1": "libgcc-s1", "libstdc++6": "libstdc++6"},

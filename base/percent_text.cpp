@@ -1,4 +1,4 @@
-#include "support/percent_text.h"
+#include "base/percent_text.h"
 
 #include <algorithm>
 #include <cerrno>

@@ -3,8 +3,8 @@
 // "%%" is one percent sign and "%m" the text of an error number, as printf() has them. Any other "%"
 // would fetch an argument that nobody passed; it stands as it is.
 
-#ifndef ORLA_SUPPORT_PERCENT_TEXT_H
-#define ORLA_SUPPORT_PERCENT_TEXT_H
+#ifndef ORLA_BASE_PERCENT_TEXT_H
+#define ORLA_BASE_PERCENT_TEXT_H
 
 #include <cstddef>
 #include <cstdio>
