@@ -1,3 +1,5 @@
+#include "cmake/plain_names.h"  // first: sscanf() is the one that the library calls
+
 #include "failing_calls.h"
 
 #include <dirent.h>
@@ -43,7 +45,6 @@ namespace {
 
 // One for each function at the end of this file.
 constexpr const char *kNames[] = {KERNEL_CLOCK_NAME,
-                                  "__isoc99_sscanf",
                                   "close",
                                   "ctime",
                                   "dlclose",
@@ -60,15 +61,15 @@ constexpr const char *kNames[] = {KERNEL_CLOCK_NAME,
                                   "fstat",
                                   "ftruncate64",
                                   "fwrite",
+                                  "get_nprocs_conf",
                                   "getc",
                                   "geteuid",
                                   "getgrgid",
                                   "getifaddrs",
                                   "getpwuid",
+                                  "gettimeofday",
                                   "gmtime",
                                   "ioctl",
-                                  "get_nprocs_conf",
-                                  "gettimeofday",
                                   "klogctl",
                                   "localtime",
                                   "lseek",
@@ -80,11 +81,13 @@ constexpr const char *kNames[] = {KERNEL_CLOCK_NAME,
                                   "read",
                                   "realloc",
                                   "rename",
+                                  "sscanf",
                                   "statx",
                                   "strftime",
                                   "strptime",
                                   "sysinfo",
                                   "time",
+                                  "truncate",
                                   "uname",
                                   "unlink",
                                   "write"};
@@ -346,8 +349,8 @@ char *strptime(const char *text, const char *format, std::tm *fields) noexcept {
   return real<char *(const char *, const char *, std::tm *)>("strptime")(text, format, fields);
 }
 
-int __isoc99_sscanf(const char *text, const char *format, ...) noexcept {
-  INTERCEPTED("__isoc99_sscanf");
+int sscanf(const char *text, const char *format, ...) noexcept {
+  INTERCEPTED("sscanf");
   if (call.fails()) return EOF;
   std::va_list list;
   va_start(list, format);
@@ -519,6 +522,11 @@ int fallocate64(int descriptor, int mode, off64_t offset, off64_t size) {
 int ftruncate64(int descriptor, off64_t size) noexcept {
   INTERCEPTED("ftruncate64");
   return call.fails() ? -1 : real<int(int, off64_t)>("ftruncate64")(descriptor, size);
+}
+
+int truncate(const char *path, off_t size) noexcept {
+  INTERCEPTED("truncate");
+  return call.fails() ? -1 : real<int(const char *, off_t)>("truncate")(path, size);
 }
 
 int mkstemp(char *name) {

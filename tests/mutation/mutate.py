@@ -53,7 +53,7 @@ TESTS = (
     ("uuid/uuid_text", "uuid_text_test"),
     ("uuid/", "uuid_time_test uuid_order_test uuid_generation_test uuid_text_test"
               " failing_calls_test"),
-    ("profile/", "profile_orlacfgr_test profile_orlacfgw_test failing_calls_test"),
+    ("profile/", "profile_reader_test profile_writer_test failing_calls_test"),
     ("support/ntohl", "byteorder_test"),
     ("support/token", "token_test"),
     ("support/orlaslnk", "loader_test failing_calls_test"),
