@@ -1,5 +1,5 @@
-// How each exported function is called where its calls of the C library are made to fail, and what is told
-// of what came of it.
+// How each exported function is called while its calls of the C library are made to fail, and how the
+// outcome is put into words.
 
 #ifndef ORLA_TESTS_FAILING_CALLS_SCENES_H
 #define ORLA_TESTS_FAILING_CALLS_SCENES_H
