@@ -10,6 +10,7 @@
 #include <string>
 
 #include "kit/at_once.h"
+#include "kit/captured.h"
 #include "kit/temp_dir.h"
 
 // As the library defines them; <arpa/inet.h> has other results for two of them.
@@ -256,6 +257,42 @@ TEST(Threads, LoadThroughIdsOfTheirOwnAtOnce) {
                        wrong += orla_slnk_free_library(id) != 0;
                        orla_slnk_free_library_id(id);
                        return wrong;
+                     }),
+            0);
+}
+
+TEST(Threads, PrintLinesToStandardOutputAtOnce) {
+  constexpr int kLines = 200;
+  Captured output(STDOUT_FILENO);
+  const int wrong = repeated(kLines, [](int) {
+    return (print_date_line(7673, "on ") != 14) + (print_time_line(86400, nullptr) != 11);
+  });
+  EXPECT_EQ(output.text().size(), kThreads * kLines * (14U + 11U));
+  EXPECT_EQ(wrong, 0);
+}
+
+// The first call finds the provider, before there are threads.
+TEST(Threads, TellTheNodesNameAtOnceAfterTheFirstCall) {
+  static char name[ORLA_NODE_NAME_SIZE];
+  orla_get_node_name(name);
+  if (name[0] == '\0') GTEST_SKIP() << "no companion library is found from here";
+  EXPECT_EQ(repeated(kRounds,
+                     [](int) {
+                       char again[ORLA_NODE_NAME_SIZE];
+                       orla_get_node_name(again);
+                       return static_cast<int>(std::strcmp(again, name) != 0);
+                     }),
+            0);
+}
+
+TEST(Threads, FailToLoadMissingLibrariesAtOnce) {
+  EXPECT_EQ(repeated(50,
+                     [](int) {
+                       orla_library_id *id = orla_slnk_allocate_library_id();
+                       orla_status status = 0;
+                       orla_slnk_load_library("liborla-no-such-library.so", id, &status);
+                       orla_slnk_free_library_id(id);
+                       return static_cast<int>(status != ORLA_LOADER_FAILED);
                      }),
             0);
 }

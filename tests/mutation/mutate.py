@@ -49,19 +49,19 @@ TESTS = (
     ("time/calendar", "time_calendar_test time_exhaustive_test time_text_test"),
     ("time/date_", "time_text_test"),
     ("time/", "time_clock_test time_calendar_test time_text_test uuid_generation_test"
-              " support_trace_test failing_calls_test"),
+              " trace_test failing_calls_test"),
     ("uuid/uuid_text", "uuid_text_test"),
     ("uuid/", "uuid_time_test uuid_order_test uuid_generation_test uuid_text_test"
               " failing_calls_test"),
-    ("profile/", "profile_orlacfgr_test profile_orlacfgw_test failing_calls_test"),
+    ("profile/", "profile_reader_test profile_writer_test failing_calls_test"),
     ("support/ntohl", "byteorder_test"),
     ("support/token", "token_test"),
     ("support/orlaslnk", "loader_test failing_calls_test"),
     ("support/orlamisc", "names_test"),
-    ("base/percent_text", "support_trace_test time_text_test"),
-    ("support/trace.cpp", "support_trace_test failing_calls_test"),
-    ("support/trace_stamp", "support_trace_test failing_calls_test"),
-    ("support/", "support_trace_test loader_test inventory_capacity_test"),
+    ("base/percent_text", "trace_test time_text_test"),
+    ("support/trace.cpp", "trace_test failing_calls_test"),
+    ("support/trace_stamp", "trace_test failing_calls_test"),
+    ("support/", "trace_test loader_test inventory_capacity_test"),
     ("companion/", "names_test"),
 )
 FOLDERS = re.findall(r"^(\w+):", (ROOT / "scripts" / "layers.txt").read_text(encoding="utf-8"), re.M)
