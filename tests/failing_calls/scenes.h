@@ -317,7 +317,12 @@ inline std::string parsed(Scene &scene, const char *text) {
   return result == 0 ? told(result, year, month, day) : told(result);
 }
 
-inline std::string parsed_canonical(Scene &scene) { return parsed(scene, "01/02/2007"); }
+// Not the first text of the process, which the C library always reads.
+inline std::string parsed_canonical(Scene &scene) {
+  std::uint16_t date;
+  string_to_date("01/02/2007", &date);
+  return parsed(scene, "01/02/2007");
+}
 inline std::string parsed_short(Scene &scene) { return parsed(scene, "1/2/2007"); }
 
 inline std::string parsed_old(Scene &scene, const char *text) {
