@@ -1,5 +1,6 @@
-// Every function that the headers call safe, in eight threads at once, from the first call of the process
-// on. Each case checks the answers; ThreadSanitizer has the last word. UUIDs are in uuid_threads_test.cpp.
+// Every function that the headers call safe, in eight threads at once, from the first call of the
+// process on. Each case checks the answers; ThreadSanitizer has the last word. UUIDs are in
+// uuid_threads_test.cpp.
 
 #include <gtest/gtest.h>
 #include <orla/orla.h>
@@ -155,8 +156,40 @@ TEST(Threads, ParseTheFirstDatesAtOnce) {
                        wrong += year != 107 || month != 12 || day != 31;
                        wrong += string_to_date("12/31/2007", &date) != 1 || date != 7673;
                        wrong += string_to_time("01/02/1970") != 86400;
+                       wrong += k7_parse_date("1/2/2007", &year, &month, &day) != 0;
+                       wrong += year != 107 || month != 1 || day != 2;
                        orla_strptime("1/2/2007", "%m/%d/%Y", &fields);
                        return wrong + (fields.tm_year != 107);
+                     }),
+            0);
+}
+
+TEST(Threads, ParseTheFirstDatesOfTheOldModeAtOnce) {
+  setenv("ORLALS_DATE_FORMAT_OLD", "", 1);
+  EXPECT_EQ(repeated(kRounds,
+                     [](int) {
+                       std::int32_t year = 0;
+                       std::int32_t month = 0;
+                       std::int32_t day = 0;
+                       std::uint16_t date = 0;
+                       int wrong = k7_parse_date("2007 1 2", &year, &month, &day) != 0;
+                       wrong += year != 107 || month != 1 || day != 2;
+                       wrong += string_to_date("2007/12/31", &date) != 1 || date != 7673;
+                       return wrong + (string_to_time("1970 1 2") != 86400);
+                     }),
+            0);
+}
+
+// Safe as soon as one call has reached the provider.
+TEST(Threads, NameTheNodeAtOnceAfterTheFirstCall) {
+  static char first[ORLA_NODE_NAME_SIZE];
+  orla_get_node_name(first);
+  ASSERT_STRNE(first, "");
+  EXPECT_EQ(repeated(kRounds,
+                     [](int) {
+                       char name[ORLA_NODE_NAME_SIZE];
+                       orla_get_node_name(name);
+                       return std::strcmp(name, first) != 0 ? 1 : 0;
                      }),
             0);
 }
