@@ -8,6 +8,7 @@
 #include <latch>
 #include <vector>
 
+#include "fakes/clock.h"
 #include "fakes/interfaces.h"
 #include "kit/at_once.h"
 #include "kit/uuid.h"
@@ -49,6 +50,27 @@ TEST(UuidThreads, TenGenerateEncodeAndDecodeAtOnce) {
   EXPECT_GE(host.asked(), 1);
   EXPECT_LE(host.asked(), kThreads);
   EXPECT_EQ(host.given_back(), host.asked());
+}
+
+// There the kernel is asked in the C library's stead.
+TEST(UuidThreads, GenerateAtOncePast2038) {
+  Interfaces interfaces;
+  interfaces.ipv4(kUp, 0x0A000203);
+  const HostHas host(&interfaces);
+  const ClockPast2038 clock(2208988800, 400000);
+  k7_uuid__t expected;
+  orla_uuid_gen(&expected);
+  EXPECT_EQ(wrong_in_threads(kThreads,
+                             [&](int) {
+                               int wrong = 0;
+                               for (int i = 0; i < kRounds / 10; ++i) {
+                                 k7_uuid__t uuid;
+                                 orla_uuid_gen(&uuid);
+                                 wrong += orla_uuid_equal(&uuid, &expected) == 0;
+                               }
+                               return wrong;
+                             }),
+            0);
 }
 
 // Such texts go to the C library's reader.
