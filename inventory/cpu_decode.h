@@ -33,7 +33,7 @@ class SiblingsFigure {
  public:
   // `line` is terminated, with or without its line feed. False when the line cannot be used or
   // contradicts an earlier one; the figure is then undefined.
-  bool take(const char *line);
+  [[nodiscard]] bool take(const char *line);
 
   // Of the last line considered; 0 when there was none.
   int value() const { return last_; }

@@ -1,6 +1,6 @@
-// The program stands in for every function of the library's own that the library reaches by its exported
-// name, and sees who calls whom. The list is in man/orla.3; a call that was bound inside the library would
-// be missing here.
+// The program stands in for every function of the library's own that the library reaches by its
+// exported name, and sees who calls whom. The list is in man/orla.3; a call that is bound inside the
+// library is missing here.
 
 #include <dlfcn.h>
 #include <gtest/gtest.h>
@@ -217,7 +217,7 @@ std::string name_in(const std::string &words) {
   return name;
 }
 
-// The section's list, "called, by whom": an item for each function, and after it those that call it.
+// The list of the section: an item for each function, and after it those that call it.
 Calls calls_in_manual() {
   std::ifstream page(ORLA_MANUAL_PAGE);
   Calls calls;

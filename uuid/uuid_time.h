@@ -20,7 +20,7 @@ struct UuidTime {
   std::uint16_t low;
 };
 
-// The low 32 bits of ticks / 65535. 65535 and not 65536: callers rely on it.
+// The low 32 bits of ticks / 65535. Quirk: 65535 and not 65536; callers rely on it.
 //
 // As nines are cast out of a decimal number: h * 65536 + l is h * 65535 + (h + l), so the quotient is h
 // and what is left over is h + l. Twice, and what is left fits a 32-bit division, where a 64-bit one is
