@@ -1,4 +1,5 @@
-// What the processor and the kernel say of hyper-threading, decoded from bytes; nothing is asked here.
+// What the processor and the kernel say of hyper-threading, decoded from bytes; nothing is asked
+// here.
 
 #ifndef ORLA_INVENTORY_CPU_DECODE_H
 #define ORLA_INVENTORY_CPU_DECODE_H

@@ -96,8 +96,8 @@ TEST(UuidThreads, DecodeTextsOfOtherFormsAtOnce) {
             0);
 }
 
-// Each gets another address, and none gets it before all have asked: whichever thread is the first to
-// answer, all end up with one host.
+// Each gets another address, and none gets it before all have asked: whichever thread is the first
+// to answer, all end up with one host.
 TEST(UuidThreads, AgreeOnOneHostWhereTheAddressChangesWhileTheyAsk) {
   std::atomic<std::uint32_t> next = 0x0A000201;
   std::latch all_have_asked(kThreads);
