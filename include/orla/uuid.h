@@ -1,5 +1,6 @@
-/** @file UUIDs: 16-byte identifiers made from the time of day and a host identifier, their text,
- *  their order and their hash.
+/** @file
+ *  UUIDs: 16-byte identifiers made from the time of day and a host identifier, their text, their
+ *  order and their hash.
  *
  *  The record has the layout of the Network Computing System; it is not that of RFC 4122, and
  *  neither is the text. Nothing is kept from one call to the next but the host's address: no
