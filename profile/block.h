@@ -7,7 +7,7 @@
 
 namespace orla {
 
-// A page inside the object, which is enough for most files, and memory of the heap once it has grown.
+// Some memory inside the object, which is enough for most files, and memory of the heap once it has grown.
 class Block {
  public:
   Block() = default;
@@ -23,8 +23,9 @@ class Block {
   [[nodiscard]] bool grow(std::size_t size);
 
  private:
-  // Programs call from threads with stacks of 16 KiB, so no function has more than two of these at once.
-  char inside_[4096];
+  // Programs call from threads with stacks of 16 KiB, of which the C library leaves 12, and takes 4 at the
+  // first call of each function.
+  char inside_[2048];
   char *heap_ = nullptr;
   std::size_t size_ = sizeof inside_;
 };

@@ -285,7 +285,7 @@ TEST_F(ProfileInt, ReadsALongFileInLargeBlocks) {
   int reads = 0;
   const With counting(fake_read, [&](int descriptor, void *out, std::size_t size) {
     ++reads;
-    EXPECT_EQ(size % 4096, 0U);  // whole pages
+    EXPECT_EQ(size % 2048, 0U);
     return fake_read.real(descriptor, out, size);
   });
   EXPECT_EQ(orla_cfg_get_private_profile_int("Main", "Port", kNothing, "f"), 5);
@@ -389,7 +389,7 @@ TEST_F(ProfileInt, StopsReadingAtTheLineThatAnswers) {
   int reads = 0;
   const With counting(fake_read, [&](int descriptor, void *out, std::size_t size) {
     ++reads;
-    EXPECT_EQ(size % 4096, 0U);  // whole pages
+    EXPECT_EQ(size % 2048, 0U);
     return fake_read.real(descriptor, out, size);
   });
   EXPECT_EQ(orla_cfg_get_private_profile_int("Main", "Port", kNothing, "f"), 5);
