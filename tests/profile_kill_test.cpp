@@ -25,8 +25,8 @@
 
 namespace {
 
-// A profile of any size, in which one value changes with every rewrite: it begins with the number of the
-// rewrite and has a length of its own, so that the text below it moves.
+// A profile of any size, in which one value changes with every rewrite: it begins with the number
+// of the rewrite and has a length of its own, so that the text below it moves.
 
 std::string value_of_rewrite(int number) {
   const auto length = static_cast<std::size_t>(number * 37 % 60);

@@ -34,9 +34,9 @@ namespace {
 // ---- Read by many while one rewrites ------------------------------------------------------------
 //
 // The file has three pages. Both keys stand inside a page, in the first and in the last, and their
-// values keep their length, so two states of the text differ in the values alone. Each key is there all
-// the time: no reader answers the default. A value must be whole, of one rewrite, and not older than the
-// one before.
+// values keep their length, so two states of the text differ in the values alone. Each key is there
+// all the time: no reader answers the default. A value must be whole, of one rewrite, and not older
+// than the one before.
 
 constexpr const char *kDefault = "no value";
 constexpr int kNoNumber = -1;
@@ -263,8 +263,8 @@ std::string many_keys() {
   return file;
 }
 
-// A process that takes whatever room the target's file system has, even for a moment. Now and then it
-// gives a few pages back, so that some rewrites succeed.
+// A process that takes whatever room the target's file system has, even for a moment. Now and then
+// it gives a few pages back, so that some rewrites succeed.
 class Competitor {
  public:
   Competitor() : process_(fork()) {

@@ -155,7 +155,8 @@ TEST_F(ProfileInt, TakesTheFirstLineThatBeginsWithTheKeyWhateverFollowsIt) {
           {"[Main]\nPortless\nPort=5\n", kNothing}});
 }
 
-// No line holds a line feed, so such a name is found nowhere; two lines that look like it are no header.
+// No line holds a line feed, so such a name is found nowhere; two lines that look like it are no
+// header.
 TEST_F(ProfileInt, FindsNoSectionWithALineFeedInItsName) {
   EXPECT_EQ(read_int("[a\nb]\nPort=5\n", "a\nb"), kNothing);
   EXPECT_EQ(read_string("[a\nbc\nName=x\n", "a\nbc", "Name"), kNone);

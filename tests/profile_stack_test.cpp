@@ -1,4 +1,5 @@
-// Profile functions in threads with small stacks: no more than three pages of them are the library's.
+// Profile functions in threads with small stacks: no more than three pages of them are the
+// library's.
 
 #include <gtest/gtest.h>
 #include <orla/profile.h>
