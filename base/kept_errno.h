@@ -1,4 +1,4 @@
-// errno for functions that are not said to set it.
+// Keeps errno for the caller of a function that is not said to set it.
 
 #ifndef ORLA_BASE_KEPT_ERRNO_H
 #define ORLA_BASE_KEPT_ERRNO_H
@@ -7,16 +7,16 @@
 
 namespace orla {
 
-// Gives `errno` its earlier value back when it goes out of scope.
+// Puts errno back when it goes out of scope.
 class KeptErrno {
  public:
-  KeptErrno() : value_(errno) {}
-  ~KeptErrno() { errno = value_; }
+  KeptErrno() : error_(errno) {}
+  ~KeptErrno() { errno = error_; }
   KeptErrno(const KeptErrno &) = delete;
   KeptErrno &operator=(const KeptErrno &) = delete;
 
  private:
-  int value_;
+  int error_;
 };
 
 }  // namespace orla

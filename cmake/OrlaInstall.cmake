@@ -1,6 +1,6 @@
 # What an installation holds, in three components: "runtime" for programs that were built already,
-# "development" for building them, "tools" for people; and "documentation", which packages arrange in a way
-# of their own.
+# "development" for building them, "tools" for people; and "documentation", which packages arrange
+# in a way of their own.
 
 include(CMakePackageConfigHelpers)
 
@@ -23,9 +23,9 @@ if(ORLA_TOOL)
     RUNTIME DESTINATION "${CMAKE_INSTALL_BINDIR}" COMPONENT tools)
 endif()
 
-install(DIRECTORY "${PROJECT_SOURCE_DIR}/include/orla" "${PROJECT_BINARY_DIR}/include/orla"
+install(DIRECTORY "${PROJECT_SOURCE_DIR}/include/orla"
   DESTINATION "${CMAKE_INSTALL_INCLUDEDIR}" COMPONENT development
-  FILES_MATCHING PATTERN "*.h")
+  FILES_MATCHING PATTERN "*.h" PATTERN "*.hpp")
 
 install(EXPORT orlaTargets
   NAMESPACE orla::
@@ -41,7 +41,8 @@ install(FILES
     "${PROJECT_BINARY_DIR}/cmake/orlaConfigVersion.cmake"
   DESTINATION "${package_config_dir}" COMPONENT development)
 
-# A folder as orla.pc names it: under the prefix, or as it is where it was given as an absolute path.
+# A folder as orla.pc names it: under the prefix, or as it is where it was given as an absolute
+# path.
 function(orla_pkg_config_path result folder)
   if(NOT IS_ABSOLUTE "${folder}")
     string(PREPEND folder "\${prefix}/")
@@ -64,11 +65,16 @@ install(FILES
     "${PROJECT_SOURCE_DIR}/docs/quirks.md"
   DESTINATION "${CMAKE_INSTALL_DOCDIR}" COMPONENT documentation)
 install(FILES
+    "${PROJECT_SOURCE_DIR}/examples/date_report.py"
     "${PROJECT_SOURCE_DIR}/examples/find_symbol.cpp"
     "${PROJECT_SOURCE_DIR}/examples/host_report.c"
-    "${PROJECT_SOURCE_DIR}/examples/python/date_report.py"
-    "${PROJECT_SOURCE_DIR}/examples/python/orla.py"
   DESTINATION "${CMAKE_INSTALL_DOCDIR}/examples" COMPONENT documentation)
+
+# For the Debian package, where all versions of Python look. Elsewhere pip installs the package, into
+# the folder of its own Python.
+install(DIRECTORY "${PROJECT_SOURCE_DIR}/python/orla"
+  DESTINATION lib/python3/dist-packages COMPONENT python EXCLUDE_FROM_ALL
+  FILES_MATCHING PATTERN "*.py" PATTERN py.typed PATTERN __pycache__ EXCLUDE)
 
 if(PROJECT_IS_TOP_LEVEL)
   # All that is installed, without tests. Who adds files to an installation makes it depend on them.

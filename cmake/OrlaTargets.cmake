@@ -1,7 +1,6 @@
 # How our targets are compiled: one function per kind of target, so that a rule stands once.
 
 include(CheckCXXCompilerFlag)
-include(GenerateExportHeader)
 
 # Warnings and sanitizers, for everything of ours (never for what we only use).
 function(orla_developer_flags target)
@@ -18,12 +17,39 @@ function(orla_developer_flags target)
   endif()
 endfunction()
 
+# What turns a mistake with memory into the end of the process, for the library, the companion and the
+# tool. Builds for a sanitizer go without: it looks for the same.
+function(orla_hardened target)
+  if(ORLA_SANITIZE)
+    return()
+  endif()
+  set(flags -fstack-protector-strong -fstack-clash-protection)
+  if(CMAKE_SIZEOF_VOID_P EQUAL 8 AND CMAKE_SYSTEM_PROCESSOR MATCHES "x86_64|AMD64")
+    list(APPEND flags -fcf-protection)
+  endif()
+  foreach(flag IN LISTS flags)
+    string(MAKE_C_IDENTIFIER "ORLA_HAVE${flag}" known)
+    check_cxx_compiler_flag(${flag} ${known})
+    if(${known})
+      target_compile_options(${target} PRIVATE ${flag})
+    endif()
+  endforeach()
+  # It is of use where the compiler optimises, and warns elsewhere. A builder's own level stays.
+  if(NOT "${CMAKE_CXX_FLAGS}" MATCHES "_FORTIFY_SOURCE")
+    target_compile_options(${target} PRIVATE
+      $<$<CONFIG:Release,RelWithDebInfo,MinSizeRel>:-U_FORTIFY_SOURCE;-D_FORTIFY_SOURCE=2>)
+  endif()
+  target_link_options(${target} PRIVATE LINKER:-z,relro LINKER:-z,now)
+endfunction()
+
 # Compile options of library code. A plain C boundary: no exception or type information crosses it,
 # and the only library needed at run time is the C library.
 function(orla_library_code target)
   orla_developer_flags(${target})
   target_compile_options(${target} PRIVATE
     $<$<COMPILE_LANGUAGE:CXX>:-fno-exceptions -fno-rtti -fno-threadsafe-statics>)
+  target_compile_options(${target} PRIVATE
+    "SHELL:-include ${PROJECT_SOURCE_DIR}/cmake/plain_names.h")
   # Exported functions reach each other through their exported names, so that a program may stand in
   # for any of them. GCC does so by default.
   check_cxx_compiler_flag(-fsemantic-interposition ORLA_HAVE_SEMANTIC_INTERPOSITION)
@@ -37,13 +63,15 @@ function(orla_library_code target)
   endif()
 endfunction()
 
-# A shared library of ours: its exports are the names in `map`, its soname carries the major version.
+# A shared library of ours: its exports are the names in `map`, its soname carries the major
+# version.
 function(orla_plain_library target map)
   orla_library_code(${target})
+  orla_hardened(${target})
   set_target_properties(${target} PROPERTIES
     VERSION ${PROJECT_VERSION}
     SOVERSION ${PROJECT_VERSION_MAJOR}
-    DEFINE_SYMBOL orla_EXPORTS  # one header marks the exports of all: each writes the same
+    DEFINE_SYMBOL ""
     CXX_VISIBILITY_PRESET hidden
     VISIBILITY_INLINES_HIDDEN ON
     LINKER_LANGUAGE C
@@ -53,11 +81,7 @@ function(orla_plain_library target map)
   if(NOT ORLA_SANITIZE)
     target_link_options(${target} PRIVATE LINKER:--no-undefined)
   endif()
-  generate_export_header(${target}
-    BASE_NAME orla
-    EXPORT_FILE_NAME "${PROJECT_BINARY_DIR}/include/orla/export.h")
   target_include_directories(${target} PUBLIC
     "$<BUILD_INTERFACE:${PROJECT_SOURCE_DIR}/include>"
-    "$<BUILD_INTERFACE:${PROJECT_BINARY_DIR}/include>"
     "$<INSTALL_INTERFACE:${CMAKE_INSTALL_INCLUDEDIR}>")
 endfunction()

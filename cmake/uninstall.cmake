@@ -1,10 +1,11 @@
-# Removes what `cmake --install` noted in its manifests, and the folders named after orla that are empty
-# then; the common ones (bin, lib, man1, ...) stay.
+# Removes what `cmake --install` noted in its manifests, and the folders named after orla that are
+# empty then; the common ones (bin, lib, man1, ...) stay.
 #
 #   [DESTDIR=...] cmake -D MANIFESTS=BUILD_FOLDER -P uninstall.cmake
 cmake_minimum_required(VERSION 3.25)
 
-# A folder is ours when it, or one above it, is named orla, below one of those that every prefix has.
+# A folder is ours when it, or one above it, is named orla, below one of those that every prefix
+# has.
 function(remove_own_empty_folders folder)
   while(folder MATCHES "/(include|lib[^/]*|share)/(.*/)?orla(/|$)")
     file(GLOB content LIST_DIRECTORIES true "${folder}/*" "${folder}/.*")

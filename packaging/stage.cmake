@@ -1,5 +1,5 @@
-# Called by CPack between installing into the staging folders and packing them: adds what a Debian package
-# has and an installation by hand has not, and finds out the dependencies.
+# Called by CPack between installing into the staging folders and packing them: adds what a Debian
+# package has and an installation by hand has not, and finds out the dependencies.
 cmake_minimum_required(VERSION 3.25)
 
 set(stage "${CPACK_TEMPORARY_DIRECTORY}")
@@ -55,9 +55,9 @@ function(strip_binaries component)
   endforeach()
 endfunction()
 
-# The packages that a component's programs and libraries need, each since the version that has the symbols
-# they use. A compiler for both architectures has its 32-bit libraries from packages of other names than
-# those of i386, but of the same sources and versions.
+# The packages that a component's programs and libraries need, each since the version that has the
+# symbols they use. A compiler for both architectures has its 32-bit libraries from packages of
+# other names than those of i386, but of the same sources and versions.
 function(find_dependencies component result)
   file(GLOB_RECURSE binaries "${stage}/${component}/usr/bin/*" "${stage}/${component}/usr/lib/*.so*")
   list(TRANSFORM binaries PREPEND -e)
@@ -89,8 +89,8 @@ foreach(component IN LISTS CPACK_COMPONENTS_ALL)
   strip_binaries(${component})
 endforeach()
 
-# A package stays where it is, and pkg-config leaves out the folders that every compiler searches when they
-# are spelled plainly.
+# A package stays where it is, and pkg-config leaves out the folders that every compiler searches
+# when they are spelled plainly.
 file(GLOB pkg_config_file "${stage}/development/usr/lib/*/pkgconfig/orla.pc"
   "${stage}/development/usr/lib*/pkgconfig/orla.pc")
 file(READ "${pkg_config_file}" text)
@@ -112,12 +112,27 @@ if(IS_DIRECTORY "${zsh}/site-functions")
   file(RENAME "${zsh}/site-functions" "${zsh}/vendor-completions")
 endif()
 
+# What pip and other programs ask about a Python package.
+if("python" IN_LIST CPACK_COMPONENTS_ALL)
+  execute_process(
+    COMMAND "${CPACK_ORLA_PYTHON}" -B -c "import build_backend, sys
+build_backend.prepare_metadata_for_build_wheel(sys.argv[1])" "${stage}"
+    WORKING_DIRECTORY "${CPACK_ORLA_SOURCE_DIR}/python"
+    COMMAND_ERROR_IS_FATAL ANY)
+  file(GLOB about "${stage}/orla-*.dist-info")
+  file(COPY "${about}" DESTINATION "${stage}/python/usr/lib/python3/dist-packages"
+    FILE_PERMISSIONS ${plain_file}
+    PATTERN LICENSE EXCLUDE)  # it stands in the package's copyright
+  file(REMOVE_RECURSE "${about}")
+endif()
+
 find_dependencies(runtime CPACK_DEBIAN_RUNTIME_PACKAGE_DEPENDS)
 if("tools" IN_LIST CPACK_COMPONENTS_ALL)
   find_dependencies(tools CPACK_DEBIAN_TOOLS_PACKAGE_DEPENDS)
 endif()
 
-# Every file is as old as the newest change, so that packing the same build twice gives the same packages.
+# Every file is as old as the newest change, so that packing the same build twice gives the same
+# packages.
 if(NOT DEFINED ENV{SOURCE_DATE_EPOCH})
   execute_process(
     COMMAND dpkg-parsechangelog -l "${CPACK_ORLA_SOURCE_DIR}/packaging/changelog" -S Timestamp

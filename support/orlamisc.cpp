@@ -8,6 +8,8 @@
 
 #include <cstring>
 
+#include "base/kept_errno.h"
+
 const char *orla_ls_user = nullptr;
 const char *orla_ls_group = nullptr;
 
@@ -26,7 +28,7 @@ void put_override(char *out, const char *name) {
   out[kNameLength] = '\0';
 }
 
-// A longer name is cut in the system's entry itself.
+// Quirk: a longer name is cut in the system's entry itself.
 void put_entry(char *out, char *name) {
   if (std::strlen(name) > kNameLength) name[kNameLength] = '\0';
   std::strcpy(out, name);
@@ -53,17 +55,20 @@ NodeNameProvider *open_provider() {
 
 void orla_get_user_name(char *out) noexcept {
   if (orla_ls_user != nullptr) return put_override(out, orla_ls_user);
+  const orla::KeptErrno kept;
   const passwd *entry = getpwuid(getuid());
   entry != nullptr ? put_entry(out, entry->pw_name) : put_unknown(out);
 }
 
 void orla_get_group_name(char *out) noexcept {
   if (orla_ls_group != nullptr) return put_override(out, orla_ls_group);
+  const orla::KeptErrno kept;
   const group *entry = getgrgid(getgid());
   entry != nullptr ? put_entry(out, entry->gr_name) : put_unknown(out);
 }
 
 void orla_get_node_name(char *out) noexcept {
+  const orla::KeptErrno kept;
   if (node_name_provider == nullptr) node_name_provider = open_provider();
   if (node_name_provider == nullptr || node_name_provider(out) == 0) out[0] = '\0';
 }

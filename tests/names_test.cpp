@@ -156,6 +156,23 @@ TEST(Overrides, FillTheRestOfTheBufferWithZeros) {
   EXPECT_EQ(std::string(empty.data(), ORLA_NAME_SIZE), std::string(32, '\0'));
 }
 
+// The C library leaves there what it came across, such as a database that is missing.
+TEST(UserAndGroupName, LeaveErrnoAlone) {
+  const With users(fake_getpwuid, [](uid_t) {
+    errno = ENOENT;
+    return static_cast<passwd *>(nullptr);
+  });
+  const With groups(fake_getgrgid, [](gid_t) {
+    errno = ENOENT;
+    return static_cast<group *>(nullptr);
+  });
+  char out[ORLA_NAME_SIZE];
+  errno = ERANGE;
+  orla_get_user_name(out);
+  orla_get_group_name(out);
+  EXPECT_EQ(errno, ERANGE);
+}
+
 // The dynamic linker finds the library at `path` when it is asked for the companion.
 class Companion {
  public:
@@ -279,6 +296,27 @@ TEST(NodeName, IsEmptyWhenTheKernelDoesNotAnswer) {
     return -1;
   });
   EXPECT_EQ(node_name(), "");
+}
+
+TEST(NodeName, LeavesErrnoAlone) {
+  const With host(fake_uname, [](utsname *) {
+    errno = EFAULT;
+    return -1;
+  });
+  char out[ORLA_NODE_NAME_SIZE];
+  for (int call = 0; call < 2; ++call) {  // the first one opens the companion
+    errno = ERANGE;
+    orla_get_node_name(out);
+    EXPECT_EQ(errno, ERANGE);
+  }
+}
+
+TEST(NodeName, KeepsDotsOfTheHostsName) {
+  const With host(fake_uname, [](utsname *out) {
+    std::strcpy(out->nodename, "node.example.org");
+    return 0;
+  });
+  EXPECT_EQ(node_name(), "node.example.org");
 }
 
 TEST(Provider, WritesNoMoreThan65Bytes) {

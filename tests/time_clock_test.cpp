@@ -4,6 +4,7 @@
 #include <orla/time.h>
 
 #include <cerrno>
+#include <functional>
 #include <string>
 
 #include "fakes/clock.h"
@@ -323,6 +324,24 @@ TEST(ClockPast2038, ReckonsDaylightSavingByTheFoldedYear) {
   EXPECT_EQ(wek_localtime_offset(), 18000);
 }
 
+TEST(ClockPast2038, GivesTheBareZoneWithoutALocalTime) {
+  const WithZone zone(kNewYork);
+  const ClockPast2038 clock(kSummer2040);
+  const With localtime(fake_localtime, [](const std::time_t *) { return nullptr; });
+  EXPECT_EQ(wek_localtime_offset(), 18000);
+}
+
+// The record is shared: whoever reads it next finds the real year.
+TEST(ClockPast2038, LeavesTheYearInTheSharedRecord) {
+  const WithZone zone(kNewYork);
+  const ClockPast2038 clock(kSummer2040);
+  std::tm record = {};
+  record.tm_year = 112;
+  const With localtime(fake_localtime, [&](const std::time_t *) { return &record; });
+  wek_localtime_offset();
+  EXPECT_EQ(record.tm_year, 140);
+}
+
 TEST(ClockPast2038, GivesTheLocalDate) {
   const WithZone zone(kNewYork);
   const ClockPast2038 clock(kSummer2040);
@@ -334,6 +353,47 @@ TEST(ClockPast2038, GivesTheLocalDate) {
 TEST(ClockPast2038, StandsAtTheLastStamp) {
   const ClockPast2038 clock(4294967295);
   EXPECT_EQ(wek_time_stamp(), -1);
+}
+
+// The C library leaves there what it came across, such as a zone whose file is missing.
+TEST(TimeErrno, IsLeftAlone) {
+  const WithZone zone(kNewYork);
+  const With time(fake_time, [](std::time_t *) {
+    errno = EINVAL;
+    return std::time_t{-1};
+  });
+  const With localtime(fake_localtime, [](const std::time_t *when) {
+    std::tm *fields = fake_localtime.real(when);
+    errno = EACCES;
+    return fields;
+  });
+  const With gmtime(fake_gmtime, [](const std::time_t *when) {
+    std::tm *fields = fake_gmtime.real(when);
+    errno = EACCES;
+    return fields;
+  });
+  const std::int32_t stamp = -1;
+  const std::function<void()> calls[] = {[] { wek_time_stamp(); },
+                                         [] { wek_time_stamp_local(); },
+                                         [] { wek_date_stamp(); },
+                                         [&] { wek_gmtime(&stamp); },
+                                         [&] { wek_localtime(&stamp); },
+                                         [] {
+                                           setenv("TZ", ":/no/such/zone", 1);
+                                           wek_localtime_offset();
+                                         }};
+  for (const auto &call : calls) {
+    errno = ERANGE;
+    call();
+    EXPECT_EQ(errno, ERANGE) << &call - calls;
+  }
+}
+
+TEST(TimeErrno, IsLeftAlonePast2038) {
+  const ClockPast2038 clock(kSummer2040);
+  errno = ERANGE;
+  wek_time_stamp();
+  EXPECT_EQ(errno, ERANGE);
 }
 
 }  // namespace

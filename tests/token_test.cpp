@@ -11,6 +11,7 @@
 #include <vector>
 
 #include "kit/guarded_buffer.h"
+#include "plain/token.h"
 
 namespace {
 
@@ -88,7 +89,7 @@ TEST(FirstToken, OverTheCopyLimitIsCutAndTheResultNull) {
   EXPECT_EQ(out.data(), std::string(31, 'x'));
 }
 
-// Every buffer size against every length of token; nothing behind the terminator is written.
+// Every buffer size against every length of token; nothing after the terminator is written.
 TEST(FirstToken, KeepsWithinEveryBufferSize) {
   for (int length = 0; length <= 140; ++length) {
     const std::string token(static_cast<std::size_t>(length), 't');
@@ -137,6 +138,28 @@ TEST(FirstToken, OfABufferOfOneByteIsFoundOnlyWhenItIsEmpty) {
   EXPECT_EQ(get_first_delimited_token_in_string(empty, '"', out.data(), 1), empty + 2);
 }
 
+// No terminator follows: the page after the text is not readable.
+TEST(FirstToken, ReadsNoFurtherThanTheClosingDelimiter) {
+  for (const std::string content : {"\"ab\"", "\"\"", "gap \"a token\""}) {
+    GuardedBuffer text(content.size());
+    std::memcpy(text.data(), content.data(), content.size());
+    char out[32];
+    const char *end = text.data() + content.size();
+    EXPECT_EQ(get_first_delimited_token_in_string(text.data(), '"', out, sizeof out), end);
+    EXPECT_EQ(get_delimited_token_in_string(text.data(), 0, '"', out, sizeof out), end);
+    const std::size_t opening = content.find('"');
+    EXPECT_EQ(out, content.substr(opening + 1, content.size() - opening - 2));
+  }
+}
+
+TEST(FirstToken, WithoutABufferReadsNoFurtherThanTheFirstCharacterOfTheToken) {
+  GuardedBuffer text(2);
+  std::memcpy(text.data(), "\"a", 2);
+  EXPECT_EQ(get_first_delimited_token_in_string(text.data(), '"', nullptr, 0), nullptr);
+  std::memcpy(text.data(), "\"\"", 2);
+  EXPECT_EQ(get_first_delimited_token_in_string(text.data(), '"', nullptr, 0), text.data() + 2);
+}
+
 TEST(FirstToken, ReadsNoFurtherThanTheCopyLimit) {
   // No terminator follows: the scan has to end on the character at the limit.
   GuardedBuffer text(1 + 8, 'x');
@@ -155,6 +178,17 @@ TEST(FirstToken, ChainsThroughALine) {
   EXPECT_EQ(tokens, (std::vector<std::string>{"alpha", "", "two words"}));
 }
 
+TEST(FirstToken, ChainsThroughTheLineOfTheHeader) {
+  const char *line = "\"alpha\" \"\" \"two words\"";
+  EXPECT_EQ(count_delimited_tokens_in_string(line, '"'), 3);
+  const char *rest = line;
+  char field[32];
+  std::vector<std::string> tokens;
+  while ((rest = get_first_delimited_token_in_string(rest, '"', field, sizeof field)) != nullptr)
+    tokens.push_back(field);
+  EXPECT_EQ(tokens, (std::vector<std::string>{"alpha", "", "two words"}));
+}
+
 TEST(TokenByIndex, ZeroOrNegativeIsTheFirst) {
   const char *text = "\"a\" \"bc\"";
   for (const int index : {0, -1, SHRT_MIN}) {
@@ -167,13 +201,13 @@ TEST(TokenByIndex, ZeroOrNegativeIsTheFirst) {
   }
 }
 
-TEST(TokenByIndex, BehindATokenThatIsNotEmptyIsNotFoundAndTheBufferStays) {
+TEST(TokenByIndex, AfterATokenThatIsNotEmptyIsNotFoundAndTheBufferStays) {
   char out[32] = "as it was";
   EXPECT_EQ(get_delimited_token_in_string("\"a\" \"bc\"", 1, '"', out, sizeof out), nullptr);
   EXPECT_STREQ(out, "as it was");
 }
 
-TEST(TokenByIndex, BehindEmptyTokensAloneIsFound) {
+TEST(TokenByIndex, AfterEmptyTokensAloneIsFound) {
   const char *text = "\"\"\"x\"";
   char out[32];
   EXPECT_EQ(get_delimited_token_in_string(text, 1, '"', out, sizeof out), text + 5);
@@ -191,7 +225,7 @@ TEST(TokenByIndex, PastTheLastTokenIsNotFoundAndTheBufferStays) {
   EXPECT_STREQ(out, "as it was");
 }
 
-TEST(TokenByIndex, RightBehindTheLastTokenEmptiesTheBuffer) {
+TEST(TokenByIndex, RightAfterTheLastTokenEmptiesTheBuffer) {
   char out[32] = "as it was";
   EXPECT_EQ(get_delimited_token_in_string("\"\"", 1, '"', out, sizeof out), nullptr);
   EXPECT_STREQ(out, "");
@@ -251,24 +285,6 @@ TEST(TokenCount, CountsDelimitersInSixteenSignedBits) {
   }
 }
 
-// The plain way, character by character.
-const char *read_plainly(const char *text, char delimiter, char *out, int out_size) {
-  if (out_size > 0) *out = '\0';
-  while (*text != '\0' && *text != delimiter)
-    ++text;
-  if (*text == '\0') return nullptr;
-  ++text;
-  for (int room = out_size - 1; *text != '\0' && *text != delimiter && room > 0; --room) {
-    *out++ = *text++;
-  }
-  if (out_size > 0) *out = '\0';
-  return *text == delimiter ? text + 1 : nullptr;
-}
-
-short count_plainly(const std::string &text, char delimiter) {
-  return static_cast<short>(std::count(text.begin(), text.end(), delimiter) / 2);
-}
-
 // Texts of few characters, so that delimiters are frequent.
 TEST(Token, EqualsThePlainWayOnRandomTexts) {
   std::mt19937 random(20071231);
@@ -281,12 +297,12 @@ TEST(Token, EqualsThePlainWayOnRandomTexts) {
     GuardedText text(content);
     const int size = static_cast<int>(random() % 320) - 2;
     std::vector<char> ours(320, 'o');
-    std::vector<char> plain(320, 'o');
+    std::vector<char> expected(320, 'o');
     ASSERT_EQ(get_first_delimited_token_in_string(text.c_str(), '"', ours.data(), size),
-              read_plainly(text.c_str(), '"', plain.data(), size))
+              plain::first_token(text.c_str(), '"', expected.data(), size))
         << content << ' ' << size;
-    ASSERT_EQ(ours, plain) << content << ' ' << size;
-    ASSERT_EQ(count_delimited_tokens_in_string(text.c_str(), '"'), count_plainly(content, '"'))
+    ASSERT_EQ(ours, expected) << content << ' ' << size;
+    ASSERT_EQ(count_delimited_tokens_in_string(text.c_str(), '"'), plain::token_count(content, '"'))
         << content;
   }
 }
@@ -300,20 +316,65 @@ TEST(Token, EqualsThePlainWayForEveryByteAsDelimiter) {
   for (int c = 1; c <= 255; ++c) {
     const char delimiter = static_cast<char>(c);
     char ours[300] = {};
-    char plain[300] = {};
+    char expected[300] = {};
     EXPECT_EQ(get_first_delimited_token_in_string(content.c_str(), delimiter, ours, sizeof ours),
-              read_plainly(content.c_str(), delimiter, plain, sizeof plain))
+              plain::first_token(content.c_str(), delimiter, expected, sizeof expected))
         << c;
-    EXPECT_STREQ(ours, plain) << c;
+    EXPECT_STREQ(ours, expected) << c;
     EXPECT_EQ(count_delimited_tokens_in_string(content.c_str(), delimiter), 1) << c;
   }
 }
 
 TEST(Token, IsNeverFoundWithAZeroByteForADelimiter) {
-  char out[8];
-  EXPECT_EQ(get_first_delimited_token_in_string("a", '\0', out, sizeof out), nullptr);
-  EXPECT_STREQ(out, "");
-  EXPECT_EQ(count_delimited_tokens_in_string("a", '\0'), 0);
+  for (const char *content : {"", "a", "\"a\""}) {
+    GuardedText text(content);
+    char out[8] = "was";
+    EXPECT_EQ(get_first_delimited_token_in_string(text.c_str(), '\0', out, sizeof out), nullptr);
+    EXPECT_STREQ(out, "");
+    EXPECT_EQ(get_first_delimited_token_in_string(text.c_str(), '\0', nullptr, 0), nullptr);
+    EXPECT_EQ(count_delimited_tokens_in_string(text.c_str(), '\0'), 0);
+  }
+}
+
+TEST(Token, IsNotFoundByAnIndexWithAZeroByteForADelimiter) {
+  for (const short index : {short{0}, short{1}, short{2}, short{SHRT_MAX}}) {
+    GuardedText text("\"a\"");
+    char out[8] = "was";
+    EXPECT_EQ(get_delimited_token_in_string(text.c_str(), index, '\0', out, sizeof out), nullptr);
+    // A token that is skipped leaves the buffer as it was.
+    EXPECT_STREQ(out, index == 0 ? "" : "was") << index;
+  }
+}
+
+// The buffer is emptied before the text is looked at, and filled while it is read.
+TEST(Token, IsReadIntoItsOwnTextCharacterByCharacter) {
+  const std::string content = "..gap\"a token\" and \"more\"";
+  constexpr std::size_t kText = 2;
+  for (std::size_t out = 0; out < content.size(); ++out) {
+    const int room = static_cast<int>(content.size() - out);
+    for (int size = 1; size <= room; ++size) {
+      std::string ours = content;
+      std::string expected = content;
+      const char *end =
+          get_first_delimited_token_in_string(ours.data() + kText, '"', ours.data() + out, size);
+      const char *plain_end =
+          plain::first_token(expected.data() + kText, '"', expected.data() + out, size);
+      ASSERT_EQ(ours, expected) << out << ' ' << size;
+      const bool same_end =
+          end == nullptr ? plain_end == nullptr : end - ours.data() == plain_end - expected.data();
+      ASSERT_TRUE(same_end) << out << ' ' << size;
+    }
+  }
+}
+
+TEST(Token, MovesToTheFrontOfItsText) {
+  char text[] = "x \"token\" rest";
+  // The first character goes before the search, so the text begins after it.
+  EXPECT_EQ(get_first_delimited_token_in_string(text + 1, '"', text, 8), text + 9);
+  EXPECT_STREQ(text, "token");
+  char same[] = "\"token\"";
+  EXPECT_EQ(get_first_delimited_token_in_string(same, '"', same, 8), nullptr);
+  EXPECT_STREQ(same, "");
 }
 
 // A text may end anywhere in its page, and begin anywhere: the byte before it is not its own.

@@ -2,13 +2,17 @@
 
 #include <orla/time.h>
 
+#include <algorithm>
 #include <array>
+#include <cerrno>
 #include <cstdint>
 #include <cstdio>
 #include <cstring>
 #include <ctime>
+#include <limits>
 
-#include "support/percent_text.h"
+#include "base/kept_errno.h"
+#include "base/percent_text.h"
 #include "time/calendar.h"
 #include "time/date_format.h"
 
@@ -52,6 +56,11 @@ std::uint16_t utc_date(std::int32_t stamp) {
   return orla::date_number_from_stamp(static_cast<std::uint32_t>(stamp));
 }
 
+// printf() counts no further than an int.
+int printf_length(std::size_t size) {
+  return static_cast<int>(std::min<std::size_t>(size, std::numeric_limits<int>::max()));
+}
+
 // What stands for "%" and `letter` in the printf() format.
 const char *numeric_conversion(char letter) {
   switch (letter) {
@@ -64,7 +73,7 @@ const char *numeric_conversion(char letter) {
     case 'Y':
       return "%3$4d";
     case '%':
-      return "%";  // one, which combines with the character behind it: callers rely on it
+      return "%";  // Quirk: one, which combines with the character after it
     default:
       return "";
   }
@@ -79,7 +88,8 @@ std::size_t date_to_string(char *text, std::uint16_t date) noexcept {
 }
 
 std::size_t time_to_string(char *text, std::int32_t stamp) noexcept {
-  const std::time_t when = stamp;  // read as signed, without the fold: kept
+  const orla::KeptErrno kept;
+  const std::time_t when = stamp;  // Quirk: read as signed, without the fold
   const std::tm *fields = tav_gmtime(&when);
   return std::strftime(text, ORLA_DATE_TEXT_SIZE, orla::orla_century_fmt(1), fields);
 }
@@ -104,10 +114,15 @@ int print_time_line(std::int32_t stamp, const char *prefix) noexcept {
 }
 
 int fprint_date_line(std::FILE *stream, std::uint16_t date, const char *prefix) noexcept {
+  const int error = errno;
   char line[ORLA_DATE_TEXT_SIZE];
   date_to_line(date, line, nullptr);
+  // Quirk: the prefix is a format, so "%%" in it is one percent sign.
   const orla::PercentText text("", prefix != nullptr ? prefix : "", line);
-  return text.write(stream);
+  // Not fwrite(): for it a line is written as soon as it is in the stream's buffer, flushed or not.
+  const int printed = std::fprintf(stream, "%.*s", printf_length(text.size()), text.data());
+  if (printed >= 0) errno = error;
+  return printed;
 }
 
 int fprint_time_line(std::FILE *stream, std::int32_t stamp, const char *prefix) noexcept {

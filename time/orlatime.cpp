@@ -1,42 +1,24 @@
 // Calendar and time: the clock, date numbers, month and year lengths, and stamps past 2038.
 //
-// Date and time text stands beside this in date_output.cpp and date_input.cpp.
+// Date and time text is in date_output.cpp and date_input.cpp.
 
 #include <orla/time.h>
 
+#include "base/kept_errno.h"
 #include "time/calendar.h"
 #include "time/clock.h"
+#include "time/local_time.h"
 
 #ifdef __i386__
 static_assert(sizeof(std::time_t) == 4, "programs compiled years ago pass 32 bits");
 #endif
 
-namespace {
-
-// 28 years of this calendar are a whole number of weeks: weekdays and leap years recur.
-constexpr std::uint32_t kFoldSeconds = 883612800;
-constexpr int kFoldYears = 28;
-
-struct FoldedStamp {
-  std::time_t seconds;  // 0 to 2^31 - 1
-  int years;            // to be added to the year: 0, 28, 56 or 84
-};
-
-FoldedStamp fold(std::int32_t stamp) {
-  auto seconds = static_cast<std::uint32_t>(stamp);
-  int years = 0;
-  while (static_cast<std::int32_t>(seconds) < 0) {
-    seconds -= kFoldSeconds;
-    years += kFoldYears;
-  }
-  return {static_cast<std::time_t>(seconds), years};
+std::int32_t wek_time_stamp() noexcept {
+  return static_cast<std::int32_t>(orla::clock_moment().stamp);
 }
 
-}  // namespace
-
-std::int32_t wek_time_stamp() noexcept { return static_cast<std::int32_t>(orla::clock_seconds()); }
-
 std::int32_t wek_localtime_offset() noexcept {
+  const orla::KeptErrno kept;
   tzset();
   const long zone = timezone;
   return orla::offset_west_of_utc(zone, orla::local_fields(orla::clock_moment()));
@@ -59,7 +41,7 @@ std::int32_t days_in_month(std::int32_t year, std::int32_t month) noexcept {
 
 int data_to_date(std::int32_t years_since_1900, std::int32_t month, std::int32_t day,
                  std::uint16_t *date) noexcept {
-  // Wraps like the 32-bit sum that it is: such a year lies before 1970.
+  // A sum beyond 32 bits wraps, and so gives a year before 1970.
   const auto year = static_cast<std::int32_t>(static_cast<std::uint32_t>(years_since_1900) + 1900U);
   if (month < 1 || month > 12) return 0;
   if (day < 1 || day > orla::month_length(year, month)) return 0;
@@ -68,15 +50,19 @@ int data_to_date(std::int32_t years_since_1900, std::int32_t month, std::int32_t
 }
 
 std::tm *wek_gmtime(const std::int32_t *stamp) noexcept {
-  const FoldedStamp folded = fold(*stamp);
-  std::tm *fields = tav_gmtime(&folded.seconds);
+  const orla::KeptErrno kept;
+  const orla::FoldedStamp folded = orla::fold(static_cast<std::uint32_t>(*stamp));
+  const std::time_t when = folded.seconds;
+  std::tm *fields = tav_gmtime(&when);
   fields->tm_year += folded.years;
   return fields;
 }
 
 std::tm *wek_localtime(const std::int32_t *stamp) noexcept {
-  const FoldedStamp folded = fold(*stamp);
-  std::tm *fields = tav_localtime(&folded.seconds);
+  const orla::KeptErrno kept;
+  const orla::FoldedStamp folded = orla::fold(static_cast<std::uint32_t>(*stamp));
+  const std::time_t when = folded.seconds;
+  std::tm *fields = tav_localtime(&when);
   fields->tm_year += folded.years;
   return fields;
 }

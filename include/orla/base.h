@@ -5,8 +5,10 @@
 #ifndef ORLA_BASE_H
 #define ORLA_BASE_H
 
-#include <orla/export.h>
 #include <stdint.h>
+
+/** Marks what the library exports; all else in it is hidden. */
+#define ORLA_EXPORT __attribute__((visibility("default")))
 
 #ifdef __cplusplus
 #define ORLA_BEGIN_DECLS extern "C" {

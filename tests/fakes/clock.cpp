@@ -5,6 +5,7 @@
 constinit Fake<std::time_t(std::time_t *)> fake_time("time");
 constinit Fake<int(timeval *, void *)> fake_gettimeofday("gettimeofday");
 constinit Fake<std::tm *(const std::time_t *)> fake_localtime("localtime");
+constinit Fake<std::tm *(const std::time_t *)> fake_gmtime("gmtime");
 
 // The C library's name for a clock with 64 bits of seconds.
 #ifdef __LP64__
@@ -49,6 +50,8 @@ std::time_t time(std::time_t *out) noexcept { return fake_time(out); }
 int gettimeofday(timeval *out, void *zone) noexcept { return fake_gettimeofday(out, zone); }
 
 std::tm *localtime(const std::time_t *when) noexcept { return fake_localtime(when); }
+
+std::tm *gmtime(const std::time_t *when) noexcept { return fake_gmtime(when); }
 
 int KERNEL_CLOCK(clockid_t clock, KernelTimespec *out) noexcept {
   return fake_kernel_clock(clock, reinterpret_cast<ClockReading *>(out));

@@ -1,5 +1,6 @@
-// Standing in for the host: a test executable defines a function that the library calls by name, and the
-// linker binds the library's call to it. Unless a test has armed it, a fake passes the call on.
+// Standing in for the host: a test executable defines a function that the library calls by name,
+// and the linker binds the library's call to it. Unless a test has armed it, a fake passes the call
+// on.
 //
 //     With clock(fake_time, [](std::time_t *out) { return *out = 1234567890; });
 
@@ -9,6 +10,7 @@
 #include <dlfcn.h>
 
 #include <functional>
+#include <memory>
 #include <utility>
 
 template <typename Signature>
@@ -45,14 +47,16 @@ class With {
  public:
   template <typename Body>
   With(Fake<Signature> &fake, Body body)
-      : fake_(fake), body_(std::move(body)), earlier_(fake.arm(&body_)) {}
+      : fake_(fake),
+        body_(std::make_unique<const typename Fake<Signature>::Body>(std::move(body))),
+        earlier_(fake.arm(body_.get())) {}
   ~With() { fake_.arm(earlier_); }
   With(const With &) = delete;
   With &operator=(const With &) = delete;
 
  private:
   Fake<Signature> &fake_;
-  typename Fake<Signature>::Body body_;
+  std::unique_ptr<const typename Fake<Signature>::Body> body_;
   const typename Fake<Signature>::Body *earlier_;
 };
 

@@ -4,9 +4,9 @@ compares them with those committed. Counts repeat where times do not, so a slow 
 
     count.py WORK LIBRARY BASELINE [--update]
 
-More than 5 % above the baseline fails; more than 5 % below asks for an update. Instructions of the C library
-are not counted, for it picks its own by the processor. Ends with 77 (skipped) where callgrind is missing or
-another compiler than the baseline's made the library.
+More than 5 % above the baseline fails; more than 5 % below asks for an update. Instructions of the
+C library are not counted, for it picks its own by the processor. Ends with 77 (skipped) where
+callgrind is missing or another compiler than the baseline's made the library.
 """
 
 import json

@@ -51,7 +51,7 @@ def declarations_of(text):
 
 
 def marked_header(header):
-    return "#include <orla/export.h>\n#undef ORLA_EXPORT\n#define ORLA_EXPORT @exported@\n" \
+    return "#include <orla/base.h>\n#undef ORLA_EXPORT\n#define ORLA_EXPORT @exported@\n" \
            f"#include <{header}>\n"
 
 

@@ -2,7 +2,8 @@
 """Installs orla and builds the examples against it in every way that a product can take.
 
 ctest runs one case per process. `install` makes the installations that others use, below --scratch:
-`prefix`, and `moved`, which was installed elsewhere and then moved; `uninstall` takes `prefix` away.
+`prefix`, and `moved`, which was installed elsewhere and then moved; `uninstall` takes `prefix`
+away.
 """
 
 import argparse
@@ -80,8 +81,8 @@ def run_examples(folder, environment=None):
 
 
 def find_and_run(options, prefix, build):
-    # CMake searches the folder of an architecture when the compiler says that it is of that one, which
-    # GCC with -m32 does not.
+    # CMake searches the folder of an architecture when the compiler says that it is of that one,
+    # which GCC with -m32 does not.
     configure(options, "find_package", build, f"-DCMAKE_PREFIX_PATH={prefix}",
               f"-DCMAKE_LIBRARY_ARCHITECTURE={pathlib.Path(options.libdir).name}")
     cache = (build / "CMakeCache.txt").read_text(encoding="utf-8")
@@ -107,8 +108,8 @@ def install(options):
         library / "liborla.so", library / "liborla.so.1", library / "liborlanode.so",
         library / "cmake/orla/orlaConfig.cmake", library / "cmake/orla/orlaConfigVersion.cmake",
         library / "cmake/orla/orlaTargets.cmake", library / "pkgconfig/orla.pc", "bin/orla",
-        "include/orla/export.h", "share/doc/orla/LICENSE",
-        "share/doc/orla/guide.md", "share/doc/orla/json.md", "share/doc/orla/quirks.md")}
+        "share/doc/orla/LICENSE", "share/doc/orla/guide.md", "share/doc/orla/json.md",
+        "share/doc/orla/quirks.md")}
     expected |= {f"include/orla/{header.name}" for header in options.source.glob("include/orla/*.h")}
     missing = expected - files_of(paths.prefix)
     check(not missing, f"not installed: {sorted(missing)}")

@@ -68,7 +68,8 @@ class Zone:
 class Expected:
     """The library's figures for a moment of the kernel's clock, seconds since 1970-01-01 00:00:00 UTC.
 
-    Where time_t has 32 bits, the zone's rules are those of the folded year; elsewhere the true year's.
+    Where time_t has 32 bits, the zone's rules are those of the folded year; elsewhere the true
+    year's.
     """
 
     def __init__(self, moment, zone, bits):

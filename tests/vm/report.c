@@ -1,10 +1,12 @@
-// Asks the library what it makes of the machine that it runs on, and prints one "key=value" per line.
+// Asks the library what it makes of the machine that it runs on, and prints one "key=value" per
+// line.
 //
-//     report QUESTION...    now | at SECONDS | host | disks | identity | profile PATH | rotation PATH
-//                           as-2.6 | as-2.4 | as-user: what the kernel or the process is from there on
+//     report QUESTION...    now | at SECONDS | host | disks | identity | profile PATH |
+//                           rotation PATH | as-2.6 | as-2.4 | as-user: what the kernel or the
+//                           process is from there on
 //
-// Clock and file sizes are read through system calls that know neither 32-bit times nor the library, to
-// be compared with what the library says.
+// Clock and file sizes are read through system calls that know neither 32-bit times nor the
+// library, to be compared with what the library says.
 
 #define _GNU_SOURCE
 #include <errno.h>
@@ -194,7 +196,8 @@ static void trace_and_print_sizes(const char *key, const char *path, char *messa
   printf("%s=%lld %lld\n", key, size_of(path), size_of(rotated));
 }
 
-// The file holds 200 bytes less than the limit: one line to the limit itself, one past it, one more.
+// The file holds 200 bytes less than the limit: one line to the limit itself, one past it, one
+// more.
 static void answer_rotation(const char *path) {
   char stamp[60];
   char message[201];

@@ -13,7 +13,8 @@ import tempfile
 HERE = os.path.dirname(os.path.abspath(__file__))
 QEMU = "qemu-system-x86_64"
 BOOT_LIMIT = 240  # seconds; a boot takes some 7 of a processor that it has to itself
-# Of the disks in turn, and sparse: bytes and sectors of the larger ones are more than 32 bits count.
+# Of the disks in turn, and sparse: bytes and sectors of the larger ones are more than 32 bits
+# count.
 DISK_SIZES = (16 << 20, 5 << 30, 3 << 40)
 
 
@@ -77,7 +78,8 @@ def file_system(guest, report, tool, companion, moments):
 def boot(guest, archive, machine):
     """Runs a machine until it switches itself off; returns what it wrote on its console.
 
-    `machine` has the attributes chipset, cpu, smp, memory (MiB), disks, clock and kernel_parameters.
+    `machine` has the attributes chipset, cpu, smp, memory (MiB), disks, clock and
+    kernel_parameters.
     """
     with tempfile.TemporaryDirectory() as folder:
         command = command_of(guest, archive, machine, folder)
@@ -102,8 +104,8 @@ def command_of(guest, archive, machine, folder):
         "-machine", f"{machine.chipset},memory-backend=memory", "-m", f"{machine.memory}M",
         "-rtc", f"base={machine.clock},clock=vm",
         "-kernel", os.path.join(guest, "vmlinuz"), "-initrd", initrd,
-        # The kernel makes no words, and a panic ends the machine. What it does not know of its parameters
-        # is in the environment of the first program.
+        # The kernel makes no words, and a panic ends the machine. What it does not know of its
+        # parameters is in the environment of the first program.
         "-append", f"console=ttyS0 quiet loglevel=0 panic=-1 mitigations=off disks={machine.disks} "
                    f"{machine.kernel_parameters}",
     ]

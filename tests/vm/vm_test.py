@@ -3,7 +3,8 @@
 
     vm_test.py --report PROGRAM --tool PROGRAM --companion LIBRARY --guest FOLDER [CASE...]
 
-A case is a machine, booted once for all its tests. Exits with 77 where a virtual machine is not to be had.
+A case is a machine, booted once for all its tests. Exits with 77 where a virtual machine is not to
+be had.
 """
 
 import argparse
@@ -27,9 +28,10 @@ def utc(text):
     return int((datetime.datetime.fromisoformat(text) - EPOCH).total_seconds())
 
 
-# Moments that the clock is set to, with the day in central Europe, written down by hand: after 2100-02-28
-# the library, to which 2100 is a leap year, is a day behind; its last local second is 2106-02-06 06:28:15,
-# and then it begins again. On a slow host the library is asked up to a minute later, which no day here minds.
+# Moments that the clock is set to, with the day in central Europe, written down by hand: after
+# 2100-02-28 the library, to which 2100 is a leap year, is a day behind; its last local second is
+# 2106-02-06 06:28:15, and then it begins again. On a slow host the library is asked up to a minute
+# later, which no day here minds.
 MOMENTS = {
     utc("2007-12-31T23:30:00"): "01/01/2008",
     utc("2038-01-19T03:14:04"): "01/19/2038",
