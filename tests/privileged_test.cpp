@@ -86,8 +86,8 @@ TEST_F(SetUserId, ProgramNeitherAppendsToNorRenamesAFileOfTheirChoice) {
 }
 
 TEST_F(SetUserId, ProgramReadsNoProfileOfTheirChoice) {
-  EXPECT_EQ(output_of("profile", kAnybody), "root\nnone\n");
-  EXPECT_EQ(output_of("profile", 0), "root\n42\n");
+  EXPECT_EQ(output_of("profile", kAnybody), "root\nnone 0\n");
+  EXPECT_EQ(output_of("profile", 0), "root\n42 1\n");
 }
 
 }  // namespace
