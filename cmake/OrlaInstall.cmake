@@ -25,7 +25,7 @@ endif()
 
 install(DIRECTORY "${PROJECT_SOURCE_DIR}/include/orla"
   DESTINATION "${CMAKE_INSTALL_INCLUDEDIR}" COMPONENT development
-  FILES_MATCHING PATTERN "*.h")
+  FILES_MATCHING PATTERN "*.h" PATTERN "*.hpp")
 
 install(EXPORT orlaTargets
   NAMESPACE orla::
