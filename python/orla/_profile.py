@@ -43,7 +43,7 @@ class Profile(Mapping[str, "Section"]):
 
     @classmethod
     def in_force(cls) -> Profile:
-        """The profile that orla_cfg_file() tells, settled at the first call in the process."""
+        """The profile in force, settled at the first call in the process by orla_cfg_file()."""
         return cls(orla_cfg_file()[0])
 
     def section(self, name: str) -> Section:
