@@ -1,6 +1,6 @@
 # What an installation holds, in three components: "runtime" for programs that were built already,
-# "development" for building them, "tools" for people; and "documentation", which packages arrange
-# in a way of their own.
+# "development" for building them, "tools" for people; "documentation", which packages arrange in a
+# way of their own; and "python", which is for the packages alone.
 
 include(CMakePackageConfigHelpers)
 
