@@ -17,12 +17,39 @@ function(orla_developer_flags target)
   endif()
 endfunction()
 
+# What turns a mistake with memory into the end of the process, for the library, the companion and the
+# tool. Builds for a sanitizer go without: it looks for the same.
+function(orla_hardened target)
+  if(ORLA_SANITIZE)
+    return()
+  endif()
+  set(flags -fstack-protector-strong -fstack-clash-protection)
+  if(CMAKE_SIZEOF_VOID_P EQUAL 8 AND CMAKE_SYSTEM_PROCESSOR MATCHES "x86_64|AMD64")
+    list(APPEND flags -fcf-protection)
+  endif()
+  foreach(flag IN LISTS flags)
+    string(MAKE_C_IDENTIFIER "ORLA_HAVE${flag}" known)
+    check_cxx_compiler_flag(${flag} ${known})
+    if(${known})
+      target_compile_options(${target} PRIVATE ${flag})
+    endif()
+  endforeach()
+  # It is of use where the compiler optimises, and warns elsewhere. A builder's own level stays.
+  if(NOT "${CMAKE_CXX_FLAGS}" MATCHES "_FORTIFY_SOURCE")
+    target_compile_options(${target} PRIVATE
+      $<$<CONFIG:Release,RelWithDebInfo,MinSizeRel>:-U_FORTIFY_SOURCE;-D_FORTIFY_SOURCE=2>)
+  endif()
+  target_link_options(${target} PRIVATE LINKER:-z,relro LINKER:-z,now)
+endfunction()
+
 # Compile options of library code. A plain C boundary: no exception or type information crosses it,
 # and the only library needed at run time is the C library.
 function(orla_library_code target)
   orla_developer_flags(${target})
   target_compile_options(${target} PRIVATE
     $<$<COMPILE_LANGUAGE:CXX>:-fno-exceptions -fno-rtti -fno-threadsafe-statics>)
+  target_compile_options(${target} PRIVATE
+    "SHELL:-include ${PROJECT_SOURCE_DIR}/cmake/plain_names.h")
   # Exported functions reach each other through their exported names, so that a program may stand in
   # for any of them. GCC does so by default.
   check_cxx_compiler_flag(-fsemantic-interposition ORLA_HAVE_SEMANTIC_INTERPOSITION)
@@ -40,6 +67,7 @@ endfunction()
 # version.
 function(orla_plain_library target map)
   orla_library_code(${target})
+  orla_hardened(${target})
   set_target_properties(${target} PROPERTIES
     VERSION ${PROJECT_VERSION}
     SOVERSION ${PROJECT_VERSION_MAJOR}

@@ -26,7 +26,7 @@ class ReleaseReader {
       rest_.remove_prefix(1);
   }
 
-  // Takes the digits at the front, none being 0, and the separator behind them. False when there is no
+  // Takes the digits at the front, none being 0, and the separator after them. False when there is no
   // separator. A number beyond an int is the largest int.
   bool take_number(int &number) {
     constexpr int kLargest = std::numeric_limits<int>::max();
@@ -57,7 +57,7 @@ int logical_processors_per_package(std::uint32_t eax, std::uint32_t ebx) {
   return count == 1 ? 0 : count;
 }
 
-// Each field is tested by itself, so that 2.2.19 counts as newer than 2.4.18: kept.
+// Quirk: each field is tested by itself, so that 2.2.19 counts as newer than 2.4.18.
 FigureSource figure_source(std::string_view release) {
   ReleaseReader reader(release);
   int number;

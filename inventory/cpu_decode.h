@@ -8,7 +8,7 @@
 
 namespace orla {
 
-// The registers behind `cpuid` leaf 0 hold the vendor text in EBX, EDX and ECX, in that order.
+// The registers after `cpuid` leaf 0 hold the vendor text in EBX, EDX and ECX, in that order.
 bool is_genuine_intel(std::uint32_t ebx, std::uint32_t edx, std::uint32_t ecx);
 
 // From `cpuid` leaf 1 of an Intel processor: 2 to 255, or 0 when it is not of family 15 or has one
@@ -16,7 +16,7 @@ bool is_genuine_intel(std::uint32_t ebx, std::uint32_t edx, std::uint32_t ecx);
 int logical_processors_per_package(std::uint32_t eax, std::uint32_t ebx);
 
 enum class FigureSource {
-  kUnusable,  // the release breaks off behind a number
+  kUnusable,  // the release ends after a number
   kCpuinfo,
   kKernelLog
 };

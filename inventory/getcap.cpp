@@ -11,6 +11,7 @@
 #include <cstdio>
 #include <cstring>
 
+#include "base/kept_errno.h"
 #include "support/traced_service.h"
 
 namespace {
@@ -27,6 +28,7 @@ orla_status fail(const orla::TracedService &service, const char *detail) {
 }
 
 orla_status count_processors(const char *trace_name, int *count) {
+  const orla::KeptErrno kept_errno;
   const orla::TracedService service(trace_name);
   if (count == nullptr) return fail(service, kNullPointer);
   count_physical_proc(count);
@@ -58,24 +60,26 @@ orla_status tavGetConfigProcs(int *count) noexcept {
 }
 
 orla_status tavGetMemorySize(int *size) noexcept {
+  const orla::KeptErrno kept_errno;
   const orla::TracedService service("tavGetMemorySize()");
   if (size == nullptr) return fail(service, kNullPointer);
   struct sysinfo host;
   if (sysinfo(&host) != 0) return fail(service, "sysinfo failed.");
-  // The memory unit is not applied: the total is taken as a count of bytes. Callers rely on it.
+  // Quirk: the memory unit is not applied; the total is taken for a count of bytes.
   *size = static_cast<int>(host.totalram >> 20);
   return service.exit(kSuccess);
 }
 
 orla_status tavGetDisks(unsigned *count) noexcept {
-  const orla::TracedService service("tavGetDisks");  // without parentheses, as it always was
+  const orla::KeptErrno kept_errno;
+  const orla::TracedService service("tavGetDisks");  // Quirk: no parentheses.
   if (count == nullptr) return fail(service, kNullPointer);
   if (geteuid() != 0) return fail(service, "geteuid failed -> you aren't root.");
   *count = 0;
   char device[] = "/dev/hda";
   for (const char kind : kDeviceKinds) {
     device[5] = kind;
-    // The drive letter stops at y: z has never been probed.
+    // Quirk: the drive letter stops at y; z is never probed.
     for (char letter = 'a'; letter <= 'y'; ++letter) {
       device[7] = letter;
       if (answers_geometry_request(device)) ++*count;

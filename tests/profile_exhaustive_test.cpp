@@ -10,7 +10,7 @@
 #include <vector>
 
 #include "fakes/file_calls.h"
-#include "kit/plain_profile.h"
+#include "plain/profile.h"
 
 namespace {
 

@@ -21,9 +21,9 @@
 #include <string>
 #include <vector>
 
-#include "kit/plain_profile.h"
 #include "kit/processes.h"
 #include "kit/temp_dir.h"
+#include "plain/profile.h"
 
 namespace {
 

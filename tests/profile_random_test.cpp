@@ -9,8 +9,8 @@
 #include <vector>
 
 #include "fakes/file_calls.h"
-#include "kit/plain_profile.h"
 #include "kit/temp_dir.h"
+#include "plain/profile.h"
 
 namespace {
 

@@ -78,7 +78,7 @@ TEST(EveryDelimiter, MakesATokenOfAnyByteBetweenTwoOfIt) {
 }
 
 // Three empty tokens and a last one; past those there is none.
-TEST(EveryIndex, Of16BitsFindsATokenBehindEmptyOnesAlone) {
+TEST(EveryIndex, Of16BitsFindsATokenAfterEmptyOnesAlone) {
   const std::string text = "''''''-'last'";
   for (int index = -32768; index <= 32767; ++index) {
     char out[8] = "kept";
@@ -133,7 +133,7 @@ void expect_same(const std::string &got, const std::string &expected) {
                                << testing::PrintToString(expected.substr(at - before, 80));
 }
 
-// Calls `check` with every two bytes, and with every two behind a percent sign.
+// Calls `check` with every two bytes, and with every two after a percent sign.
 template <typename Check>
 void for_every_message(Check check) {
   for (int first = 1; first < 256; ++first) {
@@ -145,7 +145,7 @@ void for_every_message(Check check) {
   }
 }
 
-TEST(EveryMessage, OfTwoBytesAndEveryPairBehindAPercentSignIsTraced) {
+TEST(EveryMessage, OfTwoBytesAndEveryPairAfterAPercentSignIsTraced) {
   const TempDir folder;
   const WithVariable path("K7LOG_PATH", folder.path("trace").c_str());
   const WithZone zone(kNewYork);
@@ -169,7 +169,7 @@ TEST(EveryMessage, OfTwoBytesAndEveryPairBehindAPercentSignIsTraced) {
   EXPECT_FALSE(folder.holds("trace.1"));
 }
 
-TEST(EveryPrefix, OfTwoBytesAndEveryPairBehindAPercentSignIsPrintedBeforeTheDate) {
+TEST(EveryPrefix, OfTwoBytesAndEveryPairAfterAPercentSignIsPrintedBeforeTheDate) {
   char *text = nullptr;
   std::size_t size = 0;
   std::FILE *stream = open_memstream(&text, &size);

@@ -5,8 +5,9 @@
 #include <orla/uuid.h>
 
 #include <atomic>
-#include <cerrno>
 #include <cstring>
+
+#include "base/kept_errno.h"
 
 namespace orla {
 namespace {
@@ -27,14 +28,13 @@ std::uint32_t ipv4_address(const sockaddr &address) {
 }
 
 std::uint32_t ask_system() {
-  const int error = errno;
+  const KeptErrno kept_errno;
   ifaddrs *interfaces = nullptr;
   std::uint32_t address = 0;
   if (getifaddrs(&interfaces) == 0) {
     address = first_host_address(interfaces);
     freeifaddrs(interfaces);
   }
-  errno = error;
   return address != 0 ? address : kNoAddress;
 }
 

@@ -6,6 +6,7 @@
 #include <bit>
 #include <cstddef>
 #include <cstring>
+#include <optional>
 
 #include "time/clock.h"
 #include "uuid/host_provider.h"
@@ -96,9 +97,11 @@ int orla_uuid_encode(const k7_uuid__t *uuid, char *text) noexcept {
 }
 
 void orla_uuid_decode(const char *text, k7_uuid__t *uuid, orla_status *status) noexcept {
-  const bool read =
-      orla::read_canonical_uuid_text(text, *uuid) || orla::read_formatted_uuid_text(text, *uuid);
+  std::optional<k7_uuid__t> read = orla::read_canonical_uuid_text(text);
+  if (!read) read = orla::read_formatted_uuid_text(text);
+  // The record may lie over the text or hold the status: it is filled last.
   *status = read ? 0 : ORLA_UUID_MALFORMED;
+  if (read) *uuid = *read;
 }
 
 void orla_reserved_uuid_gen(k7_uuid__t *uuid, std::uint16_t number) noexcept {

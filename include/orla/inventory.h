@@ -6,12 +6,15 @@
  *  call asks the processor and the kernel afresh; nothing is kept.
  *
  *  The four entry points (`tav...`) return a status and write trace lines while ::orlalib_verbose is on
- *  (orla/trace.h). The probes behind the processor count may be called on their own; they write none.
+ *  (orla/trace.h). The probes that the processor count rests on may be called on their own; they write
+ *  none. `errno` is left alone, but by count_physical_proc() for a negative count.
  *
  *  Corners a caller must know:
  *  - tavGetOnlineProcs() and tavGetConfigProcs() give the same figure.
  *  - On 32-bit x86 with more than 4 GiB the kernel counts memory in larger units, which
- *    tavGetMemorySize() does not multiply in: its figure is smaller by that factor.
+ *    tavGetMemorySize() does not multiply in: its figure is smaller by that factor. The real size is
+ *    `(uint64_t)totalram * mem_unit >> 20` of sysinfo(). The figure times `mem_unit` is not: what the
+ *    shift has dropped is up to one `mem_unit` of mebibytes.
  *  - tavGetDisks() needs root and never looks at /dev/hdz and /dev/sdz.
  */
 #ifndef ORLA_INVENTORY_H
@@ -71,7 +74,9 @@ enum orla_count_method {
  *
  *  @param[out] count  processors. Not null.
  *  @return     method code, 0 to 3: enum ::orla_count_method.
- *  Errors: none of its own; a probe that fails shows in the method code. Threads: safe.
+ *  Errors: none of its own; a probe that fails shows in the method code. For a negative count `errno`
+ *  says why. `*count` is stored after the last probe: one that ends the process leaves it as it was.
+ *  Threads: safe.
  */
 ORLA_EXPORT uint32_t count_physical_proc(int *count) ORLA_NOEXCEPT;
 
@@ -92,8 +97,8 @@ ORLA_EXPORT int HTSupported(void) ORLA_NOEXCEPT;
  *
  *  @return  logical processors per package (from /proc/cpuinfo) or occurrences of
  *           "cpu_sibling_map[" (in the log); 0 when the kernel reports none; -1 when it cannot be asked,
- *           when its release breaks off behind a number, when a "siblings" or "threads" line has no ":"
- *           behind the blanks, or when packages disagree.
+ *           when its release ends right after a number that is needed, when a "siblings" or "threads" line
+ *           has no ":" after the blanks, or when packages disagree.
  *  Errors: a /proc/cpuinfo that does not open is named on standard error. A kernel log that cannot be
  *  read is reported there too and ends the process with exit status 1.
  *  Threads: safe.

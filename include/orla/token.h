@@ -15,11 +15,12 @@
  *        ...
  *
  *  Corners a caller must know:
- *  - get_delimited_token_in_string() finds a token behind others only when these are all empty.
+ *  - get_delimited_token_in_string() finds a token after others only when these are all empty.
  *  - count_delimited_tokens_in_string() counts delimiters in 16 bits, signed: from 32,768 on its result
  *    is negative or starts again.
  *
- *  Results point into the caller's text. Threads: safe, all of them.
+ *  Results point into the caller's text, of which nothing is read after a closing delimiter that ends a
+ *  token. Threads: safe, all of them.
  */
 #ifndef ORLA_TOKEN_H
 #define ORLA_TOKEN_H
@@ -37,7 +38,7 @@ ORLA_BEGIN_DECLS
  *  @param[in]  delimiter  byte other than zero.
  *  @param[out] out        optional when `out_size` is 0 or less; else char[out_size], always terminated.
  *  @param[in]  out_size   bytes of `out`, the terminator counted.
- *  @return     position behind the closing delimiter, where the next search starts; null when the text
+ *  @return     position after the closing delimiter, where the next search starts; null when the text
  *              has no token or when the token does not fit.
  *  Errors: without an opening delimiter `out` is the empty string; without a closing one, or when the
  *  token does not fit, `out` holds as many of its characters as fit.

@@ -10,6 +10,7 @@
 #include <dlfcn.h>
 
 #include <functional>
+#include <memory>
 #include <utility>
 
 template <typename Signature>
@@ -46,14 +47,16 @@ class With {
  public:
   template <typename Body>
   With(Fake<Signature> &fake, Body body)
-      : fake_(fake), body_(std::move(body)), earlier_(fake.arm(&body_)) {}
+      : fake_(fake),
+        body_(std::make_unique<const typename Fake<Signature>::Body>(std::move(body))),
+        earlier_(fake.arm(body_.get())) {}
   ~With() { fake_.arm(earlier_); }
   With(const With &) = delete;
   With &operator=(const With &) = delete;
 
  private:
   Fake<Signature> &fake_;
-  typename Fake<Signature>::Body body_;
+  std::unique_ptr<const typename Fake<Signature>::Body> body_;
   const typename Fake<Signature>::Body *earlier_;
 };
 
