@@ -28,7 +28,7 @@ bool everything_answers(const Profile &profile) {
              orla::date::parse("12/25/2007") == christmas && orla::date::today() != *christmas;
 #if __cplusplus >= 202002L
   static_assert(orla::date::from(christmas->to_chrono()) == christmas);
-  static_assert((*christmas <=> *christmas) == 0);
+  static_assert(std::is_eq(*christmas <=> *christmas));
 #endif
 
   const orla::stamp now = orla::stamp::now();
