@@ -199,7 +199,7 @@ bool copy_back(const Copy &copy, const char *temporary_path, const char *target_
 // hold its room, and show the profile to whoever inherits it.
 void remove_temporary(const char *path) {
   const KeptErrno kept;
-  static_cast<void>(truncate(path, 0));
+  [[maybe_unused]] const int status = truncate(path, 0);
   unlink(path);
 }
 
