@@ -85,7 +85,7 @@ if(PROJECT_IS_TOP_LEVEL)
   endif()
 
   add_custom_target(uninstall
-    COMMAND "${CMAKE_COMMAND}" -D "MANIFESTS=${PROJECT_BINARY_DIR}"
+    COMMAND "${CMAKE_COMMAND}" -D "BUILD=${PROJECT_BINARY_DIR}"
       -P "${PROJECT_SOURCE_DIR}/cmake/uninstall.cmake"
     VERBATIM)
 endif()

@@ -49,7 +49,7 @@ class Paths:
 def move_manifests(source, target):
     """What is noted of installations that somebody made from the build folder is kept for them."""
     target.mkdir(parents=True, exist_ok=True)
-    for path in source.glob("install_manifest*.txt"):
+    for path in source.glob("installed.txt"):
         path.replace(target / path.name)
 
 
@@ -236,10 +236,15 @@ def uninstall_all_but_files_of_others(options):
     paths = Paths(options)
     kept = paths.prefix / "include/orla/of_another_product.h"
     kept.touch()
+    # As another version puts it over ours.
+    changed = paths.prefix / "include/orla/orla.h"
+    changed.write_text("#include <orla/of_another_product.h>\n", encoding="ascii")
     run("cmake", "--build", options.build, "--target", "uninstall")
     left = files_of(paths.prefix)
-    check(left == {"include/orla/of_another_product.h"}, f"left behind: {sorted(left)}")
+    check(left == {f"include/orla/{path.name}" for path in (kept, changed)},
+          f"left behind: {sorted(left)}")
     kept.unlink()
+    changed.unlink()
     kept.parent.rmdir()
     folders = [path for path in paths.prefix.rglob("*") if path.name == "orla"]
     check(not folders, f"empty folders of ours left behind: {folders}")
