@@ -10,8 +10,8 @@
 
 namespace orla {
 
-// Consumes the lines up to and with the header of section `name`, and hands them to `pass`, piece by
-// piece. False when there is no such header; then all lines are consumed.
+// Consumes the lines up to and with the header of section `name`, and hands them to `pass`, piece
+// by piece. False when there is no such header; then all lines are consumed.
 template <typename Pass>
 [[nodiscard]] bool walk_past_header(LineSource &from, std::string_view name, HeaderRule rule,
                                     Pass pass) {

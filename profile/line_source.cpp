@@ -11,8 +11,8 @@ namespace {
 // What is read at once of a file that fills the first block.
 constexpr std::size_t kLargeBlock = 65536;
 
-// Closes the gaps that carriage returns leave; returns the new end. Without a branch per character, as
-// files either have none of them, and are not walked at all, or one in every line.
+// Closes the gaps that carriage returns leave; returns the new end. Without a branch per character,
+// as files either have none of them, and are not walked at all, or one in every line.
 char *drop_carriage_returns(char *begin, char *end) {
   auto *in = static_cast<char *>(std::memchr(begin, '\r', static_cast<std::size_t>(end - begin)));
   if (in == nullptr) return end;

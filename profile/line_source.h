@@ -1,7 +1,8 @@
 // The lines of a profile file, read in blocks: what the readers and the writer see of the file.
 //
-// Carriage returns, and everything from a byte 0xFF on, are taken out as a block arrives, so the text
-// handed out is whole lines, each with its line feed. The memory needed is a block, or the longest line.
+// Carriage returns, and everything from a byte 0xFF on, are taken out as a block arrives, so the
+// text handed out is whole lines, each with its line feed. The memory needed is a block, or the
+// longest line.
 
 #ifndef ORLA_PROFILE_LINE_SOURCE_H
 #define ORLA_PROFILE_LINE_SOURCE_H
@@ -21,8 +22,9 @@ class LineSource {
   LineSource(const LineSource &) = delete;
   LineSource &operator=(const LineSource &) = delete;
 
-  // The lines at hand, each with its line feed, at least one; empty at the end of the file. They are
-  // handed out again until they are consumed, and hold until the next call of lines() or next_line().
+  // The lines at hand, each with its line feed, at least one; empty at the end of the file. They
+  // are handed out again until they are consumed, and hold until the next call of lines() or
+  // next_line().
   [[nodiscard]] std::string_view lines() {
     if (next_ == lines_end_ && !fill()) return {};
     return {next_, static_cast<std::size_t>(lines_end_ - next_)};

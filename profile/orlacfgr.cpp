@@ -46,8 +46,8 @@ std::optional<std::string_view> find_value(LineSource &source, const char *secti
   return line ? orla::value_of_line(*line) : std::nullopt;
 }
 
-// Copies a default into `text`, which is all zeros. Quirk: one of `size` characters or more leaves no
-// terminator.
+// Copies a default into `text`, which is all zeros. Quirk: one of `size` characters or more leaves
+// no terminator.
 unsigned copy_default(const char *fallback, char *text, unsigned size) {
   if (fallback == nullptr) return 0;
   const std::size_t length = std::strlen(fallback);

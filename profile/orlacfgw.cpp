@@ -2,9 +2,10 @@
 //
 //     target --(lines, with the entry in its place)--> /tmp/K7...... --(copy_file)--> target
 //
-// The target is rewritten in place, so it keeps its inode, owner and permissions. It is not opened for
-// writing before the temporary copy is whole and the room for it is there, and it is never emptied: the
-// new text goes over the old one in as few writes as can be, and what is left of the old one is cut off.
+// The target is rewritten in place, so it keeps its inode, owner and permissions. It is not opened
+// for writing before the temporary copy is whole and the room for it is there, and it is never
+// emptied: the new text goes over the old one in as few writes as can be, and what is left of the
+// old one is cut off.
 
 #include <fcntl.h>
 #include <orla/profile.h>
@@ -65,7 +66,8 @@ bool is_same_file(const struct statx &one, const struct statx &other) {
          one.stx_dev_major == other.stx_dev_major && one.stx_dev_minor == other.stx_dev_minor;
 }
 
-// Reads until the memory is full or the file ends. Quirk: a read that fails ends it like its real end.
+// Reads until the memory is full or the file ends. Quirk: a read that fails ends it like its real
+// end.
 std::size_t read_block(int from, Block &block) {
   std::size_t size = 0;
   while (size < block.size()) {
@@ -77,15 +79,15 @@ std::size_t read_block(int from, Block &block) {
   return size;
 }
 
-// Writes what `from` holds over a file of `earlier_size` bytes, and returns how many bytes that file took.
-// Quirk: a write that fails goes unnoticed, and what follows takes its place.
+// Writes what `from` holds over a file of `earlier_size` bytes, and returns how many bytes that
+// file took. Quirk: a write that fails goes unnoticed, and what follows takes its place.
 std::uint64_t copy_content(int from, int to, Block &block, std::uint64_t earlier_size) {
   std::uint64_t copied = 0;
   for (;;) {
     const std::size_t size = read_block(from, block);
     const bool is_last = size < block.size();
-    // Until the rest of a longer file is cut off, a byte 0xFF hides it from the readers of profiles; a
-    // process that is killed in between leaves it so.
+    // Until the rest of a longer file is cut off, a byte 0xFF hides it from the readers of
+    // profiles; a process that is killed in between leaves it so.
     const bool hides_rest = is_last && copied + size < earlier_size;
     if (hides_rest) block.begin()[size] = '\xFF';
     const std::size_t taken = orla::write_all(to, {block.begin(), size + (hides_rest ? 1 : 0)});
@@ -114,9 +116,9 @@ void copy_over(int from, int to) {
 
 // ---- Room on the target -------------------------------------------------------------------------
 
-// Bytes that an open file may be rewritten with and surely have room: no more than it holds now. The
-// block count alone would not do, as it includes what the file system keeps beside the data. The size of
-// anything but a regular file has no bounds.
+// Bytes that an open file may be rewritten with and surely have room: no more than it holds now.
+// The block count alone would not do, as it includes what the file system keeps beside the data.
+// The size of anything but a regular file has no bounds.
 std::uint64_t room_of(int descriptor) {
   const auto status = status_of(descriptor);
   if (!status) return 0;
@@ -150,8 +152,9 @@ bool reserve(const char *path, std::uint64_t size) {
 
 // ---- One rewrite --------------------------------------------------------------------------------
 
-// Whether a target that did not open for reading is replaced by a new file: it is missing or may not be
-// read. Any other error, such as the want of a descriptor, may pass, and the file is still there.
+// Whether a target that did not open for reading is replaced by a new file: it is missing or may
+// not be read. Any other error, such as the want of a descriptor, may pass, and the file is still
+// there.
 bool is_replaced_after(int error) { return error == ENOENT || error == EACCES || error == EPERM; }
 
 // Makes the target anew, with the header and the entry alone.
@@ -183,8 +186,9 @@ Copy write_copy(Descriptor &target, Descriptor &temporary, const Entry &entry) {
   return {written && closed && !source.failed(), sink.size(), room};
 }
 
-// Copies the temporary file over the target, if there is room for it. No other file is open meanwhile: to
-// meet the limit of descriptors after the target has been opened would leave it empty.
+// Copies the temporary file over the target, if there is room for it. No other file is open
+// meanwhile: to meet the limit of descriptors after the target has been opened would leave it
+// empty.
 bool copy_back(const Copy &copy, const char *temporary_path, const char *target_path) {
   const bool grows = copy.size > copy.target_room;
   if (grows && !reserve(target_path, copy.size)) return false;
@@ -195,8 +199,8 @@ bool copy_back(const Copy &copy, const char *temporary_path, const char *target_
   return false;
 }
 
-// Removes the temporary file, emptied: the descriptor that create_temporary_name() leaves open would
-// hold its room, and show the profile to whoever inherits it.
+// Removes the temporary file, emptied: the descriptor that create_temporary_name() leaves open
+// would hold its room, and show the profile to whoever inherits it.
 void remove_temporary(const char *path) {
   const KeptErrno kept;
   [[maybe_unused]] const int status = truncate(path, 0);

@@ -5,8 +5,9 @@
 
 namespace orla {
 
-// The value of ORLA_CONFIG, or null where it is not set. In a process that runs with another's rights,
-// such as a set-user-ID program, it counts as not set: a stranger's environment names no file of it.
+// The value of ORLA_CONFIG, or null where it is not set. In a process that runs with another's
+// rights, such as a set-user-ID program, it counts as not set: a stranger's environment names no
+// file of it.
 [[nodiscard]] const char *config_variable();
 
 // The path to open for the caller's `path`: the value of ORLA_CONFIG, where it is set and `path` is

@@ -1,4 +1,5 @@
-// What the lines of a profile file mean: headers, keys and values, as pure functions over their text.
+// What the lines of a profile file mean: headers, keys and values, as pure functions over their
+// text.
 //
 // A line is read as a C string is: a zero byte in it ends the text.
 
@@ -19,16 +20,17 @@ enum class HeaderRule {
   length_of_name,
 };
 
-// Finds the first header of section `name` in `lines`, which are whole, each with its line feed. Returns
-// the number of characters up to and with the header's line feed; none where there is no header.
+// Finds the first header of section `name` in `lines`, which are whole, each with its line feed.
+// Returns the number of characters up to and with the header's line feed; none where there is no
+// header.
 [[nodiscard]] std::optional<std::size_t> find_header_end(std::string_view lines,
                                                          std::string_view name, HeaderRule rule);
 
 // Not tolower(), which follows the locale of the process.
 inline char lower(char c) { return c >= 'A' && c <= 'Z' ? static_cast<char>(c + ('a' - 'A')) : c; }
 
-// Whether `line` begins with `text`, such as a key, letter case ignored. `text` holds no zero byte, so
-// one in the line never matches.
+// Whether `line` begins with `text`, such as a key, letter case ignored. `text` holds no zero byte,
+// so one in the line never matches.
 //
 // Quirk: nothing is asked of what follows; the key "Port" is found in "PortNumber=77".
 inline bool begins_with(std::string_view line, std::string_view text) {

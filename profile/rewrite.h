@@ -1,5 +1,5 @@
-// The text of a profile file with one key written anew: from a source of lines into a sink. Pure text; no
-// file is opened here.
+// The text of a profile file with one key written anew: from a source of lines into a sink. Pure
+// text; no file is opened here.
 
 #ifndef ORLA_PROFILE_REWRITE_H
 #define ORLA_PROFILE_REWRITE_H

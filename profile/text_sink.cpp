@@ -12,8 +12,8 @@ constexpr std::size_t kLargeBlock = 65536;
 
 }  // namespace
 
-// Writes whole blocks at offsets that are multiples of a page: a file system takes them several times as
-// fast as pieces that begin and end in the middle of one.
+// Writes whole blocks at offsets that are multiples of a page: a file system takes them several
+// times as fast as pieces that begin and end in the middle of one.
 void TextSink::put(std::string_view text) {
   size_ += text.size();
   while (text.size() > block_.size() - held_) {

@@ -26,6 +26,9 @@ constexpr std::size_t kLimit = 4000000;
 class SetUserId : public testing::Test {
  protected:
   void SetUp() override {
+#ifdef ORLA_SANITIZED
+    GTEST_SKIP() << "a sanitizer's runtime follows the environment of whoever starts the program";
+#endif
     if (geteuid() != 0) GTEST_SKIP() << "only root can make such a program";
     std::filesystem::copy_file(PRIVILEGED, program_);
     ASSERT_EQ(chmod(folder_.path("").c_str(), 0711), 0);
@@ -83,8 +86,8 @@ TEST_F(SetUserId, ProgramNeitherAppendsToNorRenamesAFileOfTheirChoice) {
 }
 
 TEST_F(SetUserId, ProgramReadsNoProfileOfTheirChoice) {
-  EXPECT_EQ(output_of("profile", kAnybody), "root\nnone\n");
-  EXPECT_EQ(output_of("profile", 0), "root\n42\n");
+  EXPECT_EQ(output_of("profile", kAnybody), "root\nnone 0\n");
+  EXPECT_EQ(output_of("profile", 0), "root\n42 1\n");
 }
 
 }  // namespace

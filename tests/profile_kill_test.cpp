@@ -16,6 +16,7 @@
 #include <iterator>
 #include <new>
 #include <random>
+#include <set>
 #include <string>
 #include <vector>
 
@@ -25,8 +26,8 @@
 
 namespace {
 
-// A profile of any size, in which one value changes with every rewrite: it begins with the number of the
-// rewrite and has a length of its own, so that the text below it moves.
+// A profile of any size, in which one value changes with every rewrite: it begins with the number
+// of the rewrite and has a length of its own, so that the text below it moves.
 
 std::string value_of_rewrite(int number) {
   const auto length = static_cast<std::size_t>(number * 37 % 60);
@@ -66,12 +67,15 @@ bool is_whole(const std::string &file, int around) {
   return visible(file) == profile(around, number_in(file));
 }
 
-int keys_missing(const std::string &file, int around) {
-  int missing = value_in(file, "Main", "Value").empty() ? 1 : 0;
-  for (const char *section : {"Above", "Below"})
-    for (const int i : {0, around / 2, around - 1})
-      if (value_in(file, section, section + std::to_string(i)) != kOther) ++missing;
-  return missing;
+bool lacks_a_key(const std::string &file, int around) {
+  std::set<std::string> lines;
+  plain::Reader reader(file);
+  for (std::string line; reader.read_line(line);)
+    lines.insert(line);
+  for (int i = 0; i < around; ++i)
+    for (const char *key : {"Above", "Below"})
+      if (lines.count(key + std::to_string(i) + "=" + kOther) == 0) return true;
+  return value_in(file, "Main", "Value").empty();
 }
 
 std::string content_of(const char *path) {
@@ -107,7 +111,7 @@ class ProfileKilled : public testing::Test {
       const std::string file = folder_.read("profile");
       if (is_whole(file, around)) continue;
       ++found.mixed;
-      if (keys_missing(file, around) != 0) ++found.lacking;
+      if (lacks_a_key(file, around)) ++found.lacking;
       EXPECT_TRUE(is_whole(left, around)) << "the temporary copy does not help either";
       folder_.write("profile", profile(around, 1));
     }
@@ -168,7 +172,7 @@ TEST_F(ProfileKilled, OfFewLinesIsWholeAfterEachOf100Kills) {
 
 // A kill ends a write of many pages between two of them.
 TEST_F(ProfileKilled, OfManyLinesIsWholeAfterAlmostEachOf40Kills) {
-  EXPECT_LE(kill_often(40, kManyLines).mixed, 4);
+  EXPECT_LE(kill_often(40, kManyLines).mixed, 8);
 }
 
 using LongProfileKilled = ProfileKilled;
@@ -178,7 +182,7 @@ TEST_F(LongProfileKilled, OfFewLinesIsWholeAfterEachOf3000Kills) {
 }
 
 TEST_F(LongProfileKilled, OfManyLinesIsWholeAfterAlmostEachOf500Kills) {
-  EXPECT_LE(kill_often(500, kManyLines).mixed, 25);
+  EXPECT_LE(kill_often(500, kManyLines).mixed, 40);
 }
 
 }  // namespace

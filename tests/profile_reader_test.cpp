@@ -155,7 +155,8 @@ TEST_F(ProfileInt, TakesTheFirstLineThatBeginsWithTheKeyWhateverFollowsIt) {
           {"[Main]\nPortless\nPort=5\n", kNothing}});
 }
 
-// No line holds a line feed, so such a name is found nowhere; two lines that look like it are no header.
+// No line holds a line feed, so such a name is found nowhere; two lines that look like it are no
+// header.
 TEST_F(ProfileInt, FindsNoSectionWithALineFeedInItsName) {
   EXPECT_EQ(read_int("[a\nb]\nPort=5\n", "a\nb"), kNothing);
   EXPECT_EQ(read_string("[a\nbc\nName=x\n", "a\nbc", "Name"), kNone);
@@ -285,7 +286,7 @@ TEST_F(ProfileInt, ReadsALongFileInLargeBlocks) {
   int reads = 0;
   const With counting(fake_read, [&](int descriptor, void *out, std::size_t size) {
     ++reads;
-    EXPECT_EQ(size % 4096, 0U);  // whole pages
+    EXPECT_EQ(size % 2048, 0U);
     return fake_read.real(descriptor, out, size);
   });
   EXPECT_EQ(orla_cfg_get_private_profile_int("Main", "Port", kNothing, "f"), 5);
@@ -389,7 +390,7 @@ TEST_F(ProfileInt, StopsReadingAtTheLineThatAnswers) {
   int reads = 0;
   const With counting(fake_read, [&](int descriptor, void *out, std::size_t size) {
     ++reads;
-    EXPECT_EQ(size % 4096, 0U);  // whole pages
+    EXPECT_EQ(size % 2048, 0U);
     return fake_read.real(descriptor, out, size);
   });
   EXPECT_EQ(orla_cfg_get_private_profile_int("Main", "Port", kNothing, "f"), 5);

@@ -263,8 +263,8 @@ bool means_missing_or_unreadable(int error) {
   return error == ENOENT || error == EACCES || error == EPERM;
 }
 
-// A disk that hiccups, a server that is away, a process without a descriptor left: the target is still
-// there, and is not replaced by a single key.
+// A disk that hiccups, a server that is away, a process without a descriptor left: the target is
+// still there, and is not replaced by a single key.
 TEST_F(ProfileWriterFailing, TargetIsReplacedOnlyWhenItIsMissingOrMayNotBeRead) {
   for (int error = 1; error <= kLastError; ++error) {
     files_.put("f", kTwoSections);
@@ -863,8 +863,8 @@ TEST(ProfileWriterFile, LeavesOneDescriptorOpenPerRewriteAndNoTemporaryFile) {
     EXPECT_FALSE(std::filesystem::exists(name)) << name;
 }
 
-// A child inherits it, and would read a profile that only its owner may read; and it would hold the room
-// of the copy in /tmp for as long as the process lives.
+// A child inherits it, and would read a profile that only its owner may read; and it would hold the
+// room of the copy in /tmp for as long as the process lives.
 TEST(ProfileWriterFile, LeavesADescriptorThatReadsNothingAndHoldsNoRoom) {
   const TempDir folder;
   const std::string path = folder.write("f", kTwoSections + std::string(300000, '\n'));

@@ -2,7 +2,7 @@
 
    privileged service     makes one traced call
    privileged line        switches tracing on itself and traces a line
-   privileged profile     prints a value of the default profile
+   privileged profile     prints a value of the default profile, and whether the environment names it
 
    First it prints "root" where it has the rights of root, and else "user". */
 
@@ -14,10 +14,13 @@
 #include <unistd.h>
 
 static void print_value(void) {
+  char path[ORLA_PROFILE_PATH_SIZE];
+  char from_environment;
   char value[32];
   orla_cfg_get_private_profile_string("Main", "Secret", "none", value, sizeof value,
                                       ORLA_DEFAULT_PROFILE_PATH);
-  printf("%s\n", value);
+  orla_cfg_file(path, &from_environment);
+  printf("%s %d\n", value, from_environment);
 }
 
 int main(int count, char **arguments) {
