@@ -1,6 +1,6 @@
 # What an installation holds, in three components: "runtime" for programs that were built already,
-# "development" for building them, "tools" for people; and "documentation", which packages arrange
-# in a way of their own.
+# "development" for building them, "tools" for people; "documentation", which packages arrange in a
+# way of their own; and "python", which is for the packages alone.
 
 include(CMakePackageConfigHelpers)
 
@@ -85,7 +85,7 @@ if(PROJECT_IS_TOP_LEVEL)
   endif()
 
   add_custom_target(uninstall
-    COMMAND "${CMAKE_COMMAND}" -D "MANIFESTS=${PROJECT_BINARY_DIR}"
+    COMMAND "${CMAKE_COMMAND}" -D "BUILD=${PROJECT_BINARY_DIR}"
       -P "${PROJECT_SOURCE_DIR}/cmake/uninstall.cmake"
     VERBATIM)
 endif()

@@ -17,8 +17,14 @@ function(orla_developer_flags target)
   endif()
 endfunction()
 
-# What turns a mistake with memory into the end of the process, for the library, the companion and the
-# tool. Builds for a sanitizer go without: it looks for the same.
+# A test that this build cannot run: it counts as skipped, and says why.
+function(orla_skipped_test name reason)
+  add_test(NAME ${name} COMMAND "${CMAKE_COMMAND}" -E echo "skipped: ${reason}")
+  set_tests_properties(${name} PROPERTIES SKIP_REGULAR_EXPRESSION "skipped: ")
+endfunction()
+
+# What turns a mistake with memory into the end of the process, for the library, the companion and
+# the tool. Builds for a sanitizer go without: it looks for the same.
 function(orla_hardened target)
   if(ORLA_SANITIZE)
     return()

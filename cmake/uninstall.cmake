@@ -1,7 +1,7 @@
-# Removes what `cmake --install` noted in its manifests, and the folders named after orla that are
-# empty then; the common ones (bin, lib, man1, ...) stay.
+# Removes what was installed from a build folder and is still as it was then, and the folders named
+# after orla that are empty after that; the common ones (bin, lib, man1, ...) stay.
 #
-#   [DESTDIR=...] cmake -D MANIFESTS=BUILD_FOLDER -P uninstall.cmake
+#   cmake -D BUILD=BUILD_FOLDER -P uninstall.cmake
 cmake_minimum_required(VERSION 3.25)
 
 # A folder is ours when it, or one above it, is named orla, below one of those that every prefix
@@ -17,18 +17,35 @@ function(remove_own_empty_folders folder)
   endwhile()
 endfunction()
 
-file(GLOB manifests "${MANIFESTS}/install_manifest*.txt")
-if(NOT manifests)
-  message(FATAL_ERROR "Nothing was installed from ${MANIFESTS}: it holds no install_manifest.txt")
+set(noted "${BUILD}/installed.txt")
+if(NOT EXISTS "${noted}")
+  message(FATAL_ERROR "Nothing was installed from ${BUILD}: it holds no installed.txt")
 endif()
-foreach(manifest IN LISTS manifests)
-  file(STRINGS "${manifest}" files)
-  foreach(file IN LISTS files)
-    set(file "$ENV{DESTDIR}${file}")
-    message(STATUS "Removing ${file}")
-    file(REMOVE "${file}")
-    cmake_path(GET file PARENT_PATH folder)
-    remove_own_empty_folders("${folder}")
-  endforeach()
-  file(REMOVE "${manifest}")
+file(STRINGS "${noted}" lines)
+list(REVERSE lines)  # what was written last to a place is what is there
+foreach(line IN LISTS lines)
+  string(REGEX MATCH "^([^ ]+) (.*)$" line "${line}")
+  set(content "${CMAKE_MATCH_1}")
+  set(path "${CMAKE_MATCH_2}")
+  if(path IN_LIST seen)
+    continue()
+  endif()
+  list(APPEND seen "${path}")
+  set(found "")
+  if(IS_SYMLINK "${path}")
+    file(READ_SYMLINK "${path}" found)
+  elseif(EXISTS "${path}")
+    file(SHA256 "${path}" found)
+  else()
+    continue()
+  endif()
+  if(NOT found STREQUAL content)
+    message(STATUS "Left, as it has changed since: ${path}")
+    continue()
+  endif()
+  message(STATUS "Removing ${path}")
+  file(REMOVE "${path}")
+  cmake_path(GET path PARENT_PATH folder)
+  remove_own_empty_folders("${folder}")
 endforeach()
+file(REMOVE "${noted}")

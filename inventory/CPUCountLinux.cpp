@@ -1,5 +1,5 @@
-// Processor probes and the count that rests on them. The probes reach each other through their exported
-// names; what the answers mean is decoded in cpu_decode.cpp.
+// Processor probes and the count that rests on them. The probes reach each other through their
+// exported names; what the answers mean is decoded in cpu_decode.cpp.
 
 #include <orla/inventory.h>
 #include <sys/klog.h>

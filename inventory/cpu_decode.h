@@ -1,4 +1,5 @@
-// What the processor and the kernel say of hyper-threading, decoded from bytes; nothing is asked here.
+// What the processor and the kernel say of hyper-threading, decoded from bytes; nothing is asked
+// here.
 
 #ifndef ORLA_INVENTORY_CPU_DECODE_H
 #define ORLA_INVENTORY_CPU_DECODE_H
@@ -33,7 +34,7 @@ class SiblingsFigure {
  public:
   // `line` is terminated, with or without its line feed. False when the line cannot be used or
   // contradicts an earlier one; the figure is then undefined.
-  bool take(const char *line);
+  [[nodiscard]] bool take(const char *line);
 
   // Of the last line considered; 0 when there was none.
   int value() const { return last_; }

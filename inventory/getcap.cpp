@@ -11,6 +11,7 @@
 #include <cstdio>
 #include <cstring>
 
+#include "base/descriptor.h"
 #include "base/kept_errno.h"
 #include "support/traced_service.h"
 
@@ -41,12 +42,10 @@ orla_status count_processors(const char *trace_name, int *count) {
 }
 
 bool answers_geometry_request(const char *device) {
-  const int descriptor = open(device, O_RDONLY);
-  if (descriptor == -1) return false;
+  const orla::Descriptor disk(open(device, O_RDONLY));
+  if (!disk.is_open()) return false;
   hd_geometry geometry;  // only whether the request succeeds matters
-  const bool answers = ioctl(descriptor, HDIO_GETGEO, &geometry) != -1;
-  close(descriptor);
-  return answers;
+  return ioctl(disk.number(), HDIO_GETGEO, &geometry) != -1;
 }
 
 }  // namespace

@@ -141,8 +141,3 @@ if(NOT DEFINED ENV{SOURCE_DATE_EPOCH})
     COMMAND_ERROR_IS_FATAL ANY)
   set(ENV{SOURCE_DATE_EPOCH} "${timestamp}")
 endif()
-
-# These note the staging folders as if they were the system's; an uninstall must not go by them.
-foreach(component IN LISTS CPACK_COMPONENTS_ALL)
-  file(REMOVE "${CPACK_ORLA_BINARY_DIR}/install_manifest_${component}.txt")
-endforeach()

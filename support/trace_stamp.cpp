@@ -52,8 +52,7 @@ bool keep_zone(Stamp &stamp, const char *zone) {
 
 // Null fields stand for midnight. Quirk: the place after the process id is reserved for a thread
 // number; there is none, so it is never written.
-void put_text(char (&text)[kTextSize], std::uint32_t seconds, std::tm *fields,
-              pid_t process) {
+void put_text(char (&text)[kTextSize], std::uint32_t seconds, std::tm *fields, pid_t process) {
   const auto offset = static_cast<std::uint32_t>(offset_west_of_utc(timezone, fields));
   char *rest = text + date_to_string(text, date_number_from_stamp(seconds - offset));
   const std::tm midnight = {};

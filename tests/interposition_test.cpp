@@ -1,6 +1,6 @@
-// The program stands in for every function of the library's own that the library reaches by its exported
-// name, and sees who calls whom. The list is in man/orla.3; a call that was bound inside the library would
-// be missing here.
+// The program stands in for every function of the library's own that the library reaches by its
+// exported name, and sees who calls whom. The list is in man/orla.3; a call that is bound inside the
+// library is missing here.
 
 #include <dlfcn.h>
 #include <gtest/gtest.h>
@@ -15,7 +15,6 @@
 #include <string>
 #include <utility>
 
-#include "fakes/clock.h"
 #include "kit/captured.h"
 #include "kit/environment.h"
 #include "kit/temp_dir.h"
@@ -108,7 +107,6 @@ STAND_IN(int, string_to_date, (const char *text, std::uint16_t *date), (text, da
 STAND_IN(void, swap, (char *a, char *b), (a, b))
 STAND_IN(std::tm *, tav_gmtime, (const std::time_t *when), (when))
 STAND_IN(std::tm *, tav_localtime, (const std::time_t *when), (when))
-STAND_IN(std::tm *, wek_localtime, (const std::int32_t *stamp), (stamp))
 STAND_IN(std::int32_t, wek_localtime_offset, (void), ())
 STAND_IN(std::int32_t, wek_time_stamp, (void), ())
 STAND_IN(std::uint32_t, wek_time_stamp_local, (void), ())
@@ -151,7 +149,7 @@ void use_time() {
   char text[64];
   std::uint16_t date;
   RUN(wek_gmtime(&stamp));
-  wek_localtime(&stamp);
+  RUN(wek_localtime(&stamp));
   RUN(wek_date_stamp());
   RUN(time_to_string(text, 0));
   RUN(time_to_line(0, text, ""));
@@ -199,8 +197,6 @@ void use_loader() {
 Calls calls_of_everything() {
   const TempDir folder;
   const WithVariable path("K7LOG_PATH", folder.path("trace").c_str());
-  // Where the C library's clock has ended, local time comes from wek_localtime().
-  const ClockPast2038 clock(2208988800);
   orlalib_verbose = 255;
   use_inventory();
   use_loader();
@@ -221,7 +217,7 @@ std::string name_in(const std::string &words) {
   return name;
 }
 
-// The section's list, "called, by whom": an item for each function, and after it those that call it.
+// The list of the section: an item for each function, and after it those that call it.
 Calls calls_in_manual() {
   std::ifstream page(ORLA_MANUAL_PAGE);
   Calls calls;

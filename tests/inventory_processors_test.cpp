@@ -569,9 +569,10 @@ TEST_P(ProcessorEntryPoint, FormatsNothingWithTheSwitchOff) {
 }
 
 TEST(Errno, IsLeftAloneByTheProbesAndTheCount) {
-  const With configured(fake_get_nprocs_conf, [] {
+  int processors = 2;
+  const With configured(fake_get_nprocs_conf, [&] {
     errno = ENOENT;
-    return 2;
+    return processors;
   });
   const Processor processor = hyper_threaded(2);
   const Release release("3.10.0");
@@ -588,6 +589,9 @@ TEST(Errno, IsLeftAloneByTheProbesAndTheCount) {
   count_physical_proc(&count);
   EXPECT_EQ(errno, 4711);
   EXPECT_EQ(count, 2);
+  processors = 0;
+  count_physical_proc(&count);
+  EXPECT_EQ(errno, 4711);
 }
 
 TEST(Errno, TellsWhyACountIsNegative) {

@@ -11,12 +11,12 @@
 #include <cerrno>
 #include <cstdint>
 #include <cstdlib>
-#include <cstring>
 #include <string>
 
 #include "fakes/clock.h"
 #include "kit/environment.h"
 #include "kit/temp_dir.h"
+#include "plain/percent_text.h"
 
 // As the library defines them; <arpa/inet.h>, which declares them otherwise, is not included here.
 extern "C" {
@@ -109,21 +109,6 @@ TEST(LongEveryCount, Of16BitsIsHalvedAsASignedNumber) {
 
 constexpr int kError = EACCES;
 
-// "%%" is one percent sign, "%m" the text of the error; anything else stands as it is.
-std::string expanded(const std::string &format) {
-  std::string text;
-  for (std::size_t i = 0; i < format.size(); ++i) {
-    const std::string pair = format.substr(i, 2);
-    if (pair == "%%" || pair == "%m") {
-      text += pair == "%%" ? "%" : std::strerror(kError);
-      ++i;
-    } else {
-      text += format[i];
-    }
-  }
-  return text;
-}
-
 // A failure shows where the two part, not the megabytes that they are.
 void expect_same(const std::string &got, const std::string &expected) {
   const auto parting = std::mismatch(got.begin(), got.end(), expected.begin(), expected.end());
@@ -156,7 +141,7 @@ TEST(EveryMessage, OfTwoBytesAndEveryPairAfterAPercentSignIsTraced) {
   int round = 0;
   // The file is emptied now and then, so that it is never rotated.
   for_every_message([&](std::string message) {
-    expected += stamp + expanded(message);
+    expected += stamp + plain::percent_text(message, kError);
     errno = kError;
     TavTrace(message.data());
     if (++round % 65536 != 0) return;
@@ -175,7 +160,7 @@ TEST(EveryPrefix, OfTwoBytesAndEveryPairAfterAPercentSignIsPrintedBeforeTheDate)
   std::FILE *stream = open_memstream(&text, &size);
   std::string expected;
   for_every_message([&](const std::string &prefix) {
-    const std::string line = expanded(prefix) + "12/28/1986\n";
+    const std::string line = plain::percent_text(prefix, kError) + "12/28/1986\n";
     expected += line;
     errno = kError;
     ASSERT_EQ(fprint_date_line(stream, 0, prefix.c_str()), static_cast<int>(line.size()));

@@ -93,6 +93,19 @@ TEST(FieldsToDate, EqualsThePlainWayForFarYears) {
   }
 }
 
+TEST(DateNumbers, CompareByTheirDifferenceOf16BitsWithin89Years) {
+  const auto new_year = [](std::int32_t year) {
+    std::uint16_t date = 0;
+    EXPECT_EQ(data_to_date(year - 1900, 1, 1, &date), 1);
+    return date;
+  };
+  for (std::int32_t year = 1970; year + 89 <= 2149; ++year) {
+    EXPECT_GT(static_cast<std::int16_t>(new_year(year + 89) - new_year(year)), 0) << year;
+    EXPECT_LT(static_cast<std::int16_t>(new_year(year) - new_year(year + 89)), 0) << year;
+  }
+  EXPECT_LT(static_cast<std::int16_t>(new_year(2060) - new_year(1970)), 0);  // 90 are too many
+}
+
 TEST(FieldsToDate, TakesTheLargestYearsWithoutOverflow) {
   std::uint16_t date = 0;
   EXPECT_EQ(data_to_date(INT32_MAX - 1900, 1, 1, &date), 1);

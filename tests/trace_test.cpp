@@ -932,6 +932,8 @@ int signal_that_ends(Work work) {
   std::fflush(nullptr);
   const pid_t child = fork();
   if (child == 0) {
+    for (const int signal_number : {SIGPIPE, SIGXFSZ})
+      signal(signal_number, SIG_DFL);  // whoever started the test may ignore them
     work();
     _exit(0);
   }
@@ -975,6 +977,9 @@ TEST_F(TraceFile, Over2GiBIsRotatedOn64BitsAndNamedOn32) {
 }
 
 TEST_F(TraceFile, OfALibraryThatIsClosedMeanwhileLeavesItsDescriptorOpen) {
+#ifdef ORLA_SANITIZED
+  GTEST_SKIP() << "a sanitizer takes the copy's variables for a second definition";
+#endif
   const std::string copy = path("liborla-copy.so");
   std::filesystem::copy_file(ORLA_LIBRARY, copy);
   const int next = dup(STDOUT_FILENO);

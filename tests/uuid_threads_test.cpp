@@ -8,6 +8,7 @@
 #include <latch>
 #include <vector>
 
+#include "fakes/clock.h"
 #include "fakes/interfaces.h"
 #include "kit/at_once.h"
 #include "kit/uuid.h"
@@ -51,6 +52,27 @@ TEST(UuidThreads, TenGenerateEncodeAndDecodeAtOnce) {
   EXPECT_EQ(host.given_back(), host.asked());
 }
 
+// There the kernel is asked in the C library's stead.
+TEST(UuidThreads, GenerateAtOncePast2038) {
+  Interfaces interfaces;
+  interfaces.ipv4(kUp, 0x0A000203);
+  const HostHas host(&interfaces);
+  const ClockPast2038 clock(2208988800, 400000);
+  k7_uuid__t expected;
+  orla_uuid_gen(&expected);
+  EXPECT_EQ(wrong_in_threads(kThreads,
+                             [&](int) {
+                               int wrong = 0;
+                               for (int i = 0; i < kRounds / 10; ++i) {
+                                 k7_uuid__t uuid;
+                                 orla_uuid_gen(&uuid);
+                                 wrong += orla_uuid_equal(&uuid, &expected) == 0;
+                               }
+                               return wrong;
+                             }),
+            0);
+}
+
 // Such texts go to the C library's reader.
 TEST(UuidThreads, DecodeTextsOfOtherFormsAtOnce) {
   EXPECT_EQ(wrong_in_threads(kThreads,
@@ -74,8 +96,8 @@ TEST(UuidThreads, DecodeTextsOfOtherFormsAtOnce) {
             0);
 }
 
-// Each gets another address, and none gets it before all have asked: whichever thread is the first to
-// answer, all end up with one host.
+// Each gets another address, and none gets it before all have asked: whichever thread is the first
+// to answer, all end up with one host.
 TEST(UuidThreads, AgreeOnOneHostWhereTheAddressChangesWhileTheyAsk) {
   std::atomic<std::uint32_t> next = 0x0A000201;
   std::latch all_have_asked(kThreads);

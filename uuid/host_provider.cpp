@@ -14,8 +14,8 @@ namespace {
 
 static_assert(ORLA_UUID_CLASS_IPV4 == AF_INET);
 
-// What the system answered, in one word, so that it is published by a plain store and needs no lock. Two
-// values that are no interface's address stand for the rest.
+// What the system answered, in one word, so that it is published by a plain store and needs no
+// lock. Two values that are no interface's address stand for the rest.
 constexpr std::uint32_t kNotAsked = 0;            // 0.0.0.0
 constexpr std::uint32_t kNoAddress = 0xFFFFFFFF;  // 255.255.255.255
 constinit std::atomic<std::uint32_t> answer = kNotAsked;

@@ -53,8 +53,8 @@ void put_host(k7_uuid__t &uuid, std::uint32_t identifier) {
   std::memcpy(uuid.host, &bytes, sizeof bytes);
 }
 
-// The address of the record stands in for a missing identifier, as its bytes lie in memory: callers
-// rely on it to tell such records apart.
+// Quirk: the address of the record stands in for a missing identifier, as its bytes lie in memory.
+// Callers rely on it to tell such records apart.
 void put_address(k7_uuid__t &uuid) {
   const auto address = static_cast<std::uint32_t>(reinterpret_cast<std::uintptr_t>(&uuid));
   std::memcpy(uuid.host, &address, sizeof address);

@@ -39,7 +39,8 @@ char *put_dotted_byte(char *out, std::uint32_t byte) {
 
 constexpr std::int16_t kNoDigit = -1;
 
-// The value of each hexadecimal digit of either case, moved to the left; kNoDigit for all other characters.
+// The value of each hexadecimal digit of either case, moved to the left; kNoDigit for all other
+// characters.
 constexpr std::array<std::int16_t, 256> make_digit_values(int shift) {
   std::array<std::int16_t, 256> table = {};
   for (std::int16_t &value : table)

@@ -273,7 +273,7 @@ class uuid : public detail::ordered<uuid> {
   std::size_t hash() const noexcept {
     const std::uint64_t mixed =
         key().first * 0x9E3779B97F4A7C15 + key().second * 0xD6E8FEB86659FD93;
-    return static_cast<std::size_t>(mixed << 16 | mixed >> 48);  // the best mixed bits come lowest
+    return (mixed << 16 | mixed >> 48) & SIZE_MAX;  // the best mixed bits come lowest
   }
   /** All 16 bytes as they lie in memory; they compare as orla_uuid_cmp() compares records. */
   struct bits {

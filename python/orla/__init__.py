@@ -1,11 +1,9 @@
-"""orla for Python: every function and variable of liborla.so.1 by its own name, with Python's
-results, and types that are at home here.
+"""orla for Python: the types Uuid, Date and Profile, and every function and variable of
+liborla.so.1 by its own name.
 
-- Uuid, Date and Profile are values and mappings; CountMethod, Registers, LibraryId and Stream serve
-  the functions that take or give them.
-- Results come back as results: numbers, texts, tuples, records. Texts are str, in the encoding of
-  file names; what takes a text takes bytes too.
-- Failures raise an OrlaError; most are ValueError, LookupError or KeyError as well. What C leaves
+- A function returns its results: a number, a text, a tuple. Texts are str, in the encoding of file
+  names; what takes a text takes bytes too.
+- A failure raises an OrlaError; most are a ValueError, LookupError or KeyError as well. What C leaves
   to the caller (a month of 13, a modulus of 0, a record that was freed) is checked.
 - Variables are attributes of the object "variables", such as variables.orlalib_verbose = 255.
 

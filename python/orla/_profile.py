@@ -2,7 +2,9 @@
 
 from __future__ import annotations
 
+import contextlib
 import ctypes
+import fcntl
 import itertools
 import os
 from collections.abc import Iterator, Mapping
@@ -41,7 +43,7 @@ class Profile(Mapping[str, "Section"]):
 
     @classmethod
     def in_force(cls) -> Profile:
-        """The profile that orla_cfg_file() tells, settled at the first call in the process."""
+        """The profile in force, settled at the first call in the process by orla_cfg_file()."""
         return cls(orla_cfg_file()[0])
 
     def section(self, name: str) -> Section:
@@ -81,12 +83,17 @@ class Profile(Mapping[str, "Section"]):
 
 
 class Section(Mapping[str, str]):
-    """A section of a profile file: keys to values. Setting a key rewrites the file; a key cannot
-    be deleted. Letter case of A to Z does not count in keys.
+    """A section of a profile file: keys to values. A key cannot be deleted. Letter case of A to Z
+    does not count in keys.
 
     A look-up finds what the library finds: the value of the first line that begins with the key.
-    So "Port" is found in "PortNumber=77" too, and the lines go on until one is empty, even where
-    the next header comes first. Iteration gives what stands before the first "=" of each line."""
+    So "Port" is found in "PortNumber=77" too, the lines go on until one is empty, even where the
+    next header comes first, and "[Maintenance]" is taken for "[Main]". Iteration gives what
+    stands before the first "=" of each line.
+
+    Setting a key rewrites the file, while other writers that lock it with flock() wait, such as
+    "orla profile set". ProfileValueError, before the file is touched, for what a reader would not
+    get back; ProfileError where the file cannot be written or a reader gets something else."""
 
     def __init__(self, profile: Profile, name: str) -> None:
         self.profile = profile
@@ -108,18 +115,22 @@ class Section(Mapping[str, str]):
         number = orla_cfg_get_private_profile_int(self.name, key, -1, self.profile.path)
         if number == -1:
             raise ProfileValueError(self.profile.path, self.name, key,
-                                    f"{self[key]!r} is not a number of 1 to 5 digits")
+                                    f"no number of 1 to 5 characters, but {self[key]!r}")
         return number
 
     def __setitem__(self, key: str, value: str) -> None:
         place = (self.profile.path, self.name, key)
         if not key:
             raise ProfileValueError(*place, "the key must not be empty")
+        if key.startswith("["):
+            raise ProfileValueError(*place, "the key must not begin with a bracket: a reader could take "
+                                    "its line for a header")
         if "=" in value:
             raise ProfileValueError(*place, "the value must not hold an equals sign: a reader would "
                                     "get only what follows the last one")
-        orla_cfg_write_private_profile_string(self.name, key, value, self.profile.path)
-        found = self._value(key)
+        with _locked(self.profile.path):
+            orla_cfg_write_private_profile_string(self.name, key, value, self.profile.path)
+            found = self._value(key)
         if found != value:
             raise ProfileError(*place, f"{value!r} was written, but a reader gets {found!r}")
 
@@ -131,7 +142,7 @@ class Section(Mapping[str, str]):
             folded = key.lower()
             if not equals:
                 without_value.append(folded)
-            # A line without "=" hides a key that it begins with: no look-up would find it.
+            # Quirk: a line without "=" hides a key that it begins with: no look-up finds it.
             elif key and folded not in seen and not any(each.startswith(folded)
                                                         for each in without_value):
                 seen.add(folded)
@@ -147,8 +158,8 @@ class Section(Mapping[str, str]):
         return orla_cfg_get_private_profile_string(self.name, key, None, self.profile.path)
 
     def _lines(self) -> list[bytes]:
-        # The library's string reader compares as many characters of a header as the name has, so
-        # the name's last one and the bracket do not count.
+        # Quirk: the library's string reader compares as many characters of a header as the name
+        # has, so the name's last one and the bracket do not count.
         name = _folded(self.name)
         header = (b"[" + name)[:len(name)]
         from_header = itertools.dropwhile(lambda line: not line.lower().startswith(header),
@@ -162,6 +173,16 @@ class Section(Mapping[str, str]):
 
 def _folded(name: str) -> bytes:
     return os.fsencode(name).lower()  # of bytes: A to Z alone
+
+
+@contextlib.contextmanager
+def _locked(path: str) -> Iterator[None]:
+    """Keeps out other writers that lock the file. Without a file, or without locks in its file
+    system, nothing is locked."""
+    with contextlib.ExitStack() as stack:
+        with contextlib.suppress(OSError):
+            fcntl.flock(stack.enter_context(open(path, "rb")), fcntl.LOCK_EX)
+        yield
 
 
 def orla_cfg_get_private_profile_int(section: Text, key: Text, fallback: int, path: Text) -> int:

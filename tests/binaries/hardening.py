@@ -48,7 +48,8 @@ def faults_of_file(readelf, path, is_library):
     if "TEXTREL" in dynamic:
         yield "code is relocated"
     if is_library and not fortified <= MAY_BE_FORTIFIED:
-        yield f"calls by other names than the plain ones: {sorted(fortified - MAY_BE_FORTIFIED)}"
+        yield (f"calls by other names than the plain ones: {sorted(fortified - MAY_BE_FORTIFIED)}; "
+               "the unit that does so must be compiled with -U_FORTIFY_SOURCE")
     # The companion has neither a buffer to guard nor a copy to check.
     if "liborlanode" not in path and "__stack_chk_fail" not in undefined:
         yield "stacks are not guarded"

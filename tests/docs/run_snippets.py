@@ -1,14 +1,14 @@
 #!/usr/bin/env python3
 """Compiles and runs the programs of a document and compares what they print with what it says.
 
-    run_snippets.py [--python PYTHON] DOCUMENT LIBRARY-FOLDER TOOL COMPILER [FLAG...]
+    run_snippets.py [--python PYTHON] --cxx COMMAND DOCUMENT LIBRARY-FOLDER TOOL COMPILER [FLAG...]
 
-A block ```c or ```python is a whole program. Programs that follow one another do the same in other
+A block ```c, ```cpp or ```python is a whole program. Programs that follow one another do the same in other
 languages; the next ```text block is what each of them prints; "..." there stands for any text. A
 block ```ini NAME is a file that each program below it finds in its folder. A block ```console holds
 commands after "$ " and, below each, what it prints. A program without a ```text block must end with
-success. Every C program of the document is run, and with --python, an interpreter that can load
-the library, every Python program; a document without a program fails.
+success. Every C and C++ program of the document is run, and with --python, an interpreter that can
+load the library, every Python program; a document without a program fails.
 """
 
 import argparse
@@ -45,7 +45,7 @@ class Document:
         self.environment = environment(options.library_folder)
         self.link = [f"-L{options.library_folder}", "-lorla"]
         self.tool = options.tool
-        self.compile_command = options.compile_command
+        self.compilers = {"c": options.compile_command, "cpp": shlex.split(options.cxx)}
         self.python = options.python
         self.files = {}
         self.programs = 0
@@ -55,8 +55,8 @@ class Document:
         for place, (kind, name, content) in enumerate(self.blocks):
             if kind == "ini":
                 self.files[name] = content
-            elif kind == "c":
-                self.run_program(content, self.expected_at(place))
+            elif kind in self.compilers:
+                self.run_program(kind, content, self.expected_at(place))
             elif kind == "python" and self.python:
                 self.programs += 1
                 self.restore_files()
@@ -74,13 +74,13 @@ class Document:
         for name, content in self.files.items():
             (self.folder / name).write_text(content)
 
-    def run_program(self, source, expected):
+    def run_program(self, kind, source, expected):
         self.programs += 1
         self.restore_files()
-        file = self.folder / f"program{self.programs}.c"
+        file = self.folder / f"program{self.programs}.{kind}"
         program = file.with_suffix("")
         file.write_text(source)
-        built = subprocess.run([*self.compile_command, str(file), *self.link, "-o", str(program)],
+        built = subprocess.run([*self.compilers[kind], str(file), *self.link, "-o", str(program)],
                                capture_output=True, text=True, check=False)
         if built.returncode != 0 or built.stderr:
             self.failures.append(f"{source}\ndoes not compile without a word:\n{built.stderr}")
@@ -106,6 +106,7 @@ class Document:
 def main():
     parser = argparse.ArgumentParser()
     parser.add_argument("--python")
+    parser.add_argument("--cxx", required=True)
     parser.add_argument("document")
     parser.add_argument("library_folder")
     parser.add_argument("tool")

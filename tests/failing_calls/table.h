@@ -1,10 +1,10 @@
-// What comes of every exported function when a call that it makes of the C library fails: every call, at
-// every place.
+// What every exported function does when a call that it makes of the C library fails: every call,
+// at every place.
 //
-// A function has a case, or several where it goes several ways. A case says what comes of it as long as
-// nothing fails, and lists all the calls made on that way: with which error numbers each is made to fail,
-// and what comes of it when it fails the first time it is made, the second time, and so on. What is kept
-// although it should have been given back would stand after it: ", keeps 1 descriptor".
+// A function has a case, or several where it goes several ways. A case gives the outcome as long as
+// nothing fails, and lists all the calls made on that way: with which error numbers each is made to
+// fail, and the outcome when it fails the first time it is made, the second time, and so on. What
+// is kept although it should have been given back follows the outcome: ", keeps 1 descriptor".
 
 #ifndef ORLA_TESTS_FAILING_CALLS_TABLE_H
 #define ORLA_TESTS_FAILING_CALLS_TABLE_H

@@ -110,7 +110,8 @@ def symbols(folder):
 
 
 class FreshRoot:
-    """A system that holds the C and C++ libraries of this one, and a package database that says so."""
+    """A system that holds the C and C++ libraries of this one, and a package database that says
+    so."""
 
     def __init__(self, folder, architectures):
         self.folder = folder
@@ -151,7 +152,8 @@ class FreshRoot:
                    "--path-include=/usr/share/*", *arguments, env=ADMINISTRATOR, **options)
 
     def copy_libraries(self, program, architecture):
-        """The loader to where the program asks for it, the libraries to where packages have them."""
+        """The loader to where the program asks for it, the libraries to where packages have
+        them."""
         said = run("ldd", program)
         loader = re.search(r"^\s(/\S+) \(0x", said, re.MULTILINE)[1]
         copies = [(loader, loader)]

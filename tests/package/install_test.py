@@ -49,7 +49,7 @@ class Paths:
 def move_manifests(source, target):
     """What is noted of installations that somebody made from the build folder is kept for them."""
     target.mkdir(parents=True, exist_ok=True)
-    for path in source.glob("install_manifest*.txt"):
+    for path in source.glob("installed.txt"):
         path.replace(target / path.name)
 
 
@@ -110,7 +110,7 @@ def install(options):
         library / "cmake/orla/orlaTargets.cmake", library / "pkgconfig/orla.pc", "bin/orla",
         "share/doc/orla/LICENSE", "share/doc/orla/guide.md", "share/doc/orla/json.md",
         "share/doc/orla/quirks.md")}
-    expected |= {f"include/orla/{header.name}" for header in options.source.glob("include/orla/*.h")}
+    expected |= {f"include/orla/{header.name}" for header in options.source.glob("include/orla/*.h*")}
     missing = expected - files_of(paths.prefix)
     check(not missing, f"not installed: {sorted(missing)}")
     check(os.readlink(paths.prefix / library / "liborla.so") == "liborla.so.1",
@@ -180,6 +180,23 @@ def pkg_config(options):
     build_by_pkg_config(options, paths.prefix, empty_folder(paths.scratch / "pkg_config"))
 
 
+@case
+def meson(options):
+    """Meson finds the installation by pkg-config, for C and for C++."""
+    paths = Paths(options)
+    source = empty_folder(options.scratch / "meson")
+    files = [pathlib.Path(__file__).parent / "meson_consumer/meson.build",
+             options.source / "examples/host_report.c", options.source / "examples/find_symbol.cpp"]
+    for file in files:
+        shutil.copy(file, source)
+    variables = {**os.environ, "CC": options.cc, "CFLAGS": options.cflags, "CXX": options.cxx,
+                 "CXXFLAGS": options.cxxflags,
+                 "PKG_CONFIG_LIBDIR": str(paths.prefix / options.libdir / "pkgconfig")}
+    run("meson", "setup", source / "build", source, env=variables)
+    run("meson", "compile", "-C", source / "build", env=variables)
+    run_examples(source / "build", {"LD_LIBRARY_PATH": str(paths.prefix / options.libdir)})
+
+
 def build_from_source(options, by):
     """orla as a part of a product, which installs it with its own, here into lib32."""
     build = empty_folder(options.scratch.parent / by)
@@ -219,10 +236,15 @@ def uninstall_all_but_files_of_others(options):
     paths = Paths(options)
     kept = paths.prefix / "include/orla/of_another_product.h"
     kept.touch()
+    # As another version puts it over ours.
+    changed = paths.prefix / "include/orla/orla.h"
+    changed.write_text("#include <orla/of_another_product.h>\n", encoding="ascii")
     run("cmake", "--build", options.build, "--target", "uninstall")
     left = files_of(paths.prefix)
-    check(left == {"include/orla/of_another_product.h"}, f"left behind: {sorted(left)}")
+    check(left == {f"include/orla/{path.name}" for path in (kept, changed)},
+          f"left behind: {sorted(left)}")
     kept.unlink()
+    changed.unlink()
     kept.parent.rmdir()
     folders = [path for path in paths.prefix.rglob("*") if path.name == "orla"]
     check(not folders, f"empty folders of ours left behind: {folders}")

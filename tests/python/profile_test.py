@@ -189,7 +189,7 @@ class Writing(ProfileCase):
 
     def test_what_would_not_be_found_again_is_refused(self):
         self.holding(FILE)
-        for key, value in (("", "v"), ("K", "a=b")):
+        for key, value in (("", "v"), ("K", "a=b"), ("[Other", "v")):
             with self.assertRaises(orla.ProfileValueError) as raised:
                 self.profile["Main"][key] = value
             self.assert_says_where(raised.exception, "Main", key)
@@ -200,6 +200,17 @@ class Writing(ProfileCase):
         with self.assertRaises(orla.ProfileError) as raised:
             self.profile["Main"]["Port"] = "7"
         self.assert_says_where(raised.exception, "Main", "Port")
+
+    def test_writers_at_the_same_time_lose_nothing(self):
+        self.holding(b"[Main]\n")
+        code = ("import orla, sys\nfor number in range(40):\n"
+                "  main = orla.Profile(sys.argv[1]).section('Main')\n"
+                "  main[f'{sys.argv[2]}{number:02}'] = str(number)")
+        writers = [subprocess.Popen([sys.executable, "-B", "-c", code, self.file, name])
+                   for name in ("A", "B", "C")]
+        self.assertEqual([writer.wait() for writer in writers], [0, 0, 0])
+        self.assertEqual(sorted(self.profile["Main"]), [f"{name}{number:02}" for name in "ABC"
+                                                        for number in range(40)])
 
     def test_a_file_that_cannot_be_written_is_an_error(self):
         profile = orla.Profile(self.file.parent)
