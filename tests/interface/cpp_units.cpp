@@ -3,11 +3,11 @@
 
 #ifdef SECOND_UNIT
 #include <arpa/inet.h>
-#include <orla/orla.hpp>
-#else
-#include <orla/orla.hpp>
-#include <arpa/inet.h>
 #endif
+
+#include <orla/orla.hpp>
+
+#include <arpa/inet.h>
 
 #include <unordered_map>
 #include <vector>
