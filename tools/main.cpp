@@ -36,8 +36,10 @@ const CLI::App &innermost(const CLI::App &program) {
 
 // Such as "orla profile get".
 std::string path_of(const CLI::App &app) {
-  return app.get_parent() == nullptr ? app.get_name()
-                                     : path_of(*app.get_parent()) + " " + app.get_name();
+  std::string path = app.get_name();
+  for (const CLI::App *above = app.get_parent(); above != nullptr; above = above->get_parent())
+    path = above->get_name() + " " + path;
+  return path;
 }
 
 // What was given and has no meaning here, if anything: first of all an option, as a word after it
