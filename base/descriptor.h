@@ -20,7 +20,8 @@ class Descriptor {
   [[nodiscard]] bool is_open() const { return number_ >= 0; }
   [[nodiscard]] int number() const { return number_; }
 
-  // Closes it now. False, with `errno` set, when the system reports that what was written may be lost.
+  // Closes it now. False, with `errno` set, when the system reports that what was written may be
+  // lost.
   [[nodiscard]] bool close();
 
  private:
@@ -30,8 +31,8 @@ class Descriptor {
 // Opens a file of any size. Returns the descriptor, or -1 with `errno` set.
 [[nodiscard]] int open_for_reading(const char *path);
 
-// Writes `text`, and goes on after a signal. Returns how many bytes the system took: fewer than all, with
-// `errno` set, when it takes no more.
+// Writes `text`, and goes on after a signal. Returns how many bytes the system took: fewer than
+// all, with `errno` set, when it takes no more.
 [[nodiscard]] std::size_t write_all(int descriptor, std::string_view text);
 
 }  // namespace orla

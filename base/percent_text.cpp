@@ -8,7 +8,7 @@
 namespace orla {
 namespace {
 
-// Appends within a bound and counts what it was given, so that the first pass tells the size needed.
+// Appends within a bound and counts what it was given: the first pass tells the size needed.
 class Appender {
  public:
   Appender(char *out, std::size_t room) : out_(out), room_(room) {}
@@ -73,10 +73,6 @@ PercentText::PercentText(const char *head, const char *format, const char *tail)
 
 PercentText::~PercentText() {
   if (data_ != in_place_) std::free(data_);
-}
-
-int PercentText::write(std::FILE *stream) const {
-  return std::fwrite(data_, 1, size_, stream) == size_ ? static_cast<int>(size_) : -1;
 }
 
 }  // namespace orla

@@ -1,6 +1,6 @@
 // Date text and the calendar, beside a copy of the text and what the C and C++ libraries offer.
 
-#include <orla/time.h>
+#include <orla/orla.hpp>
 
 #include <chrono>
 #include <cstring>
@@ -62,9 +62,7 @@ void text_rows() {
 }
 
 void field_rows() {
-  using std::chrono::day;
   using std::chrono::days;
-  using std::chrono::month;
   using std::chrono::sys_days;
   using std::chrono::year;
   using std::chrono::year_month_day;
@@ -83,10 +81,22 @@ void field_rows() {
                      data_to_date(years, 12, 31, &date);
                      bench::keep(date);
                    }));
-  from_fields.peer("std::chrono, inline", bench::repeat([] {
-                     int years = 2007;
-                     bench::keep(years);
-                     bench::keep(sys_days(year(years) / month(12) / day(31)).time_since_epoch());
+  // Fields that the compiler knows nothing of, as a caller's are.
+  static int fields[] = {2007, 12, 31};
+  from_fields.ours("orla.hpp, inline", bench::repeat([] {
+                     bench::keep(fields);
+                     const auto number = orla::date::from_fields(fields[0], fields[1], fields[2]);
+                     if (number) bench::keep(*number);
+                   }));
+  from_fields.peer("std::chrono with ok(), inline", bench::repeat([] {
+                     bench::keep(fields);
+                     const auto given = year(fields[0]) / fields[1] / fields[2];
+                     if (given.ok()) bench::keep(sys_days(given).time_since_epoch());
+                   }));
+  from_fields.peer("std::chrono, unchecked, inline", bench::repeat([] {
+                     bench::keep(fields);
+                     const auto given = year(fields[0]) / fields[1] / fields[2];
+                     bench::keep(sys_days(given).time_since_epoch());
                    }));
 }
 

@@ -1,7 +1,7 @@
 // UUIDs, beside the clock alone, copies of the same bytes, and formatted output and input.
 
-#include <orla/uuid.h>
 #include <sys/time.h>
+#include <orla/orla.hpp>
 
 #include <cstdio>
 #include <cstring>
@@ -14,6 +14,8 @@ const char kText[] = "d0f7b2fc0064.82.0a.00.02.03.00.00.00";
 k7_uuid__t record = {0xD0F7B2FC, 0x0064, 0, 0x82, {0x0A, 0x00, 0x02, 0x03, 0, 0, 0}};
 // Differs in its last byte alone, so that every field is looked at.
 k7_uuid__t other = {0xD0F7B2FC, 0x0064, 0, 0x82, {0x0A, 0x00, 0x02, 0x03, 0, 0, 1}};
+orla::uuid inline_record(record);
+orla::uuid inline_other(other);
 k7_uuid__t made;
 char text[ORLA_UUID_TEXT_SIZE];
 
@@ -95,11 +97,24 @@ const bench::Rows rows([] {
   compare.floor("memcmp of 16 bytes",
                 on_records([] { return std::memcmp(&record, &other, sizeof record); }));
   compare.ours("orla_uuid_cmp", on_records([] { return orla_uuid_cmp(&record, &other); }));
+  compare.ours("orla.hpp: <, inline", bench::repeat([] {
+                 bench::keep(inline_record);
+                 bench::keep(inline_other);
+                 bench::keep_result(inline_record < inline_other);
+               }));
 
   bench::Table hash("UUID: hash");
   hash.floor("an empty call", bench::empty_call());
   hash.floor("fold, inline", on_records(fold_inline));
   hash.ours("orla_uuid_hash, 101 buckets", on_records([] { return orla_uuid_hash(&record, 101); }));
+  hash.ours("orla.hpp: 101 buckets, inline", bench::repeat([] {
+              bench::keep(inline_record);
+              bench::keep_result(inline_record.bucket(101));
+            }));
+  hash.ours("orla.hpp: std::hash, inline", bench::repeat([] {
+              bench::keep(inline_record);
+              bench::keep_result(std::hash<orla::uuid>()(inline_record));
+            }));
 });
 
 }  // namespace

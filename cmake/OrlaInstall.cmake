@@ -1,6 +1,6 @@
 # What an installation holds, in three components: "runtime" for programs that were built already,
-# "development" for building them, "tools" for people; and "documentation", which packages arrange
-# in a way of their own.
+# "development" for building them, "tools" for people; "documentation", which packages arrange in a
+# way of their own; and "python", which is for the packages alone.
 
 include(CMakePackageConfigHelpers)
 
@@ -25,7 +25,7 @@ endif()
 
 install(DIRECTORY "${PROJECT_SOURCE_DIR}/include/orla"
   DESTINATION "${CMAKE_INSTALL_INCLUDEDIR}" COMPONENT development
-  FILES_MATCHING PATTERN "*.h")
+  FILES_MATCHING PATTERN "*.h" PATTERN "*.hpp")
 
 install(EXPORT orlaTargets
   NAMESPACE orla::
@@ -65,11 +65,16 @@ install(FILES
     "${PROJECT_SOURCE_DIR}/docs/quirks.md"
   DESTINATION "${CMAKE_INSTALL_DOCDIR}" COMPONENT documentation)
 install(FILES
+    "${PROJECT_SOURCE_DIR}/examples/date_report.py"
     "${PROJECT_SOURCE_DIR}/examples/find_symbol.cpp"
     "${PROJECT_SOURCE_DIR}/examples/host_report.c"
-    "${PROJECT_SOURCE_DIR}/examples/python/date_report.py"
-    "${PROJECT_SOURCE_DIR}/examples/python/orla.py"
   DESTINATION "${CMAKE_INSTALL_DOCDIR}/examples" COMPONENT documentation)
+
+# For the Debian package, where all versions of Python look. Elsewhere pip installs the package, into
+# the folder of its own Python.
+install(DIRECTORY "${PROJECT_SOURCE_DIR}/python/orla"
+  DESTINATION lib/python3/dist-packages COMPONENT python EXCLUDE_FROM_ALL
+  FILES_MATCHING PATTERN "*.py" PATTERN py.typed PATTERN __pycache__ EXCLUDE)
 
 if(PROJECT_IS_TOP_LEVEL)
   # All that is installed, without tests. Who adds files to an installation makes it depend on them.

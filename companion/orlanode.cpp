@@ -1,6 +1,6 @@
 // The companion library that gives the node's name: the host's own, as the kernel has it.
 //
-// Another library of the same name and with the same function may stand in its place.
+// Another library of the same name, with the same function, may be installed instead.
 
 #include <orla/names.h>
 #include <sys/utsname.h>

@@ -1,45 +1,36 @@
-// Three families from C++: tokens, loader and trace writer.
+// Opens a library and looks for a symbol in it, both named in double quotes:
 //
-//     find_symbol '"libc.so.6" "getenv"' opens the library named first and looks up the symbol named second.
+//     find_symbol '"libc.so.6" "getenv"'
 //
-//     c++ find_symbol.cpp -lorla
+// Four families through the header for C++17 and later: tokens, loader, trace writer and calendar.
+//
+//     c++ -std=c++17 find_symbol.cpp $(pkg-config --cflags --libs orla) -o find_symbol
 
-#include <orla/loader.h>
-#include <orla/token.h>
-#include <orla/trace.h>
+#include <orla/orla.hpp>
 
 #include <cstdio>
-#include <memory>
-
-struct FreeId {
-  void operator()(orla_library_id *id) const { orla_slnk_free_library_id(id); }
-};
+#include <vector>
 
 int main(int argc, char **argv) {
-  const char *line = argc > 1 ? argv[1] : R"("libc.so.6" "getenv")";
-  char library[240];
-  char symbol[80];
-  line = get_first_delimited_token_in_string(line, '"', library, sizeof library);
-  if (line == nullptr ||
-      get_first_delimited_token_in_string(line, '"', symbol, sizeof symbol) == nullptr) {
+  // The tokens are views of the line; whoever needs a terminator makes strings of them.
+  const orla::tokens quoted(argc > 1 ? argv[1] : R"("libc.so.6" "getenv")", '"');
+  const std::vector<std::string> names(quoted.begin(), quoted.end());
+  if (names.size() != 2) {
     std::fprintf(stderr, "Give two names in double quotes.\n");
     return 2;
   }
 
-  const std::unique_ptr<orla_library_id, FreeId> id(orla_slnk_allocate_library_id());
-  orla_status status;
-  orla_slnk_load_library(library, id.get(), &status);
-  if (status != 0) {
-    std::fprintf(stderr, "%s does not open; K7LIB_VERB=y traces the reason.\n", library);
+  // What may fail says so by its value. The library is closed where the object ends.
+  const orla::library library(names[0]);
+  if (!library) {
+    std::fprintf(stderr, "%s\n", library.error().c_str());
     return 1;
   }
-  const bool found = orla_slnk_get_proc_addr(id.get(), symbol, &status) != nullptr;
-  if (orlalib_verbose != 0) {
-    std::snprintf(statuslog, sizeof statuslog, "%s: %s\n", symbol, found ? "found" : "missing");
-    TavTrace(statuslog);
-    statuslog[0] = '\0';
-  }
-  std::printf("%s is %s\n", symbol, found ? "there" : "missing");
-  orla_slnk_free_library(id.get());
+  const bool found = library.symbol<void()>(names[1]) != nullptr;
+
+  // Formats nothing unless tracing is on.
+  orla::tracef("%s: %s on %s", names[1].c_str(), found ? "found" : "missing",
+               orla::date::today().iso_text().c_str());
+  std::printf("%s is %s\n", names[1].c_str(), found ? "there" : "missing");
   return found ? 0 : 1;
 }

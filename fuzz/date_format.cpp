@@ -7,12 +7,12 @@
 #include "kit/agree.h"
 #include "kit/block.h"
 #include "kit/input.h"
-#include "kit/plain_date_format.h"
 #include "kit/target.h"
+#include "plain/date.h"
 
 int LLVMFuzzerTestOneInput(const std::uint8_t *data, std::size_t size) {
   const std::string format = Input(data, size).text();
-  const std::string expected = plain_date_format(format);
+  const std::string expected = plain::date_format(format);
   Block numeric(expected.size() + 1);
   k7_date_format(Text(format), numeric.data());
   agree("numeric format", numeric.bytes(), expected + '\0');

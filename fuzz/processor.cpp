@@ -11,6 +11,7 @@
 #include "fakes/host.h"
 #include "kit/agree.h"
 #include "kit/target.h"
+#include "plain/processors.h"
 
 namespace {
 
@@ -19,14 +20,6 @@ struct Leaves {
   std::uint32_t eax;
   std::uint32_t ebx;
 };
-
-int figure_plainly(const std::string &bytes) {
-  const std::string vendor = bytes.substr(0, 12);
-  const int family = bytes[13] & 0xF;
-  const int logical_processors = static_cast<unsigned char>(bytes[18]);
-  if (vendor != "GenuineIntel" || family != 15 || logical_processors == 1) return 0;
-  return logical_processors;
-}
 
 }  // namespace
 
@@ -43,6 +36,7 @@ int LLVMFuzzerTestOneInput(const std::uint8_t *data, std::size_t size) {
     *edx = leaf == 0 ? leaves.vendor[1] : 0;
   });
   agree("logical processors per package", HTSupported(),
-        figure_plainly({reinterpret_cast<const char *>(data), sizeof leaves}));
+        plain::logical_processors({reinterpret_cast<const char *>(data), sizeof leaves.vendor},
+                                  leaves.eax, leaves.ebx));
   return 0;
 }

@@ -9,8 +9,8 @@
 #include "kit/agree.h"
 #include "kit/block.h"
 #include "kit/input.h"
-#include "kit/plain_profile.h"
 #include "kit/target.h"
+#include "plain/profile.h"
 
 int LLVMFuzzerTestOneInput(const std::uint8_t *data, std::size_t size) {
   std::string file = Input(data, size).bytes();

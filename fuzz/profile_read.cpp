@@ -14,8 +14,8 @@
 #include "kit/input.h"
 #include "kit/memory_file.h"
 #include "kit/padding.h"
-#include "kit/plain_profile.h"
 #include "kit/target.h"
+#include "plain/profile.h"
 
 namespace {
 

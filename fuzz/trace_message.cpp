@@ -9,7 +9,6 @@
 #include <cerrno>
 #include <cstdio>
 #include <cstdlib>
-#include <cstring>
 #include <string>
 
 #include "fakes/clock.h"
@@ -18,6 +17,7 @@
 #include "kit/input.h"
 #include "kit/memory_file.h"
 #include "kit/target.h"
+#include "plain/percent_text.h"
 
 namespace {
 
@@ -36,26 +36,12 @@ bool switch_on() {
 
 std::string stamp() { return "02/03/2007 14:05:07 " + std::to_string(getpid()) + " "; }
 
-std::string expand_plainly(const std::string &format, int error) {
-  std::string text;
-  for (std::size_t i = 0; i < format.size(); ++i) {
-    const char next = i + 1 < format.size() ? format[i + 1] : '\0';
-    if (format[i] != '%' || (next != '%' && next != 'm')) {
-      text += format[i];
-      continue;
-    }
-    text += next == '%' ? "%" : std::strerror(error);
-    ++i;
-  }
-  return text;
-}
-
 void check_trace(const std::string &message, int error) {
   trace.put("");
   Text text(message);
   errno = error;
   TavTrace(text.data());
-  agree("trace line", trace.get(), stamp() + expand_plainly(message, error));
+  agree("trace line", trace.get(), stamp() + plain::percent_text(message, error));
 }
 
 void check_date_line(const std::string &prefix, std::uint16_t date, int error) {
@@ -68,7 +54,7 @@ void check_date_line(const std::string &prefix, std::uint16_t date, int error) {
   std::fclose(stream);
   char day[ORLA_DATE_TEXT_SIZE];
   date_to_string(day, date);
-  const std::string expected = expand_plainly(prefix, error) + day + "\n";
+  const std::string expected = plain::percent_text(prefix, error) + day + "\n";
   agree("date line", std::string(written, size), expected);
   agree("result", result, static_cast<int>(expected.size()));
   std::free(written);

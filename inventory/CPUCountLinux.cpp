@@ -1,15 +1,17 @@
-// Processor probes and the count that rests on them. The probes reach each other through their exported
-// names; what the answers mean is decoded in cpu_decode.cpp.
+// Processor probes and the count that rests on them. The probes reach each other through their
+// exported names; what the answers mean is decoded in cpu_decode.cpp.
 
 #include <orla/inventory.h>
 #include <sys/klog.h>
 #include <sys/sysinfo.h>
 #include <sys/utsname.h>
 
+#include <cerrno>
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
 
+#include "base/kept_errno.h"
 #include "inventory/cpu_decode.h"
 
 namespace {
@@ -39,23 +41,36 @@ int figure_from_kernel_log() {
   const int length = klogctl(kReadWholeLog, log, sizeof log);
   if (length < 0) {
     std::perror("klogctl");
-    std::exit(1);  // the caller gets no return: kept
+    std::exit(1);  // Quirk: the caller gets no return.
   }
   return orla::count_sibling_maps({log, static_cast<std::size_t>(length)});
+}
+
+// Leaves `errno` alone, unless the count is negative: then it tells why.
+int configured_processors() {
+  const int error = errno;
+  const int configured = get_nprocs_conf();
+  if (configured >= 0) errno = error;
+  return configured;
+}
+
+orla_count_method count_method(int configured, int per_package) {
+  if (per_package == 0) return ORLA_COUNT_NO_HYPER_THREADING;
+  const int kernel_figure = ht_os_cpus();
+  if (kernel_figure == 0) return ORLA_COUNT_NO_KERNEL_FIGURE;
+  if (kernel_figure == 1 || kernel_figure != configured) return ORLA_COUNT_UNUSABLE_KERNEL_FIGURE;
+  return ORLA_COUNT_PACKAGES;
 }
 
 }  // namespace
 
 std::uint32_t count_physical_proc(int *count) noexcept {
-  const int configured = get_nprocs_conf();
-  *count = configured;
+  const int configured = configured_processors();
   const int per_package = HTSupported();
-  if (per_package == 0) return ORLA_COUNT_NO_HYPER_THREADING;
-  const int kernel_figure = ht_os_cpus();
-  if (kernel_figure == 0) return ORLA_COUNT_NO_KERNEL_FIGURE;
-  if (kernel_figure == 1 || kernel_figure != configured) return ORLA_COUNT_UNUSABLE_KERNEL_FIGURE;
-  *count = kernel_figure / per_package;
-  return ORLA_COUNT_PACKAGES;
+  const orla_count_method method = count_method(configured, per_package);
+  // Stored after the last probe: one that ends the process leaves the caller's count as it was.
+  *count = method == ORLA_COUNT_PACKAGES ? configured / per_package : configured;
+  return method;
 }
 
 int HTSupported() noexcept {
@@ -71,6 +86,7 @@ int HTSupported() noexcept {
 }
 
 int ht_os_cpus() noexcept {
+  const orla::KeptErrno kept_errno;
   utsname host;
   if (uname(&host) != 0) return kKernelFailed;
   const std::string_view release(host.release, strnlen(host.release, sizeof host.release));

@@ -26,8 +26,8 @@ class ReleaseReader {
       rest_.remove_prefix(1);
   }
 
-  // Takes the digits at the front, none being 0, and the separator behind them. False when there is no
-  // separator. A number beyond an int is the largest int.
+  // Takes the digits at the front, none being 0, and the separator after them. False when there is
+  // no separator. A number beyond an int is the largest int.
   bool take_number(int &number) {
     constexpr int kLargest = std::numeric_limits<int>::max();
     number = 0;
@@ -57,7 +57,7 @@ int logical_processors_per_package(std::uint32_t eax, std::uint32_t ebx) {
   return count == 1 ? 0 : count;
 }
 
-// Each field is tested by itself, so that 2.2.19 counts as newer than 2.4.18: kept.
+// Quirk: each field is tested by itself, so that 2.2.19 counts as newer than 2.4.18.
 FigureSource figure_source(std::string_view release) {
   ReleaseReader reader(release);
   int number;
@@ -84,7 +84,8 @@ bool SiblingsFigure::take(const char *line) {
   return true;
 }
 
-// A priority prefix ("<6>") at a line's start needs no stepping over: no occurrence can begin in it.
+// A priority prefix ("<6>") at a line's start needs no stepping over: no occurrence can begin in
+// it.
 int count_sibling_maps(std::string_view log) {
   constexpr std::string_view kMap = "cpu_sibling_map[";
   int count = 0;

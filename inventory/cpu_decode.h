@@ -1,4 +1,5 @@
-// What the processor and the kernel say of hyper-threading, decoded from bytes; nothing is asked here.
+// What the processor and the kernel say of hyper-threading, decoded from bytes; nothing is asked
+// here.
 
 #ifndef ORLA_INVENTORY_CPU_DECODE_H
 #define ORLA_INVENTORY_CPU_DECODE_H
@@ -8,7 +9,7 @@
 
 namespace orla {
 
-// The registers behind `cpuid` leaf 0 hold the vendor text in EBX, EDX and ECX, in that order.
+// The registers after `cpuid` leaf 0 hold the vendor text in EBX, EDX and ECX, in that order.
 bool is_genuine_intel(std::uint32_t ebx, std::uint32_t edx, std::uint32_t ecx);
 
 // From `cpuid` leaf 1 of an Intel processor: 2 to 255, or 0 when it is not of family 15 or has one
@@ -16,7 +17,7 @@ bool is_genuine_intel(std::uint32_t ebx, std::uint32_t edx, std::uint32_t ecx);
 int logical_processors_per_package(std::uint32_t eax, std::uint32_t ebx);
 
 enum class FigureSource {
-  kUnusable,  // the release breaks off behind a number
+  kUnusable,  // the release ends after a number
   kCpuinfo,
   kKernelLog
 };
@@ -33,7 +34,7 @@ class SiblingsFigure {
  public:
   // `line` is terminated, with or without its line feed. False when the line cannot be used or
   // contradicts an earlier one; the figure is then undefined.
-  bool take(const char *line);
+  [[nodiscard]] bool take(const char *line);
 
   // Of the last line considered; 0 when there was none.
   int value() const { return last_; }

@@ -11,6 +11,8 @@
 #include <cstdio>
 #include <cstring>
 
+#include "base/descriptor.h"
+#include "base/kept_errno.h"
 #include "support/traced_service.h"
 
 namespace {
@@ -27,6 +29,7 @@ orla_status fail(const orla::TracedService &service, const char *detail) {
 }
 
 orla_status count_processors(const char *trace_name, int *count) {
+  const orla::KeptErrno kept_errno;
   const orla::TracedService service(trace_name);
   if (count == nullptr) return fail(service, kNullPointer);
   count_physical_proc(count);
@@ -39,12 +42,10 @@ orla_status count_processors(const char *trace_name, int *count) {
 }
 
 bool answers_geometry_request(const char *device) {
-  const int descriptor = open(device, O_RDONLY);
-  if (descriptor == -1) return false;
+  const orla::Descriptor disk(open(device, O_RDONLY));
+  if (!disk.is_open()) return false;
   hd_geometry geometry;  // only whether the request succeeds matters
-  const bool answers = ioctl(descriptor, HDIO_GETGEO, &geometry) != -1;
-  close(descriptor);
-  return answers;
+  return ioctl(disk.number(), HDIO_GETGEO, &geometry) != -1;
 }
 
 }  // namespace
@@ -58,24 +59,26 @@ orla_status tavGetConfigProcs(int *count) noexcept {
 }
 
 orla_status tavGetMemorySize(int *size) noexcept {
+  const orla::KeptErrno kept_errno;
   const orla::TracedService service("tavGetMemorySize()");
   if (size == nullptr) return fail(service, kNullPointer);
   struct sysinfo host;
   if (sysinfo(&host) != 0) return fail(service, "sysinfo failed.");
-  // The memory unit is not applied: the total is taken as a count of bytes. Callers rely on it.
+  // Quirk: the memory unit is not applied; the total is taken for a count of bytes.
   *size = static_cast<int>(host.totalram >> 20);
   return service.exit(kSuccess);
 }
 
 orla_status tavGetDisks(unsigned *count) noexcept {
-  const orla::TracedService service("tavGetDisks");  // without parentheses, as it always was
+  const orla::KeptErrno kept_errno;
+  const orla::TracedService service("tavGetDisks");  // Quirk: no parentheses.
   if (count == nullptr) return fail(service, kNullPointer);
   if (geteuid() != 0) return fail(service, "geteuid failed -> you aren't root.");
   *count = 0;
   char device[] = "/dev/hda";
   for (const char kind : kDeviceKinds) {
     device[5] = kind;
-    // The drive letter stops at y: z has never been probed.
+    // Quirk: the drive letter stops at y; z is never probed.
     for (char letter = 'a'; letter <= 'y'; ++letter) {
       device[7] = letter;
       if (answers_geometry_request(device)) ++*count;

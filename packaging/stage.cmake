@@ -112,6 +112,20 @@ if(IS_DIRECTORY "${zsh}/site-functions")
   file(RENAME "${zsh}/site-functions" "${zsh}/vendor-completions")
 endif()
 
+# What pip and other programs ask about a Python package.
+if("python" IN_LIST CPACK_COMPONENTS_ALL)
+  execute_process(
+    COMMAND "${CPACK_ORLA_PYTHON}" -B -c "import build_backend, sys
+build_backend.prepare_metadata_for_build_wheel(sys.argv[1])" "${stage}"
+    WORKING_DIRECTORY "${CPACK_ORLA_SOURCE_DIR}/python"
+    COMMAND_ERROR_IS_FATAL ANY)
+  file(GLOB about "${stage}/orla-*.dist-info")
+  file(COPY "${about}" DESTINATION "${stage}/python/usr/lib/python3/dist-packages"
+    FILE_PERMISSIONS ${plain_file}
+    PATTERN LICENSE EXCLUDE)  # it stands in the package's copyright
+  file(REMOVE_RECURSE "${about}")
+endif()
+
 find_dependencies(runtime CPACK_DEBIAN_RUNTIME_PACKAGE_DEPENDS)
 if("tools" IN_LIST CPACK_COMPONENTS_ALL)
   find_dependencies(tools CPACK_DEBIAN_TOOLS_PACKAGE_DEPENDS)

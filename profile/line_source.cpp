@@ -3,14 +3,16 @@
 #include <unistd.h>
 
 #include <cerrno>
-#include <cstdlib>
 #include <cstring>
 
 namespace orla {
 namespace {
 
-// Closes the gaps that carriage returns leave; returns the new end. Without a branch per character, as
-// files either have none of them, and are not walked at all, or one in every line.
+// What is read at once of a file that fills the first block.
+constexpr std::size_t kLargeBlock = 65536;
+
+// Closes the gaps that carriage returns leave; returns the new end. Without a branch per character,
+// as files either have none of them, and are not walked at all, or one in every line.
 char *drop_carriage_returns(char *begin, char *end) {
   auto *in = static_cast<char *>(std::memchr(begin, '\r', static_cast<std::size_t>(end - begin)));
   if (in == nullptr) return end;
@@ -24,18 +26,15 @@ char *drop_carriage_returns(char *begin, char *end) {
 
 }  // namespace
 
-LineSource::~LineSource() { std::free(heap_); }
-
-bool LineSource::next_line(std::string_view &line) {
+std::optional<std::string_view> LineSource::next_line() {
   const std::string_view held = lines();
-  if (held.empty()) return false;
-  const auto *line_feed = static_cast<const char *>(std::memchr(held.data(), '\n', held.size()));
-  line = {held.data(), static_cast<std::size_t>(line_feed - held.data())};
+  if (held.empty()) return {};
+  const std::string_view line(held.data(), held.find('\n'));
   consume(line.size() + 1);
-  return true;
+  return line;
 }
 
-// Reads on until there is a line feed behind next_; false when the end comes first.
+// Reads on until there is a line feed after next_; false when the end comes first.
 bool LineSource::fill() {
   while (!ended_) {
     if (!make_room()) return false;
@@ -52,32 +51,29 @@ bool LineSource::fill() {
 // Moves the broken line at the end of the text to its front, and gets more room where it has none.
 bool LineSource::make_room() {
   const auto pending = static_cast<std::size_t>(end_ - next_);
-  if (next_ != text_) {
-    std::memmove(text_, next_, pending);
-    next_ = lines_end_ = text_;
-    end_ = text_ + pending;
+  if (next_ != block_.begin()) {
+    std::memmove(block_.begin(), next_, pending);
+    next_ = lines_end_ = block_.begin();
+    end_ = next_ + pending;
   }
-  if (read_was_full_ && capacity_ < kBlock && move_to_heap(kBlock)) return true;
-  if (pending < capacity_ || move_to_heap(capacity_ * 2)) return true;
+  if (read_was_full_ && block_.size() < kLargeBlock && grow(kLargeBlock)) return true;
+  // No memory is larger than half of the address space, so twice its size does not wrap.
+  if (pending < block_.size() || grow(block_.size() * 2)) return true;
   ended_ = failed_ = true;
   return false;
 }
 
-// No block of the heap is larger than half of the address space, so twice its size does not wrap.
-bool LineSource::move_to_heap(std::size_t capacity) {
-  const auto held = static_cast<std::size_t>(end_ - text_);
-  auto *larger = static_cast<char *>(std::realloc(heap_, capacity));
-  if (larger == nullptr) return false;
-  if (heap_ == nullptr) std::memcpy(larger, first_block_, held);
-  heap_ = text_ = next_ = lines_end_ = larger;
-  end_ = larger + held;
-  capacity_ = capacity;
+bool LineSource::grow(std::size_t size) {
+  const auto held = static_cast<std::size_t>(end_ - block_.begin());
+  if (!block_.grow(size)) return false;
+  next_ = lines_end_ = block_.begin();
+  end_ = next_ + held;
   return true;
 }
 
-// Reads behind end_; returns how much came. A failure ends the file.
+// Reads to end_ and returns how much came. A failure ends the file.
 std::size_t LineSource::read_block() {
-  const auto room = static_cast<std::size_t>(text_ + capacity_ - end_);
+  const auto room = static_cast<std::size_t>(block_.begin() + block_.size() - end_);
   ssize_t got;
   do {
     got = read(descriptor_, end_, room);
@@ -89,13 +85,15 @@ std::size_t LineSource::read_block() {
   return size;
 }
 
-// Adds `size` characters that stand behind end_ to the text, as far as they are visible.
+// Adds the `size` characters at end_ to the text, as far as they are visible.
 void LineSource::take_in(std::size_t size) {
   char *stop = end_ + size;
+  // Quirk: a byte 0xFF ends the file.
   if (auto *last = std::memchr(end_, 0xFF, size)) {
     stop = static_cast<char *>(last);
     ended_ = true;
   }
+  // Quirk: carriage returns do not count, wherever they stand.
   end_ = drop_carriage_returns(end_, stop);
 }
 

@@ -7,9 +7,11 @@
 
 namespace orla {
 
-const char *path_in_force(const char *path) {
+const char *config_variable() { return secure_getenv("ORLA_CONFIG"); }
+
+const char *resolved_path(const char *path) {
   if (std::strcmp(path, ORLA_DEFAULT_PROFILE_PATH) != 0) return path;
-  const char *named = std::getenv("ORLA_CONFIG");
+  const char *named = config_variable();
   return named != nullptr ? named : path;
 }
 

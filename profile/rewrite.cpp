@@ -1,21 +1,16 @@
 #include "profile/rewrite.h"
 
+#include "profile/header_walk.h"
 #include "profile/profile_line.h"
 
 namespace orla {
 namespace {
 
-// Copies the lines up to and with the header of `section`; false when there is none, and all are copied.
-bool copy_through_header(LineSource &from, TextSink &to, std::string_view section) {
-  for (;;) {
-    const std::string_view lines = from.lines();
-    if (lines.empty()) return false;
-    const std::size_t header_end = find_behind_header(lines, section, HeaderRule::whole_line);
-    const std::size_t size = header_end != 0 ? header_end : lines.size();
-    to.put({lines.data(), size});
-    from.consume(size);
-    if (header_end != 0) return true;
-  }
+void put_entry(TextSink &to, const Entry &entry) {
+  to.put(entry.key);
+  to.put("=");
+  to.put(entry.value);
+  to.put("\n");
 }
 
 void put_line(TextSink &to, std::string_view line) {
@@ -25,16 +20,15 @@ void put_line(TextSink &to, std::string_view line) {
 
 // Copies the lines of a section up to where the entry belongs, and puts it there.
 void place_entry(LineSource &from, TextSink &to, const Entry &entry) {
-  std::string_view line;
-  while (from.next_line(line)) {
-    // The key is tested first, so an empty key replaces even an empty line.
-    const bool replaces = begins_with(line, entry.key);
-    if (replaces || is_empty_line(line)) {
+  while (const auto line = from.next_line()) {
+    // Quirk: the key is tested first, so an empty key replaces even an empty line.
+    const bool replaces = begins_with(*line, entry.key);
+    if (replaces || is_empty_line(*line)) {
       put_entry(to, entry);
-      if (!replaces) put_line(to, line);
+      if (!replaces) put_line(to, *line);
       return;
     }
-    put_line(to, line);
+    put_line(to, *line);
   }
   put_entry(to, entry);
 }
@@ -50,28 +44,22 @@ void copy_rest(LineSource &from, TextSink &to) {
 
 }  // namespace
 
-void put_header(TextSink &to, const Entry &entry) {
+void put_section(TextSink &to, const Entry &entry) {
   to.put("[");
   to.put(entry.section);
   to.put("]\n");
-}
-
-void put_entry(TextSink &to, const Entry &entry) {
-  to.put(entry.key);
-  to.put("=");
-  to.put(entry.value);
-  to.put("\n");
+  put_entry(to, entry);
 }
 
 void rewrite(LineSource &from, TextSink &to, const Entry &entry) {
-  if (copy_through_header(from, to, entry.section)) {
+  const auto copy = [&to](std::string_view lines) { to.put(lines); };
+  if (walk_past_header(from, entry.section, HeaderRule::whole_line, copy)) {
     place_entry(from, to, entry);
     copy_rest(from, to);
     return;
   }
   to.put("\n");
-  put_header(to, entry);
-  put_entry(to, entry);
+  put_section(to, entry);
 }
 
 }  // namespace orla

@@ -1,5 +1,5 @@
-// The text of a profile file with one key written anew: from a source of lines into a sink, without a
-// file system's say.
+// The text of a profile file with one key written anew: from a source of lines into a sink. Pure
+// text; no file is opened here.
 
 #ifndef ORLA_PROFILE_REWRITE_H
 #define ORLA_PROFILE_REWRITE_H
@@ -17,8 +17,8 @@ struct Entry {
   std::string_view value;
 };
 
-void put_header(TextSink &to, const Entry &entry);
-void put_entry(TextSink &to, const Entry &entry);
+// A file that holds the entry alone, under its header.
+void put_section(TextSink &to, const Entry &entry);
 
 // Copies all lines, with the entry in its place.
 void rewrite(LineSource &from, TextSink &to, const Entry &entry);

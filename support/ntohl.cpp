@@ -1,5 +1,5 @@
-// Byte order. The four converters go by the platform's names but differ from what its headers declare:
-// those of 16 bits return 32. No header that declares them may come in here, not even through another.
+// Byte order. The four converters have the platform's names but differ from what its headers declare:
+// those of 16 bits return 32. No header that declares them may be included here, not even through another.
 
 #include <orla/byteorder.h>
 
@@ -35,7 +35,7 @@ void swap(char *a, char *b) noexcept {
   *b = kept;
 }
 
-// They reverse always, without a look at the host's order.
+// Quirk: they always reverse, whatever the order of the host.
 
 std::uint32_t htonl(std::uint32_t host) noexcept { return reverse(host); }
 

@@ -28,7 +28,7 @@ void put_override(char *out, const char *name) {
   out[kNameLength] = '\0';
 }
 
-// A longer name is cut in the system's entry itself.
+// Quirk: a longer name is cut in the system's entry itself.
 void put_entry(char *out, char *name) {
   if (std::strlen(name) > kNameLength) name[kNameLength] = '\0';
   std::strcpy(out, name);

@@ -7,6 +7,7 @@
 #include <cstdlib>
 #include <cstring>
 
+#include "base/kept_errno.h"
 #include "support/traced_service.h"
 
 struct orla_library_id {
@@ -21,7 +22,7 @@ constexpr std::size_t kErrorSize = 256;
 
 static_assert(sizeof kFallbackDirectory + ORLA_LIBRARY_FALLBACK_NAME_MAX == kPathSize);
 
-// The linker has no text when it did not fail: for a symbol that is there and null.
+// The linker did not fail, and has no text, for a symbol that is there and null.
 const char *linker_error() {
   const char *text = dlerror();
   return text != nullptr ? text : "(null)";
@@ -38,8 +39,8 @@ void *open_in_fallback_directory(const char *name) {
   return open_library(path);
 }
 
-// The text is built even when it is not traced: asking for the linker's error uses it up. Its line feed
-// is kept, so that the trace line ends in a line feed, a period and a line feed.
+// The text is built even when it is not traced: asking for the linker's error uses it up. Quirk: it
+// keeps its line feed, so that the trace line ends in a line feed, a period and a line feed.
 [[gnu::cold]] orla_status report_failed_load(const char *name) {
   char error[kErrorSize];
   std::snprintf(error, sizeof error, "Error loading module %s, dlerror: %s\n", name,
@@ -48,7 +49,7 @@ void *open_in_fallback_directory(const char *name) {
   return ORLA_LOADER_FAILED;
 }
 
-// The comma at the start of the second line has always been there.
+// Quirk: the second line starts with a comma.
 [[gnu::cold]] orla_status report_missing_symbol(const char *symbol) {
   std::printf("Error looking up procedure %s\n,%s\n", symbol, linker_error());
   return ORLA_LOADER_FAILED;
@@ -57,10 +58,12 @@ void *open_in_fallback_directory(const char *name) {
 }  // namespace
 
 orla_library_id *orla_slnk_allocate_library_id() noexcept {
+  const orla::KeptErrno kept;
   return static_cast<orla_library_id *>(std::malloc(sizeof(orla_library_id)));
 }
 
 void orla_slnk_load_library(const char *name, orla_library_id *id, orla_status *status) noexcept {
+  const orla::KeptErrno kept;
   *status = 0;
   id->handle = open_library(name);
   if (id->handle == nullptr) id->handle = open_in_fallback_directory(name);
@@ -69,11 +72,15 @@ void orla_slnk_load_library(const char *name, orla_library_id *id, orla_status *
 
 void *orla_slnk_get_proc_addr(const orla_library_id *id, const char *symbol,
                               orla_status *status) noexcept {
+  const orla::KeptErrno kept;
   void *address = dlsym(id->handle, symbol);
   if (address == nullptr) *status = report_missing_symbol(symbol);
-  return address;  // on success the status stays as the caller left it
+  return address;  // Quirk: success leaves the status as it was.
 }
 
-int orla_slnk_free_library(const orla_library_id *id) noexcept { return dlclose(id->handle); }
+int orla_slnk_free_library(const orla_library_id *id) noexcept {
+  const orla::KeptErrno kept;
+  return dlclose(id->handle);
+}
 
 void orla_slnk_free_library_id(orla_library_id *id) noexcept { std::free(id); }

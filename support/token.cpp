@@ -14,8 +14,7 @@ const char *get_first_delimited_token_in_string(const char *text, char delimiter
   if (*text == '\0') return nullptr;
   ++text;
   // Quirk: without a buffer no character is passed over, so that only an empty token is found.
-  int room = out_size > 0 ? out_size - 1 : 0;
-  for (; *text != '\0' && *text != delimiter && room > 0; --room)
+  for (int used = 1; *text != '\0' && *text != delimiter && used < out_size; ++used)
     *out++ = *text++;
   if (out_size > 0) *out = '\0';
   return *text == delimiter ? text + 1 : nullptr;

@@ -1,8 +1,13 @@
 // Trace writer: one stamped line per message into a file that is rotated once.
 //
-//     K7LOG_PATH  --(line that takes it past 4,000,000 bytes)-->  K7LOG_PATH.1  (the earlier one goes)
+//     K7LOG_PATH  --(line that takes it past 4,000,000 bytes)-->  K7LOG_PATH.1, replacing it
+//
+// Processes may share the file. Only a rotation asks what the others have done, and it waits for
+// nobody.
 
+#include <fcntl.h>
 #include <orla/trace.h>
+#include <sys/file.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
@@ -11,6 +16,8 @@
 #include <cstdio>
 #include <cstdlib>
 
+#include "base/descriptor.h"
+#include "base/kept_errno.h"
 #include "base/percent_text.h"
 #include "support/trace_stamp.h"
 
@@ -26,8 +33,10 @@ constexpr std::size_t kRotatedPathSize = 1024;
 std::FILE *trace_stream = nullptr;
 int trace_descriptor = -1;  // of the stream last opened; never reset
 
+// In a process that runs with another user's rights the variables count as not set: whoever starts
+// it could otherwise have files written and renamed with those rights.
 void switch_on_if_asked(const char *variable, std::int32_t &verbose) {
-  const char *value = std::getenv(variable);
+  const char *value = secure_getenv(variable);
   if (value != nullptr && (*value == 'y' || *value == 'Y')) verbose = kSwitchedOn;
 }
 
@@ -37,7 +46,7 @@ void switch_on_if_asked(const char *variable, std::int32_t &verbose) {
 }
 
 void close_trace() {
-  // The stream may have got the standard error descriptor, which is never closed.
+  // Quirk: where standard error is closed, the stream may have its descriptor, which stays open.
   if (trace_stream != nullptr && trace_descriptor != STDERR_FILENO) std::fclose(trace_stream);
   trace_stream = nullptr;
 }
@@ -47,24 +56,24 @@ bool open_trace(const char *path) {
   trace_stream = std::fopen(path, "a");
   if (trace_stream == nullptr) {
     std::fprintf(stderr, "\n\tUnable to open log file %s", path);
-    return false;  // the mask stays 0: kept
+    return false;  // Quirk: the mask stays 0.
   }
   umask(old_mask);
   trace_descriptor = fileno(trace_stream);
-  // Unbuffered: a whole line given to it is one write of the system, and nothing is left to flush.
+  // Unbuffered: each line is one write of the system, and nothing is left to flush.
   std::setvbuf(trace_stream, nullptr, _IONBF, 0);
   return true;
 }
 
 // `error` is what "%m" stands for.
 void write_line(const char *message, int error) {
-  char stamp[orla::kTraceStampSize];
-  orla::put_trace_stamp(stamp);
+  const char *stamp = orla::trace_stamp();
   errno = error;
-  orla::PercentText(stamp, message, "").write(trace_stream);
+  const orla::PercentText line(stamp, message, "");
+  std::fwrite(line.data(), 1, line.size(), trace_stream);
 }
 
-// Bytes of the trace file, the low 32 bits; 0 when they cannot be told.
+// Bytes of the trace file, the low 32 bits; 0 when the system does not say.
 std::uint32_t trace_size() {
   struct stat status;
   if (fstat(trace_descriptor, &status) == 0) return static_cast<std::uint32_t>(status.st_size);
@@ -74,23 +83,67 @@ std::uint32_t trace_size() {
   return end < 0 ? 0 : static_cast<std::uint32_t>(end);
 }
 
-void rotate_if_grown(const char *path) {
-  if (trace_descriptor < 0 || trace_size() <= ORLA_TRACE_ROTATION_SIZE) return;
-  std::fclose(trace_stream);
-  trace_stream = nullptr;
+// statx() also answers where the record of stat() on 32-bit hosts is too small: past 2038, and for
+// a file whose number has more than 32 bits.
+bool identify(int folder, const char *path, int flags, struct statx &out) {
+  return statx(folder, path, flags, STATX_INO | STATX_NLINK, &out) == 0;
+}
+
+bool is_same_file(const struct statx &one, const struct statx &other) {
+  return one.stx_ino == other.stx_ino && one.stx_dev_major == other.stx_dev_major &&
+         one.stx_dev_minor == other.stx_dev_minor;
+}
+
+// Whether another process has rotated the open file already: it is at `rotated`, or has no name any
+// more. The file at the path is then a new one, which must stay.
+bool is_moved_aside(const char *rotated) {
+  struct statx open_file;
+  if (!identify(trace_descriptor, "", AT_EMPTY_PATH, open_file)) return false;
+  if (open_file.stx_nlink == 0) return true;
+  struct statx predecessor;
+  // On a network file system: another host has replaced the predecessor just now.
+  if (!identify(AT_FDCWD, rotated, 0, predecessor)) return errno == ESTALE;
+  return is_same_file(open_file, predecessor);
+}
+
+// Whether another process holds the lock. Where the file cannot be locked, nobody does.
+bool is_locked_elsewhere(const orla::Descriptor &file) {
+  if (flock(file.number(), LOCK_EX | LOCK_NB) == 0) return false;
+  return errno == EWOULDBLOCK || errno == EINTR;
+}
+
+// Renames the path, unless another process has done so or is about to.
+void move_aside_once(const char *path, const char *rotated) {
+  // Opened again for the lock: a lock on the trace descriptor does not keep out a parent or child
+  // that shares it.
+  const orla::Descriptor file(open(path, O_WRONLY | O_NONBLOCK | O_CLOEXEC));
+  if (!is_locked_elsewhere(file) && !is_moved_aside(rotated)) std::rename(path, rotated);
+}
+
+void move_aside(const char *path) {
   char rotated[kRotatedPathSize];
   const int length = std::snprintf(rotated, sizeof rotated, "%s.1", path);
-  // A name that was cut could be another file's; then, as after a failed rename, the file goes on.
-  if (length < static_cast<int>(sizeof rotated)) std::rename(path, rotated);
+  // A name that was cut could be another file's. Then the file grows on, as after a failed rename.
+  if (length < static_cast<int>(sizeof rotated)) move_aside_once(path, rotated);
+}
+
+// Quirk: what is renamed is the file at the path as it is now, whichever file is open.
+void rotate_if_grown(const char *path) {
+  if (trace_descriptor < 0 || trace_size() <= ORLA_TRACE_ROTATION_SIZE) return;
+  move_aside(path);
+  std::fclose(trace_stream);
+  trace_stream = nullptr;
 }
 
 }  // namespace
 
 void TavTrace(char *message) noexcept {
   if (orlalib_verbose == 0 && orlathr_verbose == 0) return;
-  const int error = errno;  // as the caller left it: opening the file may change it
-  const char *path = std::getenv("K7LOG_PATH");
+  const orla::KeptErrno kept;
+  const int error = errno;
+  const char *path = secure_getenv("K7LOG_PATH");
   if (path == nullptr) {
+    // Quirk: the bare message, not read as a format, and printf()'s text for a close request.
     std::printf("%s\n", message != nullptr ? message : "(null)");
     return;
   }

@@ -18,16 +18,19 @@ namespace orla {
 namespace {
 
 constexpr std::size_t kZoneSize = 128;
+// Of the longest text: a process id has at most 20 digits.
+constexpr std::size_t kTextSize = sizeof "MM/DD/YYYY hh:mm:ss 18446744073709551615 ";
 
-// A stamp, and for what it was made. Kept because the conversion is by far the dearest part of it: where TZ
-// is not set, the C library asks for the status of the zone's file. Made anew when any of these differs.
+// A stamp and what it was made for; another one is made when any of that differs. It is kept
+// because the conversion is by far its most expensive part: where TZ is not set, the C library asks
+// for the status of the zone's file.
 struct Stamp {
   bool reusable;
-  std::uint32_t seconds;
+  std::uint32_t seconds;  // since 1970-01-01 00:00:00 UTC
   pid_t process;
-  bool zone_set;
-  char zone[kZoneSize];  // the value of TZ
-  char text[kTraceStampSize];
+  bool zone_set;         // whether TZ was set,
+  char zone[kZoneSize];  // and to what
+  char text[kTextSize];
 };
 
 Stamp last = {};
@@ -37,7 +40,7 @@ bool is_for_zone(const Stamp &stamp, const char *zone) {
   return stamp.zone_set && std::strcmp(stamp.zone, zone) == 0;
 }
 
-// False when the value is too long to be told from others later.
+// False when the value of TZ is too long to be compared later.
 bool keep_zone(Stamp &stamp, const char *zone) {
   stamp.zone_set = zone != nullptr;
   if (zone == nullptr) return true;
@@ -47,10 +50,9 @@ bool keep_zone(Stamp &stamp, const char *zone) {
   return true;
 }
 
-// The slot behind the process id is reserved for a thread number, which is held at 0 and therefore never
-// written. Null fields stand for midnight.
-void put_text(char (&text)[kTraceStampSize], std::uint32_t seconds, std::tm *fields,
-              pid_t process) {
+// Null fields stand for midnight. Quirk: the place after the process id is reserved for a thread
+// number; there is none, so it is never written.
+void put_text(char (&text)[kTextSize], std::uint32_t seconds, std::tm *fields, pid_t process) {
   const auto offset = static_cast<std::uint32_t>(offset_west_of_utc(timezone, fields));
   char *rest = text + date_to_string(text, date_number_from_stamp(seconds - offset));
   const std::tm midnight = {};
@@ -66,21 +68,21 @@ Stamp made_for(const Moment &now, pid_t process, const char *zone) {
   put_text(stamp.text, now.stamp, fields, process);
   stamp.seconds = now.stamp;
   stamp.process = process;
-  // A moment that could not be converted is tried again.
+  // What could not be converted is tried again with the next line.
   stamp.reusable = keep_zone(stamp, zone) && fields != nullptr;
   return stamp;
 }
 
 }  // namespace
 
-void put_trace_stamp(char *out) {
+const char *trace_stamp() {
   const Moment now = clock_moment();
   const pid_t process = getpid();
   const char *zone = std::getenv("TZ");
   const bool holds = last.reusable && last.seconds == now.stamp && last.process == process &&
                      is_for_zone(last, zone);
   if (!holds) last = made_for(now, process, zone);
-  std::memcpy(out, last.text, sizeof last.text);
+  return last.text;
 }
 
 }  // namespace orla

@@ -3,20 +3,17 @@
 #ifndef ORLA_SUPPORT_TRACE_STAMP_H
 #define ORLA_SUPPORT_TRACE_STAMP_H
 
-#include <cstddef>
-
 namespace orla {
 
-// With the longest process id that the field can take.
-inline constexpr std::size_t kTraceStampSize = sizeof "MM/DD/YYYY hh:mm:ss 18446744073709551615 ";
-
-// Writes "MM/DD/YYYY hh:mm:ss pid " of this moment, in the local zone, the hour padded with a blank, into
-// kTraceStampSize bytes. Date and time are of one reading of the clock and one conversion, so that no line
-// carries the date of one day and the time of the next.
+// "MM/DD/YYYY hh:mm:ss pid " for the present moment in the local zone, the hour padded with a
+// blank. Date and time are of one reading of the clock. The text is good until the next call.
 //
-// A second is converted once: where TZ is not set, a host's zone that changes shows in the second after.
-// Like the trace writer it takes no lock.
-void put_trace_stamp(char *out);
+// Each second is converted once: where TZ is not set, a change of the host's zone shows from the
+// next second on. Takes no lock.
+//
+// Quirk: the date takes daylight saving as one hour in every zone, the time of day as what it is.
+// Where it is half an hour, the last half hour of a summer day carries the date of the next.
+const char *trace_stamp();
 
 }  // namespace orla
 

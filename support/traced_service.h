@@ -1,7 +1,7 @@
 // The trace lines of the library's services, each format in one place.
 //
-// A service tests one integer, orlalib_verbose, before anything is formatted; only then is a line built
-// in statuslog, handed to TavTrace() and the buffer emptied.
+// While orlalib_verbose is 0, a service costs the test of that one integer. Otherwise each line is
+// formatted in statuslog and handed to TavTrace(), and the buffer's first byte is then set to 0.
 
 #ifndef ORLA_SUPPORT_TRACED_SERVICE_H
 #define ORLA_SUPPORT_TRACED_SERVICE_H
@@ -10,8 +10,8 @@
 
 namespace orla {
 
-// Writes the entry line when it is made, an error detail where there is one, and the exit line with the
-// status. `name` is the service's trace name, with its parentheses where it has them.
+// Writes the entry line when it is made, an error detail where there is one, and the exit line with
+// the status. `name` is the service's trace name, with "()" where it has them.
 class TracedService {
  public:
   explicit TracedService(const char *name) : name_(name) {
@@ -22,7 +22,7 @@ class TracedService {
     if (orlalib_verbose != 0) trace_error(detail);
   }
 
-  // Returns `status`, so that a service can end with it.
+  // Returns `status`.
   orla_status exit(orla_status status) const {
     if (orlalib_verbose != 0) trace_exit(status);
     return status;
@@ -36,8 +36,8 @@ class TracedService {
   const char *name_;
 };
 
-// The other family of lines, in which the identifier is part of the format and the format puts a period
-// behind the detail. `name` has its parentheses.
+// An error detail of the other family of lines, in which a period follows the detail. `name` has
+// its "()".
 void trace_error_with_period(const char *name, const char *detail);
 
 }  // namespace orla

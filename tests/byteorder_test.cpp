@@ -34,6 +34,20 @@ TEST(Swap, ExchangesTwoBytes) {
   EXPECT_EQ(bytes[1], 2);
 }
 
+// In C++ a plain call on pointers to char is this function, whatever else is in sight.
+TEST(Swap, IsPreferredToTheTemplateOfTheStandardLibrary) {
+  using namespace std;  // NOLINT(google-build-using-namespace): what a caller may have written
+  char bytes[] = {1, 2};
+  char *first = &bytes[0];
+  char *second = &bytes[1];
+  swap(first, second);
+  EXPECT_EQ(bytes[0], 2);
+  EXPECT_EQ(first, &bytes[0]);
+  std::swap(first, second);
+  EXPECT_EQ(bytes[0], 2);
+  EXPECT_EQ(first, &bytes[1]);
+}
+
 TEST(Converters, OfThe32BitPairReverseFourBytes) {
   for (const std::uint32_t value : {0x11223344u, 0u, 0xFFFFFFFFu, 0x80000001u, 0x00FF0000u}) {
     EXPECT_EQ(htonl(value), __builtin_bswap32(value));

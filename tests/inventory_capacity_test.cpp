@@ -7,6 +7,7 @@
 #include <orla/inventory.h>
 
 #include <cerrno>
+#include <cstdint>
 #include <map>
 #include <set>
 #include <string>
@@ -50,6 +51,18 @@ TEST(MemorySize, DoesNotApplyTheMemoryUnit) {
   int size = -1;
   EXPECT_EQ(tavGetMemorySize(&size), 0U);
   EXPECT_EQ(size, 1);
+}
+
+TEST(MemorySize, TimesTheUnitIsLessThanTheRealSize) {
+  const std::uint32_t unit = 4096;
+  const std::uint64_t real = 24105;
+  const auto total = static_cast<unsigned long>((real << 20) / unit);
+  const auto host = memory(total, unit);
+  int size = -1;
+  EXPECT_EQ(tavGetMemorySize(&size), 0U);
+  EXPECT_EQ(size, 5);
+  EXPECT_EQ(size * 4096, 20480);
+  EXPECT_EQ(static_cast<std::uint64_t>(total) * unit >> 20, real);
 }
 
 TEST(MemorySize, TakesTheWholeTotalOfA64BitKernel) {
@@ -98,6 +111,19 @@ TEST(MemorySize, AnswersANullPointerWithoutAskingTheKernel) {
               ElementsAre("KVRCA0001I tavGetMemorySize(): entering.\n",
                           "KVRCA0005E tavGetMemorySize(): Null pointer exception.\n",
                           "KVRCA0003E tavGetMemorySize(): exiting with status 0x1.\n"));
+}
+
+TEST(MemorySize, LeavesErrnoAlone) {
+  for (const int result : {0, -1}) {
+    const With host(fake_sysinfo, [&](struct sysinfo *) {
+      errno = EFAULT;
+      return result;
+    });
+    errno = 4711;
+    int size = 0;
+    tavGetMemorySize(&size);
+    EXPECT_EQ(errno, 4711);
+  }
 }
 
 TEST(MemorySize, FormatsNothingWithTheSwitchOff) {
@@ -198,6 +224,18 @@ TEST(DiskCount, ProbesFiftyNamesInOrderAndNeverZ) {
   EXPECT_EQ(host.probed.size(), 50U);
 }
 
+TEST(DiskCount, IsAtMostFifty) {
+  std::map<std::string, bool> nodes;
+  for (const char *base : {"/dev/hd", "/dev/sd"}) {
+    for (char letter = 'a'; letter <= 'z'; ++letter)
+      nodes[std::string(base) + letter] = true;
+  }
+  const Disks host(nodes);
+  unsigned count = 0;
+  EXPECT_EQ(tavGetDisks(&count), 0U);
+  EXPECT_EQ(count, 50U);
+}
+
 TEST(DiskCount, CountsTheLastNames) {
   const Disks host({{"/dev/hdy", true}, {"/dev/sdy", true}});
   unsigned count = 0;
@@ -247,6 +285,16 @@ TEST(DiskCount, TracesEntryAndExitAloneWhateverTheProbesMeet) {
   EXPECT_THAT(trace.lines, ElementsAre("KVRCA0001I tavGetDisks: entering.\n",
                                        "KVRCA0002I tavGetDisks: exiting with status 0x0.\n"));
   EXPECT_EQ(statuslog[0], '\0');
+}
+
+TEST(DiskCount, LeavesErrnoAloneWhateverTheProbesMeet) {
+  for (const uid_t user : {0U, 1000U}) {
+    const Disks host({{"/dev/hda", false}, {"/dev/sda", true}}, user);
+    errno = 4711;
+    unsigned count = 0;
+    tavGetDisks(&count);
+    EXPECT_EQ(errno, 4711) << user;
+  }
 }
 
 TEST(DiskCount, FormatsNothingWithTheSwitchOff) {

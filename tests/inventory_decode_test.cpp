@@ -8,6 +8,7 @@
 #include <string>
 
 #include "inventory/cpu_decode.h"
+#include "plain/processors.h"
 
 namespace {
 
@@ -41,10 +42,10 @@ TEST(LogicalProcessors, AreRecognisedOnFamily15Alone) {
       {0x00000F12, 0x00010808, 0},    // one logical processor per package
       {0x00000F12, 0x00000808, 0},    // no figure
       {0x00000F29, 0x00FF0000, 255},  // the largest
-      {0x00000F29, 0xFF02FFFF, 2},    // the other bits have no say
+      {0x00000F29, 0xFF02FFFF, 2},    // the other bits do not count
       {0x000006FB, 0x00020800, 0},    // family 6 with two cores
       {0x000C06F2, 0x00200800, 0},    // family 6 with 32
-      {0x00100F42, 0x00040800, 4},    // the extended family has no say
+      {0x00100F42, 0x00040800, 4},    // the extended family does not count
       {0xFFFFFFFF, 0xFFFFFFFF, 255}, {0xFFFFF0FF, 0x00020000, 0},
       {0x00000E00, 0x00020000, 0},   {0x00000700, 0x00020000, 0},
   };
@@ -71,7 +72,7 @@ TEST(KernelRelease, SaysWhereTheFigureStands) {
       {"2.5.", FigureSource::kCpuinfo},
       {"2.4.19.", FigureSource::kCpuinfo},
       {"2.4.18.", FigureSource::kKernelLog},
-      {"2.4.18", FigureSource::kUnusable},  // every field wants a character behind it
+      {"2.4.18", FigureSource::kUnusable},  // every field needs a character after it
       {"2.4.20", FigureSource::kUnusable},
       {"2.6", FigureSource::kUnusable},
       {"10", FigureSource::kUnusable},
@@ -108,13 +109,15 @@ int figure_of(std::initializer_list<const char *> lines) {
   return figure.value();
 }
 
-TEST(CpuinfoFigure, IsTheValueOfSiblingsAndThreadsLines) {
+TEST(CpuinfoFigure, IsTheDecimalNumberOfSiblingsAndThreadsLines) {
   EXPECT_EQ(figure_of({"siblings\t: 2\n"}), 2);
   EXPECT_EQ(figure_of({"processor\t: 0\n", "siblings\t: 2\n", "core id\t\t: 0\n"}), 2);
   EXPECT_EQ(figure_of({"threads\t\t: 4\n"}), 4);
   EXPECT_EQ(figure_of({"threads per core : 4\n"}), -1);
   EXPECT_EQ(figure_of({"siblings : 2\n", "siblings : 2\n", "threads : 2\n"}), 2);
   EXPECT_EQ(figure_of({"siblings :2"}), 2);
+  EXPECT_EQ(figure_of({"siblings : 010\n"}), 10);  // decimal, whatever it begins with
+  EXPECT_EQ(figure_of({"siblings : 0x10\n"}), 0);
   EXPECT_EQ(figure_of({"siblings-per-package \t\v\f\r : 8"}), 8);
   EXPECT_EQ(figure_of({"threadsX\n: 3"}), 3);  // a line feed is white space too
   EXPECT_EQ(figure_of({"siblings :"}), 0);
@@ -130,7 +133,7 @@ TEST(CpuinfoFigure, IsZeroWithoutSuchALine) {
             0);
 }
 
-TEST(CpuinfoFigure, IsUnusableWithoutAColonBehindTheBlanks) {
+TEST(CpuinfoFigure, IsUnusableWithoutAColonAfterTheBlanks) {
   EXPECT_EQ(figure_of({"siblings: 2\n"}), -1);
   EXPECT_EQ(figure_of({"siblings:2\n"}), -1);
   EXPECT_EQ(figure_of({"siblings 2\n"}), -1);
@@ -145,22 +148,6 @@ TEST(CpuinfoFigure, IsUnusableWhenPackagesDisagree) {
   EXPECT_EQ(figure_of({"siblings : 2\n", "siblings : 0\n"}), -1);
   // A zero before the first figure is no disagreement.
   EXPECT_EQ(figure_of({"siblings : 0\n", "siblings : 0\n", "siblings : 2\n"}), 2);
-}
-
-// The plain way: position by position, stepping over the priority prefix of a line.
-int count_by_walking(const std::string &log) {
-  const std::string map = "cpu_sibling_map[";
-  int count = 0;
-  for (std::size_t at = 0; at < log.size(); ++at) {
-    if ((at == 0 || log[at - 1] == '\n') && log[at] == '<') {
-      ++at;
-      while (at < log.size() && log[at] >= '0' && log[at] <= '9')
-        ++at;
-      if (at < log.size() && log[at] == '>') ++at;
-    }
-    if (at < log.size() && log.compare(at, map.size(), map) == 0) ++count;
-  }
-  return count;
 }
 
 TEST(KernelLogFigure, CountsEveryOccurrence) {
@@ -183,7 +170,35 @@ TEST(KernelLogFigure, CountsEveryOccurrence) {
   };
   for (const auto &row : rows) {
     EXPECT_EQ(orla::count_sibling_maps(row.log), row.count) << row.log;
-    EXPECT_EQ(count_by_walking(row.log), row.count) << row.log;
+    EXPECT_EQ(plain::kernel_log_figure(row.log), row.count) << row.log;
+  }
+}
+
+// Pieces of releases and of lines, in any order.
+std::string random_text(std::mt19937 &random, std::initializer_list<const char *> pieces) {
+  std::string text;
+  for (auto count = random() % 8; count > 0; --count)
+    text += pieces.begin()[random() % pieces.size()];
+  return text;
+}
+
+TEST(KernelRelease, EqualsThePlainWayOnRandomReleases) {
+  std::mt19937 random(2418);
+  for (int i = 0; i < 100000; ++i) {
+    const std::string release =
+        random_text(random, {"2", "4", "18", "19", "0", "3", ".", ".", "-", "x"});
+    ASSERT_EQ(static_cast<int>(figure_source(release)),
+              static_cast<int>(plain::figure_source(release)))
+        << release;
+  }
+}
+
+TEST(CpuinfoFigure, EqualsThePlainWayOnRandomLines) {
+  std::mt19937 random(19);
+  for (int i = 0; i < 100000; ++i) {
+    const std::string line =
+        random_text(random, {"siblings", "threads", " ", "\t", ":", "0", "2", "-", "x"});
+    ASSERT_EQ(figure_of({line.c_str()}), plain::cpuinfo_figure(line)) << line;
   }
 }
 
@@ -196,7 +211,7 @@ TEST(KernelLogFigure, EqualsTheWalkOverRandomLogs) {
     for (auto count = random() % 16; count > 0; --count)
       log += pieces[random() % 9];
     log.resize(log.size() - random() % (log.size() + 1) / 4);
-    ASSERT_EQ(orla::count_sibling_maps(log), count_by_walking(log)) << log;
+    ASSERT_EQ(orla::count_sibling_maps(log), plain::kernel_log_figure(log)) << log;
   }
 }
 

@@ -151,6 +151,15 @@ TEST(HyperThreading, IsTheFieldOfAnIntelProcessorOfFamily15) {
   EXPECT_THAT(processor.leaves, ElementsAre(0, 1));
 }
 
+// Its EAX says which leaf is the highest; it is not consulted.
+TEST(HyperThreading, AsksForLeafOneWhateverLeafZeroSaysOfTheHighest) {
+  Registers none = kIntel;
+  none.eax = 0;
+  const Processor processor(none, {0xF29, 2 << 16, 0, 0});
+  EXPECT_EQ(HTSupported(), 2);
+  EXPECT_THAT(processor.leaves, ElementsAre(0, 1));
+}
+
 TEST(HyperThreading, IsZeroForAnotherVendorWithoutLookingFurther) {
   const Processor processor(kAmd, {0xF29, 2 << 16, 0, 0});
   EXPECT_EQ(HTSupported(), 0);
@@ -212,18 +221,12 @@ struct CpuinfoRow {
   int figure;
 };
 
-TEST(KernelFigure, IsTheValueBehindTheColonOfASiblingsOrThreadsLine) {
+TEST(KernelFigure, IsTheValueAfterTheColonOfASiblingsOrThreadsLine) {
   const CpuinfoRow rows[] = {
-      {"threads\t: 3\n", 3},
-      {"threads_per_core : 3\n", 3},
-      {"siblings\v\f\r\n:4\n", -1},
-      {"siblings\r\t : 4\n", 4},
-      {"siblings", -1},
-      {"siblings   ", -1},
-      {"siblings!: 4\n", -1},
-      {"siblings\x01: 4\n", -1},
-      {"siblings \x01: 4\n", -1},
-      {"x threads : 4\n", 0},
+      {"threads\t: 3\n", 3},        {"siblings : 010\n", 10},  {"threads_per_core : 3\n", 3},
+      {"siblings\v\f\r\n:4\n", -1}, {"siblings\r\t : 4\n", 4}, {"siblings", -1},
+      {"siblings   ", -1},          {"siblings!: 4\n", -1},    {"siblings\x01: 4\n", -1},
+      {"siblings \x01: 4\n", -1},   {"x threads : 4\n", 0},
   };
   const Release release("3.10.0");
   for (const CpuinfoRow &row : rows) {
@@ -385,6 +388,56 @@ TEST(ProcessorCount, CombinesTheProbes) {
   }
 }
 
+TEST(ProcessorCount, AsksForTheConfiguredOnesThenTheProcessorThenTheKernel) {
+  std::string asked;
+  const With configured(fake_get_nprocs_conf, [&] {
+    asked += "configured ";
+    return 2;
+  });
+  const With processor(fake_HTSupported, [&] {
+    asked += "processor ";
+    return 2;
+  });
+  const With kernel(fake_ht_os_cpus, [&] {
+    asked += "kernel ";
+    return 2;
+  });
+  int count = 0;
+  count_physical_proc(&count);
+  EXPECT_EQ(asked, "configured processor kernel ");
+}
+
+TEST(ProcessorCount, IsStoredAfterTheLastProbe) {
+  int count = 4711;
+  const With configured(fake_get_nprocs_conf, [&] {
+    EXPECT_EQ(count, 4711);
+    return 2;
+  });
+  const With processor(fake_HTSupported, [&] {
+    EXPECT_EQ(count, 4711);
+    return 2;
+  });
+  const With kernel(fake_ht_os_cpus, [&] {
+    EXPECT_EQ(count, 4711);
+    return 2;
+  });
+  count_physical_proc(&count);
+  EXPECT_EQ(count, 1);
+}
+
+TEST(ProcessorCount, StaysAsItWasWhereAProbeEndsTheProcess) {
+  const With configured(fake_get_nprocs_conf, [] { return 2; });
+  const Processor processor = hyper_threaded(2);
+  const Release release("2.4.18-3");
+  const With klogctl(fake_klogctl, [](int, char *, int) { return -1; });
+  static int count = 4711;
+  const auto count_with_farewell = [] {
+    std::atexit([] { std::fprintf(stderr, "count %d\n", count); });
+    count_physical_proc(&count);
+  };
+  EXPECT_EXIT(count_with_farewell(), ExitedWithCode(1), "count 4711\n$");
+}
+
 TEST(ProcessorCount, DoesNotAskTheKernelWithoutHyperThreading) {
   const With configured(fake_get_nprocs_conf, [] { return 8; });
   const With processor(fake_HTSupported, [] { return 0; });
@@ -513,6 +566,58 @@ TEST_P(ProcessorEntryPoint, FormatsNothingWithTheSwitchOff) {
   EXPECT_EQ(GetParam().call(&count), 0U);
   EXPECT_EQ(GetParam().call(nullptr), 1U);
   EXPECT_EQ(statuslog[0], 'x');
+}
+
+TEST(Errno, IsLeftAloneByTheProbesAndTheCount) {
+  int processors = 2;
+  const With configured(fake_get_nprocs_conf, [&] {
+    errno = ENOENT;
+    return processors;
+  });
+  const Processor processor = hyper_threaded(2);
+  const Release release("3.10.0");
+  const With fopen(fake_fopen, [](const char *, const char *) {
+    errno = EACCES;
+    return nullptr;
+  });
+  const Captured error(STDERR_FILENO);
+  int count = 0;
+  errno = 4711;
+  ht_os_cpus();
+  HTSupported();
+  CPUID_is_supported();
+  count_physical_proc(&count);
+  EXPECT_EQ(errno, 4711);
+  EXPECT_EQ(count, 2);
+  processors = 0;
+  count_physical_proc(&count);
+  EXPECT_EQ(errno, 4711);
+}
+
+TEST(Errno, TellsWhyACountIsNegative) {
+  const With configured(fake_get_nprocs_conf, [] {
+    errno = ENOMEM;
+    return -1;
+  });
+  const Processor processor(kAmd, {});
+  int count = 0;
+  count_physical_proc(&count);
+  EXPECT_EQ(count, -1);
+  EXPECT_EQ(errno, ENOMEM);
+}
+
+TEST_P(ProcessorEntryPoint, LeavesErrnoAlone) {
+  for (const int configured : {2, -1}) {
+    const With counting(fake_count_physical_proc, [&](int *count) {
+      *count = configured;
+      errno = ENOMEM;
+      return 0U;
+    });
+    errno = 4711;
+    int count = 0;
+    GetParam().call(&count);
+    EXPECT_EQ(errno, 4711) << configured;
+  }
 }
 
 TEST(Probes, WriteNoTraceLines) {

@@ -5,6 +5,7 @@
 #include <orla/loader.h>
 #include <orla/trace.h>
 
+#include <cerrno>
 #include <cstring>
 #include <string>
 #include <utility>
@@ -334,7 +335,8 @@ TEST(LongError, OfANameThatFillsItIsCutInTheName) {
   EXPECT_EQ(traced.text(), kTracePrefix + ("Error loading module " + name).substr(0, 255) + ".\n");
 }
 
-// The trace writer reads a message as a format: two percent signs are one, and no other is followed.
+// The trace writer reads a message as a format: two percent signs are one, and no other is
+// followed.
 TEST(FailedLoad, OfANameWithPercentSignsIsTracedWithoutReadingArguments) {
   FakeLinker linker("");
   linker.error = "100%% of %s%n%d";
@@ -372,14 +374,18 @@ TEST(ProcAddr, OfAMissingSymbolPrintsTwoLinesTheSecondWithACommaInFront) {
   orla_slnk_free_library(id);
 }
 
-TEST(ProcAddr, OfAMissingSymbolGivesTheLinkersOwnText) {
-  LibraryId id;
-  ASSERT_EQ(id.load(kGoodModule), 0u);
-  orla_status status = 0;
-  CaptureStdout();
-  orla_slnk_get_proc_addr(id, "orla_module_missing", &status);
-  EXPECT_THAT(GetCapturedStdout(), HasSubstr("undefined symbol: orla_module_missing\n"));
-  orla_slnk_free_library(id);
+TEST(ProcAddr, OfAMissingSymbolGivesTheLinkersOwnTextWhichBeginsWithThePathItFound) {
+  for (const char *name : {kGoodModule, "libc.so.6"}) {
+    LibraryId id;
+    ASSERT_EQ(id.load(name), 0u);
+    orla_status status = 0;
+    CaptureStdout();
+    orla_slnk_get_proc_addr(id, "orla_module_missing", &status);
+    const std::string text = GetCapturedStdout();
+    EXPECT_THAT(text, HasSubstr("\n,/"));
+    EXPECT_THAT(text, HasSubstr(std::string(name) + ": undefined symbol: orla_module_missing"));
+    orla_slnk_free_library(id);
+  }
 }
 
 TEST(ProcAddr, AfterAFailureDoesNotClearTheStatus) {
@@ -462,6 +468,40 @@ TEST(FreeLibrary, TakesTheLibraryOutOfMemory) {
   ASSERT_EQ(id.load(kGoodModule), 0u);
   EXPECT_EQ(orla_slnk_free_library(id), 0);
   EXPECT_EQ(dlopen(kGoodModule, RTLD_NOW | RTLD_NOLOAD), nullptr);
+}
+
+// errno as it is after `call`, which finds it at 4711.
+template <typename Call>
+int errno_after(Call call) {
+  errno = 4711;
+  call();
+  return errno;
+}
+
+TEST(Loader, LeavesErrnoAlone) {
+  LibraryId id;
+  orla_status status = 0;
+  CaptureStdout();
+  EXPECT_EQ(errno_after([] {
+              const HeapExhausted heap;
+              orla_slnk_allocate_library_id();
+            }),
+            4711);
+  EXPECT_EQ(errno_after([&] { id.load(kNowhere); }), 4711);
+  EXPECT_EQ(errno_after([&] { id.load(kGoodModule); }), 4711);
+  const auto sets_errno = [](auto result) {
+    return [result](auto...) {
+      errno = EIO;
+      return result;
+    };
+  };
+  const With error(fake_dlerror, sets_errno(static_cast<char *>(nullptr)));
+  const With close(fake_dlclose, sets_errno(-1));
+  EXPECT_EQ(errno_after([&] { orla_slnk_get_proc_addr(id, "orla_module_answer", &status); }), 4711);
+  EXPECT_EQ(errno_after([&] { orla_slnk_get_proc_addr(id, "orla_module_missing", &status); }),
+            4711);
+  EXPECT_EQ(errno_after([&] { orla_slnk_free_library(id); }), 4711);
+  GetCapturedStdout();
 }
 
 TEST(FreeLibraryId, LeavesTheLibraryOpen) {

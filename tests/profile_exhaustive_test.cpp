@@ -1,5 +1,5 @@
-// Small domains of the profile functions, whole, against the plain way of the same: every byte at every
-// position of a small file, every pair of key and line, every value of few characters.
+// Small domains of the profile functions, whole, against the plain way of the same: every byte at
+// every position of a small file, every pair of key and line, every value of few characters.
 
 #include <gtest/gtest.h>
 #include <orla/profile.h>
@@ -10,7 +10,7 @@
 #include <vector>
 
 #include "fakes/file_calls.h"
-#include "kit/plain_profile.h"
+#include "plain/profile.h"
 
 namespace {
 

@@ -2,15 +2,18 @@
 
 #include <gtest/gtest.h>
 #include <orla/profile.h>
+#include <strings.h>
 
+#include <algorithm>
 #include <cstdio>
+#include <optional>
 #include <random>
 #include <string>
 #include <vector>
 
 #include "fakes/file_calls.h"
-#include "kit/plain_profile.h"
 #include "kit/temp_dir.h"
+#include "plain/profile.h"
 
 namespace {
 
@@ -32,7 +35,7 @@ class Random {
   std::size_t below(std::size_t bound) { return engine_() % bound; }
 
   template <typename Value, std::size_t kCount>
-  Value of(const Value (&values)[kCount]) {
+  const Value &of(const Value (&values)[kCount]) {
     return values[below(kCount)];
   }
 
@@ -45,7 +48,8 @@ const char *const kKeys[] = {"", "a", "K", "key", "a=", "[", " "};
 const char *const kFallbacks[] = {"", "d", "default", "a default that is longer than the buffer"};
 const char *const kValues[] = {"", "v", " 1 ", "x=y", "a value\r"};
 
-// Bits of which files are made: what the grammar turns on, near-misses of it, and single characters.
+// Bits of which files are made: what the grammar turns on, near-misses of it, and single
+// characters.
 const std::string kPieces[] = {
     "[a]\n",
     "[A]\r\n",
@@ -251,6 +255,116 @@ TEST(ProfileRandom, LineReaderAgreesWithThePlainWay) {
     }
     std::fclose(stream);
   }
+}
+
+// ---- What the format's page promises ------------------------------------------------------------
+//
+// "Both readers find every key of a file, with its value, when ...": the conditions, over the lines of a
+// file, and what then must hold.
+
+bool begins(const std::string &line, const std::string &text) {
+  return strncasecmp(line.c_str(), text.c_str(), text.size()) == 0;
+}
+
+bool begins_any(const std::vector<std::string> &lines, const std::string &text) {
+  return std::any_of(lines.begin(), lines.end(),
+                     [&](const std::string &line) { return begins(line, text); });
+}
+
+struct FoundEntry {
+  std::string section;
+  std::string key;
+  std::string value;
+};
+
+// The name in a header, or nothing.
+std::string section_of(const std::string &line) {
+  if (line.size() < 3 || line.front() != '[' || line.find(']') != line.size() - 1) return "";
+  return line.substr(1, line.size() - 2);
+}
+
+// The entries of a file of which the promise is made; none otherwise.
+std::optional<std::vector<FoundEntry>> entries_of(const std::string &file) {
+  std::vector<FoundEntry> entries;
+  std::vector<std::string> above;             // all lines
+  std::vector<std::string> above_in_section;  // since the header
+  std::string section;                        // empty: between two sections
+  if (!file.empty() && file.back() != '\n') return {};
+  if (file.find('\0') != std::string::npos || file.find('\xFF') != std::string::npos) return {};
+  plain::Reader reader(file);
+  for (std::string line; reader.read_line(line); above.push_back(line)) {
+    const std::string name = section_of(line);
+    if (line.empty()) {
+      section.clear();
+    } else if (!name.empty()) {
+      if (!section.empty() || begins_any(above, "[" + name.substr(0, name.size() - 1))) return {};
+      section = name;
+      above_in_section.clear();
+    } else {
+      const std::size_t equals = line.find('=');
+      if (section.empty() || equals == 0 || equals == std::string::npos ||
+          line.find('=', equals + 1) != std::string::npos ||
+          begins_any(above_in_section, line.substr(0, equals)))
+        return {};
+      entries.push_back({section, line.substr(0, equals), line.substr(equals + 1)});
+      above_in_section.push_back(line);
+    }
+  }
+  if (!section.empty()) return {};
+  return entries;
+}
+
+const std::string kNames[] = {"Main", "Main1", "Ma", "Other", "o", "Node1", "Node2", "a]x", "b=c"};
+const std::string kOwnKeys[] = {"Port", "PortNumber", "Po", "port", "Host", "[k", "x", " y", ""};
+const std::string kOwnValues[] = {"", "1", "0099", "99999", "123456", " 5", "a b", "a=b", "v]"};
+
+// Sections as they should be, for the most part.
+std::string random_profile(Random &random) {
+  std::string file;
+  for (std::size_t sections = random.below(4); sections > 0; --sections) {
+    file += "[" + random.of(kNames) + "]\n";
+    for (std::size_t entries = random.below(4); entries > 0; --entries)
+      file += random.of(kOwnKeys) + "=" + random.of(kOwnValues) + "\n";
+    if (random.below(10) != 0) file += "\n";
+    if (random.below(20) == 0) file += random.of(kPieces);
+  }
+  return file;
+}
+
+void expect_found(const FoundEntry &entry, const std::string &file) {
+  char text[32];
+  orla_cfg_get_private_profile_string(entry.section.c_str(), entry.key.c_str(), nullptr, text,
+                                      sizeof text, "f");
+  ASSERT_EQ(text, entry.value) << "[" << entry.section << "] " << entry.key << " in "
+                               << shown(file);
+  if (entry.value.empty() || entry.value.size() > 5 ||
+      entry.value.find_first_not_of("0123456789") != std::string::npos)
+    return;
+  ASSERT_EQ(orla_cfg_get_private_profile_int(entry.section.c_str(), entry.key.c_str(), -7, "f"),
+            std::stoi(entry.value))
+      << "[" << entry.section << "] " << entry.key << " in " << shown(file);
+}
+
+TEST(ProfileRandom, EveryKeyIsFoundWhereTheFormatsPagePromisesIt) {
+  Random random(8);
+  MemoryFiles files;
+  int found = 0;
+  int no_promise = 0;
+  for (int i = 0; i < kManyFiles && !testing::Test::HasFatalFailure(); ++i) {
+    const std::string file = random_profile(random);
+    const auto entries = entries_of(file);
+    if (!entries) {
+      ++no_promise;
+      continue;
+    }
+    files.put("f", file);
+    for (const FoundEntry &entry : *entries) {
+      ASSERT_NO_FATAL_FAILURE(expect_found(entry, file));
+      ++found;
+    }
+  }
+  EXPECT_GT(found, kManyFiles / 10);
+  EXPECT_GT(no_promise, kManyFiles / 10);
 }
 
 }  // namespace

@@ -1,5 +1,6 @@
-// Every function that the headers call safe, in eight threads at once, from the first call of the process
-// on. Each case checks the answers; ThreadSanitizer has the last word. UUIDs are in uuid_threads_test.cpp.
+// Every function that the headers call safe, in eight threads at once, from the first call of the
+// process on. Each case checks the answers; ThreadSanitizer has the last word. UUIDs are in
+// uuid_threads_test.cpp.
 
 #include <gtest/gtest.h>
 #include <orla/orla.h>
@@ -9,6 +10,7 @@
 #include <string>
 
 #include "kit/at_once.h"
+#include "kit/captured.h"
 #include "kit/temp_dir.h"
 
 // As the library defines them; <arpa/inet.h> has other results for two of them.
@@ -154,8 +156,40 @@ TEST(Threads, ParseTheFirstDatesAtOnce) {
                        wrong += year != 107 || month != 12 || day != 31;
                        wrong += string_to_date("12/31/2007", &date) != 1 || date != 7673;
                        wrong += string_to_time("01/02/1970") != 86400;
+                       wrong += k7_parse_date("1/2/2007", &year, &month, &day) != 0;
+                       wrong += year != 107 || month != 1 || day != 2;
                        orla_strptime("1/2/2007", "%m/%d/%Y", &fields);
                        return wrong + (fields.tm_year != 107);
+                     }),
+            0);
+}
+
+TEST(Threads, ParseTheFirstDatesOfTheOldModeAtOnce) {
+  setenv("ORLALS_DATE_FORMAT_OLD", "", 1);
+  EXPECT_EQ(repeated(kRounds,
+                     [](int) {
+                       std::int32_t year = 0;
+                       std::int32_t month = 0;
+                       std::int32_t day = 0;
+                       std::uint16_t date = 0;
+                       int wrong = k7_parse_date("2007 1 2", &year, &month, &day) != 0;
+                       wrong += year != 107 || month != 1 || day != 2;
+                       wrong += string_to_date("2007/12/31", &date) != 1 || date != 7673;
+                       return wrong + (string_to_time("1970 1 2") != 86400);
+                     }),
+            0);
+}
+
+// Safe as soon as one call has reached the provider.
+TEST(Threads, NameTheNodeAtOnceAfterTheFirstCall) {
+  static char first[ORLA_NODE_NAME_SIZE];
+  orla_get_node_name(first);
+  ASSERT_STRNE(first, "");
+  EXPECT_EQ(repeated(kRounds,
+                     [](int) {
+                       char name[ORLA_NODE_NAME_SIZE];
+                       orla_get_node_name(name);
+                       return std::strcmp(name, first) != 0 ? 1 : 0;
                      }),
             0);
 }
@@ -223,6 +257,42 @@ TEST(Threads, LoadThroughIdsOfTheirOwnAtOnce) {
                        wrong += orla_slnk_free_library(id) != 0;
                        orla_slnk_free_library_id(id);
                        return wrong;
+                     }),
+            0);
+}
+
+TEST(Threads, PrintLinesToStandardOutputAtOnce) {
+  constexpr int kLines = 200;
+  Captured output(STDOUT_FILENO);
+  const int wrong = repeated(kLines, [](int) {
+    return (print_date_line(7673, "on ") != 14) + (print_time_line(86400, nullptr) != 11);
+  });
+  EXPECT_EQ(output.text().size(), kThreads * kLines * (14U + 11U));
+  EXPECT_EQ(wrong, 0);
+}
+
+// The first call finds the provider, before there are threads.
+TEST(Threads, TellTheNodesNameAtOnceAfterTheFirstCall) {
+  static char name[ORLA_NODE_NAME_SIZE];
+  orla_get_node_name(name);
+  if (name[0] == '\0') GTEST_SKIP() << "no companion library is found from here";
+  EXPECT_EQ(repeated(kRounds,
+                     [](int) {
+                       char again[ORLA_NODE_NAME_SIZE];
+                       orla_get_node_name(again);
+                       return static_cast<int>(std::strcmp(again, name) != 0);
+                     }),
+            0);
+}
+
+TEST(Threads, FailToLoadMissingLibrariesAtOnce) {
+  EXPECT_EQ(repeated(50,
+                     [](int) {
+                       orla_library_id *id = orla_slnk_allocate_library_id();
+                       orla_status status = 0;
+                       orla_slnk_load_library("liborla-no-such-library.so", id, &status);
+                       orla_slnk_free_library_id(id);
+                       return static_cast<int>(status != ORLA_LOADER_FAILED);
                      }),
             0);
 }

@@ -11,12 +11,12 @@
 #include <cerrno>
 #include <cstdint>
 #include <cstdlib>
-#include <cstring>
 #include <string>
 
 #include "fakes/clock.h"
 #include "kit/environment.h"
 #include "kit/temp_dir.h"
+#include "plain/percent_text.h"
 
 // As the library defines them; <arpa/inet.h>, which declares them otherwise, is not included here.
 extern "C" {
@@ -78,7 +78,7 @@ TEST(EveryDelimiter, MakesATokenOfAnyByteBetweenTwoOfIt) {
 }
 
 // Three empty tokens and a last one; past those there is none.
-TEST(EveryIndex, Of16BitsFindsATokenBehindEmptyOnesAlone) {
+TEST(EveryIndex, Of16BitsFindsATokenAfterEmptyOnesAlone) {
   const std::string text = "''''''-'last'";
   for (int index = -32768; index <= 32767; ++index) {
     char out[8] = "kept";
@@ -109,21 +109,6 @@ TEST(LongEveryCount, Of16BitsIsHalvedAsASignedNumber) {
 
 constexpr int kError = EACCES;
 
-// "%%" is one percent sign, "%m" the text of the error; anything else stands as it is.
-std::string expanded(const std::string &format) {
-  std::string text;
-  for (std::size_t i = 0; i < format.size(); ++i) {
-    const std::string pair = format.substr(i, 2);
-    if (pair == "%%" || pair == "%m") {
-      text += pair == "%%" ? "%" : std::strerror(kError);
-      ++i;
-    } else {
-      text += format[i];
-    }
-  }
-  return text;
-}
-
 // A failure shows where the two part, not the megabytes that they are.
 void expect_same(const std::string &got, const std::string &expected) {
   const auto parting = std::mismatch(got.begin(), got.end(), expected.begin(), expected.end());
@@ -133,7 +118,7 @@ void expect_same(const std::string &got, const std::string &expected) {
                                << testing::PrintToString(expected.substr(at - before, 80));
 }
 
-// Calls `check` with every two bytes, and with every two behind a percent sign.
+// Calls `check` with every two bytes, and with every two after a percent sign.
 template <typename Check>
 void for_every_message(Check check) {
   for (int first = 1; first < 256; ++first) {
@@ -145,7 +130,7 @@ void for_every_message(Check check) {
   }
 }
 
-TEST(EveryMessage, OfTwoBytesAndEveryPairBehindAPercentSignIsTraced) {
+TEST(EveryMessage, OfTwoBytesAndEveryPairAfterAPercentSignIsTraced) {
   const TempDir folder;
   const WithVariable path("K7LOG_PATH", folder.path("trace").c_str());
   const WithZone zone(kNewYork);
@@ -156,7 +141,7 @@ TEST(EveryMessage, OfTwoBytesAndEveryPairBehindAPercentSignIsTraced) {
   int round = 0;
   // The file is emptied now and then, so that it is never rotated.
   for_every_message([&](std::string message) {
-    expected += stamp + expanded(message);
+    expected += stamp + plain::percent_text(message, kError);
     errno = kError;
     TavTrace(message.data());
     if (++round % 65536 != 0) return;
@@ -169,13 +154,13 @@ TEST(EveryMessage, OfTwoBytesAndEveryPairBehindAPercentSignIsTraced) {
   EXPECT_FALSE(folder.holds("trace.1"));
 }
 
-TEST(EveryPrefix, OfTwoBytesAndEveryPairBehindAPercentSignIsPrintedBeforeTheDate) {
+TEST(EveryPrefix, OfTwoBytesAndEveryPairAfterAPercentSignIsPrintedBeforeTheDate) {
   char *text = nullptr;
   std::size_t size = 0;
   std::FILE *stream = open_memstream(&text, &size);
   std::string expected;
   for_every_message([&](const std::string &prefix) {
-    const std::string line = expanded(prefix) + "12/28/1986\n";
+    const std::string line = plain::percent_text(prefix, kError) + "12/28/1986\n";
     expected += line;
     errno = kError;
     ASSERT_EQ(fprint_date_line(stream, 0, prefix.c_str()), static_cast<int>(line.size()));

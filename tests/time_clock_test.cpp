@@ -4,6 +4,7 @@
 #include <orla/time.h>
 
 #include <cerrno>
+#include <climits>
 #include <functional>
 #include <string>
 
@@ -68,6 +69,8 @@ TEST(Offset, TakesOneHourForDaylightSavingEvenWhereTheRulesNameHalfAnHour) {
   const WithZone zone("LHST-10:30LHDT-11,M10.1.0,M4.1.0");
   const ClockAt clock(kWinter);  // summer in the south
   EXPECT_EQ(wek_localtime_offset(), -37800 - 3600);
+  const std::time_t now = kWinter;
+  EXPECT_EQ(std::localtime(&now)->tm_gmtoff, 37800 + 1800);
 }
 
 TEST(Offset, FollowsAChangeOfTheZoneAtTheNextCall) {
@@ -256,6 +259,15 @@ TEST(PassThrough, ReturnsWhatTheSystemReturns) {
   EXPECT_EQ(tav_mktime(&fields), kSummer);
   fields.tm_isdst = 0;  // the flag goes through as well: an hour later
   EXPECT_EQ(tav_mktime(&fields), kSummer + 3600);
+}
+
+TEST(PassThrough, LeavesTheSystemsErrorInErrno) {
+  std::tm fields = {};
+  fields.tm_year = INT_MAX;
+  fields.tm_mon = INT_MAX;
+  errno = 0;
+  EXPECT_EQ(tav_mktime(&fields), -1);
+  EXPECT_EQ(errno, EOVERFLOW);
 }
 
 TEST(PassThrough, HandsItsArgumentOnUnchanged) {

@@ -89,7 +89,7 @@ TEST(FirstToken, OverTheCopyLimitIsCutAndTheResultNull) {
   EXPECT_EQ(out.data(), std::string(31, 'x'));
 }
 
-// Every buffer size against every length of token; nothing behind the terminator is written.
+// Every buffer size against every length of token; nothing after the terminator is written.
 TEST(FirstToken, KeepsWithinEveryBufferSize) {
   for (int length = 0; length <= 140; ++length) {
     const std::string token(static_cast<std::size_t>(length), 't');
@@ -178,6 +178,17 @@ TEST(FirstToken, ChainsThroughALine) {
   EXPECT_EQ(tokens, (std::vector<std::string>{"alpha", "", "two words"}));
 }
 
+TEST(FirstToken, ChainsThroughTheLineOfTheHeader) {
+  const char *line = "\"alpha\" \"\" \"two words\"";
+  EXPECT_EQ(count_delimited_tokens_in_string(line, '"'), 3);
+  const char *rest = line;
+  char field[32];
+  std::vector<std::string> tokens;
+  while ((rest = get_first_delimited_token_in_string(rest, '"', field, sizeof field)) != nullptr)
+    tokens.push_back(field);
+  EXPECT_EQ(tokens, (std::vector<std::string>{"alpha", "", "two words"}));
+}
+
 TEST(TokenByIndex, ZeroOrNegativeIsTheFirst) {
   const char *text = "\"a\" \"bc\"";
   for (const int index : {0, -1, SHRT_MIN}) {
@@ -190,13 +201,13 @@ TEST(TokenByIndex, ZeroOrNegativeIsTheFirst) {
   }
 }
 
-TEST(TokenByIndex, BehindATokenThatIsNotEmptyIsNotFoundAndTheBufferStays) {
+TEST(TokenByIndex, AfterATokenThatIsNotEmptyIsNotFoundAndTheBufferStays) {
   char out[32] = "as it was";
   EXPECT_EQ(get_delimited_token_in_string("\"a\" \"bc\"", 1, '"', out, sizeof out), nullptr);
   EXPECT_STREQ(out, "as it was");
 }
 
-TEST(TokenByIndex, BehindEmptyTokensAloneIsFound) {
+TEST(TokenByIndex, AfterEmptyTokensAloneIsFound) {
   const char *text = "\"\"\"x\"";
   char out[32];
   EXPECT_EQ(get_delimited_token_in_string(text, 1, '"', out, sizeof out), text + 5);
@@ -214,7 +225,7 @@ TEST(TokenByIndex, PastTheLastTokenIsNotFoundAndTheBufferStays) {
   EXPECT_STREQ(out, "as it was");
 }
 
-TEST(TokenByIndex, RightBehindTheLastTokenEmptiesTheBuffer) {
+TEST(TokenByIndex, RightAfterTheLastTokenEmptiesTheBuffer) {
   char out[32] = "as it was";
   EXPECT_EQ(get_delimited_token_in_string("\"\"", 1, '"', out, sizeof out), nullptr);
   EXPECT_STREQ(out, "");

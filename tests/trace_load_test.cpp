@@ -1,17 +1,22 @@
-// The trace file under load: many processes that append to it at once, and one that rotates it often.
+// The trace file under load: many processes that append to it at once, one that rotates it often,
+// and several that share it through many rotations.
 
+#include <fcntl.h>
 #include <gtest/gtest.h>
 #include <orla/trace.h>
+#include <sys/stat.h>
 #include <unistd.h>
 
 #include <algorithm>
+#include <cstdlib>
 #include <filesystem>
-#include <map>
+#include <sstream>
 #include <string>
 #include <string_view>
 #include <vector>
 
 #include "fakes/clock.h"
+#include "fakes/file_status.h"
 #include "kit/environment.h"
 #include "kit/processes.h"
 #include "kit/temp_dir.h"
@@ -168,6 +173,114 @@ using LongTraceOfManyRotations = TraceOfManyRotations;
 
 TEST_F(LongTraceOfManyRotations, Of100MegabytesIsTwoWholeFilesOfLinesThatFollowEachOther) {
   write_and_check(100000000);
+}
+
+// Several processes write lines of one length through many rotations. A predecessor has had its
+// time once a filled file replaces it: its lines count as kept. They are lost when a file that is
+// not full replaces it.
+class TraceOfSharedRotations : public TraceLoad {
+ protected:
+  static constexpr std::size_t kSharing = 4;
+  static constexpr std::size_t kRotations = 10;
+  static constexpr std::size_t kLineLength = 400;
+  static constexpr std::size_t kLinesOfEach = (kRotations * kLimit / kLineLength + 1000) / kSharing;
+
+  // How many lines of a round are in no file.
+  std::size_t lost_in_a_round() {
+    write_at_once();
+    Seen seen(kSharing * kLinesOfEach, false);
+    for (const auto &entry : std::filesystem::directory_iterator(folder_.path("")))
+      look_at(entry.path().filename(), seen);
+    std::filesystem::remove_all(folder_.path(""));
+    std::filesystem::create_directory(folder_.path(""));
+    return static_cast<std::size_t>(std::count(seen.begin(), seen.end(), false));
+  }
+
+  // Whether the processes share the stream that their parent opened.
+  bool opened_before_ = false;
+  std::size_t rotations_ = 0;
+
+ private:
+  using Seen = std::vector<bool>;
+
+  static std::string line(std::size_t number) {
+    std::string text = "n" + std::to_string(number) + " ";
+    return text + std::string(kLineLength - text.size() - 1, 'x') + "\n";
+  }
+
+  void write_at_once() {
+    if (opened_before_) trace("opened\n");
+    int all_done[2];
+    ASSERT_EQ(pipe(all_done), 0);
+    Processes processes;
+    for (std::size_t process = 0; process < kSharing; ++process)
+      processes.add([&, process] { return write_and_save(process, all_done); });
+    close(all_done[0]);
+    close(all_done[1]);
+    EXPECT_EQ(processes.run(), 0);
+    if (opened_before_) TavTrace(nullptr);
+  }
+
+  int write_and_save(std::size_t process, const int (&all_done)[2]) {
+    std::vector<int> replaced;
+    const With rename(fake_rename, [&](const char *from, const char *to) {
+      struct stat status;
+      const bool filled = stat(from, &status) == 0 && std::size_t(status.st_size) > kLimit;
+      const int earlier = open(to, O_RDONLY);
+      if (filled && earlier >= 0) replaced.push_back(earlier);
+      return fake_rename.real(from, to);
+    });
+    for (std::size_t number = process; number < kSharing * kLinesOfEach; number += kSharing)
+      trace(line(number));
+    close(all_done[1]);
+    char none;
+    while (read(all_done[0], &none, 1) != 0) {
+    }
+    for (const int descriptor : replaced)
+      std::filesystem::copy_file(
+          "/proc/self/fd/" + std::to_string(descriptor),
+          folder_.path(std::to_string(process) + "." + std::to_string(descriptor)));
+    return 0;
+  }
+
+  void look_at(const std::string &file, Seen &seen) {
+    std::istringstream lines(folder_.read(file));
+    for (std::string text; std::getline(lines, text);) {
+      if (text.find("opened") != std::string::npos) continue;  // the parent's
+      const std::size_t at = text.find(" n") + 2;
+      const std::size_t number = std::strtoul(text.c_str() + at, nullptr, 10);
+      ASSERT_EQ(text.substr(at - 1) + "\n", line(number)) << text;
+      ASSERT_FALSE(seen[number]) << number;
+      seen[number] = true;
+    }
+    rotations_ += file != "trace";
+  }
+};
+
+TEST_F(TraceOfSharedRotations, LosesNoneOf100000LinesOf4ProcessesThroughTenRotations) {
+  EXPECT_EQ(lost_in_a_round(), 0U);
+  EXPECT_GE(rotations_, kRotations);
+}
+
+TEST_F(TraceOfSharedRotations, LosesNoneWhenTheProcessesInheritTheOpenFile) {
+  opened_before_ = true;
+  EXPECT_EQ(lost_in_a_round(), 0U);
+  EXPECT_GE(rotations_, kRotations);
+}
+
+using LongTraceOfSharedRotations = TraceOfSharedRotations;
+
+TEST_F(LongTraceOfSharedRotations, LosesNoLineThrough200Rotations) {
+  for (int round = 0; round < 20; ++round)
+    ASSERT_EQ(lost_in_a_round(), 0U) << round;
+  EXPECT_GE(rotations_, 20 * kRotations);
+}
+
+TEST_F(LongTraceOfSharedRotations, LosesNoLineThrough200RotationsOfInheritedFiles) {
+  opened_before_ = true;
+  for (int round = 0; round < 20; ++round)
+    ASSERT_EQ(lost_in_a_round(), 0U) << round;
+  EXPECT_GE(rotations_, 20 * kRotations);
 }
 
 }  // namespace

@@ -11,81 +11,11 @@
 
 #include "kit/guarded_buffer.h"
 #include "kit/uuid.h"
+#include "plain/uuid.h"
 
 namespace {
 
 constexpr std::size_t kLength = ORLA_UUID_TEXT_SIZE - 1;
-
-// The rules of formatted input, a character at a time: what the library's tables and the C library's
-// reader are held against.
-class PlainReader {
- public:
-  explicit PlainReader(const char *text) : next_(text) {}
-
-  bool dot() { return *next_ == '.' ? (++next_, true) : false; }
-
-  // A hexadecimal number of at most `width` characters, sign and "0x" among them; white space before it
-  // does not count.
-  std::optional<std::uint32_t> number(int width) {
-    while (is_space(*next_))
-      ++next_;
-    const bool negative = *next_ == '-';
-    if (*next_ == '-' || *next_ == '+') take(width);
-    bool any = false;
-    if (width > 0 && *next_ == '0') {
-      any = true;
-      take(width);
-      if (width > 0 && (*next_ == 'x' || *next_ == 'X')) take(width);
-    }
-    std::uint32_t value = 0;
-    for (int digit; width > 0 && (digit = value_of(*next_)) >= 0; take(width)) {
-      any = true;
-      value = value * 16 + static_cast<std::uint32_t>(digit);
-    }
-    if (!any) return std::nullopt;
-    return negative ? 0 - value : value;
-  }
-
- private:
-  static bool is_space(char c) { return c == ' ' || (c >= '\t' && c <= '\r'); }
-
-  static int value_of(char c) {
-    if (c >= '0' && c <= '9') return c - '0';
-    if (c >= 'a' && c <= 'f') return c - 'a' + 10;
-    if (c >= 'A' && c <= 'F') return c - 'A' + 10;
-    return -1;
-  }
-
-  void take(int &width) {
-    ++next_;
-    --width;
-  }
-
-  const char *next_;
-};
-
-std::optional<k7_uuid__t> read_plainly(const char *text) {
-  PlainReader reader(text);
-  const std::optional<std::uint32_t> high = reader.number(8);
-  if (!high) return std::nullopt;
-  const std::optional<std::uint32_t> low = reader.number(4);
-  if (!low) return std::nullopt;
-  std::uint16_t numbers[8];
-  for (std::uint16_t &number : numbers) {
-    if (!reader.dot()) return std::nullopt;
-    const std::optional<std::uint32_t> read = reader.number(2);
-    if (!read) return std::nullopt;
-    number = static_cast<std::uint16_t>(*read);
-  }
-  k7_uuid__t uuid = {};
-  uuid.time_high = *high;
-  uuid.time_low = static_cast<std::uint16_t>(*low);
-  uuid.family = static_cast<std::uint8_t>(numbers[0]);
-  for (int i = 0; i < 5; ++i)
-    uuid.host[i] = static_cast<std::uint8_t>(numbers[1 + i]);
-  uuid.reserved = static_cast<std::uint16_t>(numbers[7] << 8 | numbers[6]);
-  return uuid;
-}
 
 // Decodes texts that end right before an unreadable page.
 class Decoder {
@@ -97,7 +27,7 @@ class Decoder {
   char *text() { return buffer_.data(); }
 
   void expect_what_the_plain_rules_say() {
-    const std::optional<k7_uuid__t> expected = read_plainly(text());
+    const std::optional<k7_uuid__t> expected = plain::read_uuid_text(text());
     accepted_ += expected.has_value();
     const k7_uuid__t before = filled(0xA5);
     k7_uuid__t got = before;
@@ -169,19 +99,10 @@ TEST(EveryByteOfARecord, StandsInTheText) {
     for (int byte = 0; byte < 256; ++byte) {
       for (const std::uint8_t filling : {std::uint8_t{0}, std::uint8_t{0x5A}}) {
         const k7_uuid__t uuid = with_byte(at, byte, filling);
-        ASSERT_EQ(text_of(uuid), printed(uuid));
+        ASSERT_EQ(text_of(uuid), plain::uuid_text(uuid));
       }
     }
   }
-}
-
-// The fields that are compared before the host bytes, as numbers.
-int plain_order(const k7_uuid__t &a, const k7_uuid__t &b) {
-  if (a.time_high != b.time_high) return a.time_high < b.time_high ? -1 : 1;
-  if (a.time_low != b.time_low) return a.time_low < b.time_low ? -1 : 1;
-  if (a.reserved != b.reserved) return a.reserved < b.reserved ? -1 : 1;
-  if (a.family != b.family) return a.family < b.family ? -1 : 1;
-  return std::memcmp(a.host, b.host, sizeof a.host);
 }
 
 int sign(int order) { return order < 0 ? -1 : order > 0 ? 1 : 0; }
@@ -192,7 +113,7 @@ TEST(EveryTwoBytesOfTwoRecords, OrderThemAtEveryPosition) {
       const k7_uuid__t a = with_byte(at, first, 0x5A);
       for (int second = 0; second < 256; ++second) {
         const k7_uuid__t b = with_byte(at, second, 0x5A);
-        const int expected = sign(plain_order(a, b));
+        const int expected = plain::uuid_order(a, b);
         const bool right = sign(orla_uuid_cmp(&a, &b)) == expected &&
                            orla_uuid_equal(&a, &b) == (expected == 0 ? 1 : 0);
         ASSERT_TRUE(right) << at << ": " << first << ' ' << second;

@@ -84,6 +84,24 @@ TEST_F(UuidGen, MakesIdenticalRecordsWithinOneTickOfFourMicroseconds) {
   EXPECT_EQ(orla_uuid_equal(&uuid, &kExample), 0);
 }
 
+TEST_F(UuidGen, MakesEachRecordAHundredTimesInALoopThatMakesOneIn40Nanoseconds) {
+  std::uint32_t nanoseconds = 0;
+  const With clock(fake_gettimeofday, [&](timeval *now, void *) {
+    now->tv_sec = kExampleSeconds;
+    now->tv_usec = static_cast<decltype(now->tv_usec)>(nanoseconds / 1000);
+    nanoseconds += 40;
+    return 0;
+  });
+  int distinct = 1;
+  k7_uuid__t last = generated();
+  for (int i = 1; i < 100000; ++i) {
+    const k7_uuid__t uuid = generated();
+    distinct += orla_uuid_equal(&uuid, &last) == 0;
+    last = uuid;
+  }
+  EXPECT_EQ(distinct, 1000);
+}
+
 TEST_F(UuidGen, StartsTimeLowAgainWithinTheSecond) {
   const MomentAt clock(kExampleSeconds, 262144);
   EXPECT_EQ(generated().time_low, 0);
@@ -276,6 +294,20 @@ TEST(UuidHost, IsTheFirstIpv4AddressOfAnInterfaceThatIsUpAndNotLoopback) {
       .ipv4(kUp, 0x0A000204);
   const HostHas host(&interfaces);
   expect_host(generated(), 0x0A000203);
+}
+
+TEST(UuidHost, PassesOverAddressZero) {
+  Interfaces interfaces;
+  interfaces.ipv4(kUp, 0).ipv4(kUp, 0x0A000203);
+  const HostHas host(&interfaces);
+  expect_host(generated(), 0x0A000203);
+}
+
+TEST(UuidHost, MayBeTheAddressOfAPointToPointInterface) {
+  Interfaces interfaces;
+  interfaces.ipv4(kUp | IFF_POINTOPOINT, 0x0A080001).ipv4(kUp, 0x0A000203);
+  const HostHas host(&interfaces);
+  expect_host(generated(), 0x0A080001);
 }
 
 TEST(UuidHost, IsAskedOfTheSystemOncePerProcessAndGivenBack) {

@@ -6,17 +6,19 @@
 #include <cerrno>
 #include <cstdlib>
 #include <cstring>
+#include <optional>
 #include <string>
 
 #include "kit/guarded_buffer.h"
 #include "kit/uuid.h"
+#include "plain/uuid.h"
 #include "uuid/uuid_text.h"
 
 namespace {
 
 constexpr orla_status kUntouchedStatus = 0x12345678;
 
-// Both ends of the buffer matter: the text is followed by an unreadable page, so that a byte read behind
+// Both ends of the buffer matter: the text is followed by an unreadable page, so that a byte read after
 // the terminator ends the test.
 struct Decoded {
   orla_status status = kUntouchedStatus;
@@ -88,13 +90,13 @@ TEST(UuidEncode, LeavesTheRecordAsItIs) {
 TEST(UuidEncode, WritesWhatFormattedOutputDoesForEveryByteAndAMillionRandomRecords) {
   for (unsigned byte = 0; byte < 256; ++byte) {
     const k7_uuid__t uuid = filled(static_cast<std::uint8_t>(byte));
-    ASSERT_EQ(text_of(uuid), printed(uuid));
+    ASSERT_EQ(text_of(uuid), plain::uuid_text(uuid));
   }
   Random random(3);
   for (int i = 0; i < 1000000; ++i) {
     k7_uuid__t uuid = random_uuid(random);
     if (random.below(2) == 0) uuid.reserved = 0;
-    ASSERT_EQ(text_of(uuid), printed(uuid));
+    ASSERT_EQ(text_of(uuid), plain::uuid_text(uuid));
   }
 }
 
@@ -105,11 +107,11 @@ TEST(UuidDecode, ReadsEveryDigitInEitherCase) {
     std::string text(36, digit);
     for (std::size_t dot = 12; dot < text.size(); dot += 3)
       text[dot] = '.';
-    k7_uuid__t uuid = {};
-    EXPECT_TRUE(orla::read_canonical_uuid_text(text.c_str(), uuid)) << text;
+    const std::optional<k7_uuid__t> uuid = orla::read_canonical_uuid_text(text.c_str());
+    ASSERT_TRUE(uuid) << text;
     const auto value = static_cast<std::uint32_t>(std::stoul(std::string(1, digit), nullptr, 16));
-    EXPECT_EQ(uuid.time_high, 0x11111111U * value) << text;
-    EXPECT_EQ(uuid.family, 0x11 * value) << text;
+    EXPECT_EQ(uuid->time_high, 0x11111111U * value) << text;
+    EXPECT_EQ(uuid->family, 0x11 * value) << text;
   }
 }
 
@@ -157,7 +159,7 @@ TEST(UuidDecode, UndoesEncodingForEveryRecordWithoutHostBytes5And6) {
   }
 }
 
-TEST(UuidDecode, IgnoresWhatStandsBehindTheTenthNumber) {
+TEST(UuidDecode, IgnoresWhatStandsAfterTheTenthNumber) {
   for (const char *tail : {"0", "f", ".", ".00", " ", "x", "\n", "\xFF", "d0f7b2fc0064.82"})
     expect_decodes(std::string(kExampleText) + tail, kExample);
 }
@@ -189,11 +191,51 @@ TEST(UuidDecode, KeepsTheLowByteOfANegativeNumber) {
                  {0xFFFFFFFF, 0xFFFF, 0, 1, {2, 0, 2, 3, 0, 0, 0}});
 }
 
-TEST(UuidDecode, ShowsASignOfTheLastTwoNumbersInAll16BitsOfReserved) {
+TEST(UuidDecode, ShowsASignOfTheNinthNumberInAll16BitsOfReservedAndOneOfTheTenthInItsHighByte) {
   expect_decodes("d0f7b2fc0064.82.0a.00.02.03.00.-1.00",
                  {0xD0F7B2FC, 0x64, 0xFFFF, 0x82, {0x0A, 0, 2, 3, 0, 0, 0}});
   expect_decodes("d0f7b2fc0064.82.0a.00.02.03.00.34.-1",
                  {0xD0F7B2FC, 0x64, 0xFF34, 0x82, {0x0A, 0, 2, 3, 0, 0, 0}});
+}
+
+// The status comes before the record, which may hold it.
+TEST(UuidDecode, FillsARecordThatHoldsTheStatus) {
+  union {
+    k7_uuid__t uuid;
+    orla_status status;
+  } answer = {};
+  orla_uuid_decode(kExampleText, &answer.uuid, &answer.status);
+  EXPECT_EQ(bytes_of(answer.uuid), bytes_of(kExample));
+  orla_uuid_decode("no UUID", &answer.uuid, &answer.status);
+  EXPECT_EQ(answer.status, ORLA_UUID_MALFORMED);
+}
+
+// A text and a record in one buffer, the record at each place where it can stand.
+TEST(UuidText, SharesItsBufferWithTheRecordWhereverThatStands) {
+  constexpr std::size_t kSize = ORLA_UUID_TEXT_SIZE;
+  const char *const other_form = " d0f7b2fc0064.82.a.00.02.03.00.34.1 ";
+  k7_uuid__t other = kExample;
+  other.reserved = 0x0134;
+  for (std::size_t at = 0; at + sizeof(k7_uuid__t) <= kSize; ++at) {
+    alignas(k7_uuid__t) char buffer[2 * kSize];
+    // The text moves, so that the record stays aligned.
+    const std::size_t record_at = (at + 7) / 8 * 8;
+    char *const text = buffer + (record_at - at);
+    auto *const uuid = reinterpret_cast<k7_uuid__t *>(buffer + record_at);
+    *uuid = kExample;
+    EXPECT_EQ(orla_uuid_encode(uuid, text), 36);
+    EXPECT_STREQ(text, kExampleText) << at;
+
+    orla_status status = 1;
+    orla_uuid_decode(text, uuid, &status);
+    EXPECT_EQ(status, 0U);
+    EXPECT_EQ(bytes_of(*uuid), bytes_of(kExample)) << at;
+
+    std::memcpy(text, other_form, kSize);
+    orla_uuid_decode(text, uuid, &status);
+    EXPECT_EQ(status, 0U);
+    EXPECT_EQ(bytes_of(*uuid), bytes_of(other)) << at;
+  }
 }
 
 TEST(UuidDecode, RejectsNineDottedBytesAndLeavesTheRecord) {
@@ -210,7 +252,7 @@ TEST(UuidDecode, RejectsACommaInPlaceOfAnyDot) {
   }
 }
 
-TEST(UuidDecode, RejectsATextThatBreaksOffAnywhereAndReadsNothingBehindIt) {
+TEST(UuidDecode, RejectsATextThatBreaksOffAnywhereAndReadsNothingAfterIt) {
   const std::string text = kExampleText;
   for (std::size_t length = 0; length < 35; ++length)
     expect_malformed(text.substr(0, length));
@@ -235,27 +277,6 @@ TEST(UuidText, LeavesErrnoAlone) {
   decode("");
   decode(" -1 -1.+1.+2.00.02.03.00.00.00");
   EXPECT_EQ(errno, 4711);
-}
-
-// The rules of reading, as they were first written.
-Decoded scanned(const char *text) {
-  Decoded result;
-  unsigned long high;
-  unsigned short low;
-  unsigned short n[8];
-  const int converted = std::sscanf(text, "%8lx%4hx.%2hx.%2hx.%2hx.%2hx.%2hx.%2hx.%2hx.%2hx", &high,
-                                    &low, &n[0], &n[1], &n[2], &n[3], &n[4], &n[5], &n[6], &n[7]);
-  result.status = 0xFFFFFFFF;
-  if (converted < 10) return result;
-  result.status = 0;
-  result.uuid = {};
-  result.uuid.time_high = static_cast<std::uint32_t>(high);
-  result.uuid.time_low = low;
-  result.uuid.family = static_cast<std::uint8_t>(n[0]);
-  for (int i = 0; i < 5; ++i)
-    result.uuid.host[i] = static_cast<std::uint8_t>(n[1 + i]);
-  if (n[6] != 0 || n[7] != 0) result.uuid.reserved = static_cast<std::uint16_t>(n[7] << 8 | n[6]);
-  return result;
 }
 
 // What a mutation puts in: digits and their neighbours in the character table, what formatted input
@@ -305,11 +326,11 @@ TEST(UuidDecode, IsFormattedInputOnAMillionMutatedTexts) {
     const std::string text = mutated(text_of(random_uuid(random)), random);
     char *const start = end - text.size() - 1;
     std::memcpy(start, text.c_str(), text.size() + 1);
-    const Decoded expected = scanned(start);
+    const std::optional<k7_uuid__t> expected = plain::scan_uuid_text(start);
     Decoded got;
     orla_uuid_decode(start, &got.uuid, &got.status);
-    ASSERT_EQ(got.status, expected.status) << text;
-    ASSERT_EQ(bytes_of(got.uuid), bytes_of(expected.uuid)) << text;
+    ASSERT_EQ(got.status, expected ? 0 : ORLA_UUID_MALFORMED) << text;
+    ASSERT_EQ(bytes_of(got.uuid), bytes_of(expected.value_or(filled(0xA5)))) << text;
     accepted += got.status == 0;
   }
   // Both outcomes are common enough to be proven.

@@ -6,10 +6,11 @@
 #include <atomic>
 #include <cstring>
 #include <latch>
-#include <thread>
 #include <vector>
 
+#include "fakes/clock.h"
 #include "fakes/interfaces.h"
+#include "kit/at_once.h"
 #include "kit/uuid.h"
 
 namespace {
@@ -45,27 +46,58 @@ TEST(UuidThreads, TenGenerateEncodeAndDecodeAtOnce) {
   Interfaces interfaces;
   interfaces.ipv4(kUp, 0x0A000203);
   const HostHas host(&interfaces);
-  std::atomic<bool> go = false;
-  std::atomic<int> wrong = 0;
-  std::vector<std::thread> threads;
-  for (int i = 0; i < kThreads; ++i) {
-    threads.emplace_back([&] {
-      go.wait(false);
-      wrong += generate_and_read_back();
-    });
-  }
-  go = true;
-  go.notify_all();
-  for (std::thread &thread : threads)
-    thread.join();
-  EXPECT_EQ(wrong, 0);
+  EXPECT_EQ(wrong_in_threads(kThreads, [](int) { return generate_and_read_back(); }), 0);
   EXPECT_GE(host.asked(), 1);
   EXPECT_LE(host.asked(), kThreads);
   EXPECT_EQ(host.given_back(), host.asked());
 }
 
-// Each gets another address, and none gets it before all have asked: whichever thread is the first to
-// answer, all end up with one host.
+// There the kernel is asked in the C library's stead.
+TEST(UuidThreads, GenerateAtOncePast2038) {
+  Interfaces interfaces;
+  interfaces.ipv4(kUp, 0x0A000203);
+  const HostHas host(&interfaces);
+  const ClockPast2038 clock(2208988800, 400000);
+  k7_uuid__t expected;
+  orla_uuid_gen(&expected);
+  EXPECT_EQ(wrong_in_threads(kThreads,
+                             [&](int) {
+                               int wrong = 0;
+                               for (int i = 0; i < kRounds / 10; ++i) {
+                                 k7_uuid__t uuid;
+                                 orla_uuid_gen(&uuid);
+                                 wrong += orla_uuid_equal(&uuid, &expected) == 0;
+                               }
+                               return wrong;
+                             }),
+            0);
+}
+
+// Such texts go to the C library's reader.
+TEST(UuidThreads, DecodeTextsOfOtherFormsAtOnce) {
+  EXPECT_EQ(wrong_in_threads(kThreads,
+                             [](int thread) {
+                               k7_uuid__t expected;
+                               orla_reserved_uuid_inflate(&expected, 1, 2, 0x0304);
+                               int wrong = 0;
+                               for (int i = 0; i < kRounds / 10; ++i) {
+                                 const char *text = (i + thread) % 2 == 0
+                                                        ? " 1 2.99.6f.72.6c.61.0.4.3"
+                                                        : "no UUID";
+                                 k7_uuid__t uuid;
+                                 orla_status status = 1;
+                                 orla_uuid_decode(text, &uuid, &status);
+                                 const bool is_uuid = *text == ' ';
+                                 wrong += status != (is_uuid ? 0 : ORLA_UUID_MALFORMED);
+                                 wrong += is_uuid && orla_uuid_cmp(&uuid, &expected) != 0;
+                               }
+                               return wrong;
+                             }),
+            0);
+}
+
+// Each gets another address, and none gets it before all have asked: whichever thread is the first
+// to answer, all end up with one host.
 TEST(UuidThreads, AgreeOnOneHostWhereTheAddressChangesWhileTheyAsk) {
   std::atomic<std::uint32_t> next = 0x0A000201;
   std::latch all_have_asked(kThreads);
@@ -79,19 +111,11 @@ TEST(UuidThreads, AgreeOnOneHostWhereTheAddressChangesWhileTheyAsk) {
   });
   const With freeifaddrs(fake_freeifaddrs,
                          [](ifaddrs *list) { delete static_cast<Interfaces *>(list->ifa_data); });
-  std::atomic<bool> go = false;
   std::vector<k7_uuid__t> uuids(kThreads);
-  std::vector<std::thread> threads;
-  for (k7_uuid__t &uuid : uuids) {
-    threads.emplace_back([&go, &uuid] {
-      go.wait(false);
-      orla_uuid_gen(&uuid);
-    });
-  }
-  go = true;
-  go.notify_all();
-  for (std::thread &thread : threads)
-    thread.join();
+  wrong_in_threads(kThreads, [&](int thread) {
+    orla_uuid_gen(&uuids[static_cast<std::size_t>(thread)]);
+    return 0;
+  });
   EXPECT_EQ(next, 0x0A000201U + kThreads);
   for (const k7_uuid__t &uuid : uuids)
     EXPECT_EQ(std::memcmp(uuid.host, uuids[0].host, 7), 0);

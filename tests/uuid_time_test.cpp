@@ -2,8 +2,11 @@
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <cmath>
 #include <cstdint>
+#include <utility>
+#include <vector>
 
 #include "kit/uuid.h"
 #include "uuid/uuid_time.h"
@@ -52,7 +55,7 @@ struct Row {
 constexpr std::uint32_t k1980 = 315532800;
 constexpr std::uint32_t kWrap = k1980 + 1125882726;
 
-// Values reckoned by hand.
+// Values computed by hand.
 constexpr Row kRows[] = {
     {1234567890, 400, 0xD0F7B2FC, 0x0064},
     {1234567890, 401, 0xD0F7B2FC, 0x0064},
@@ -72,7 +75,7 @@ constexpr Row kRows[] = {
     {k1980 - 1, 184466 * 4, 0, 53394},           // 65,534 ticks before
 };
 
-TEST(UuidTime, IsAsReckonedByHand) {
+TEST(UuidTime, IsAsComputedByHand) {
   for (const Row &row : kRows) {
     SCOPED_TRACE(testing::Message() << row.seconds << " s, " << row.microseconds << " us");
     const orla::UuidTime time = uuid_time(row.seconds, row.microseconds);
@@ -91,6 +94,123 @@ TEST(UuidTime, AdvancesTimeHighEvery65535TicksAndNotEvery65536) {
 TEST(UuidTime, RunsTimeLowThreeTimesThrough65536AndThenTo53391InEverySecond) {
   for (std::uint32_t tick = 0; tick < 250000; ++tick)
     ASSERT_EQ(uuid_time(1234567890, tick * 4).low, tick % 65536);
+}
+
+struct Turn {
+  std::uint32_t seconds;
+  std::uint32_t microseconds;
+  std::uint32_t high_before;  // one tick before
+  std::uint32_t high;
+};
+
+constexpr Turn kTurns[] = {
+    {1441415526, 973440, 0xFFFFFFFF, 0},      // 2015-09-05 01:12:06.973440 UTC
+    {2463016448, 0, 0xE849E849, 0x17B617B7},  // 2048-01-19 03:14:08 UTC
+    {3484617368, 764424, 0xFFFFFFFF, 0},      // 2080-06-03 05:16:08.764424 UTC
+};
+
+// Ticks since 1970.
+std::uint64_t ticks_of(const Turn &turn) {
+  return std::uint64_t{turn.seconds} * 250000 + turn.microseconds / 4;
+}
+
+orla::UuidTime at_tick(std::uint64_t tick) {
+  return uuid_time(static_cast<std::uint32_t>(tick / 250000),
+                   static_cast<std::uint32_t>(tick % 250000 * 4));
+}
+
+bool is_before(orla::UuidTime a, orla::UuidTime b) {
+  return a.high != b.high ? a.high < b.high : a.low < b.low;
+}
+
+TEST(UuidTime, GoesBackAtThreeMoments) {
+  for (const Turn &turn : kTurns) {
+    EXPECT_EQ(at_tick(ticks_of(turn) - 1).high, turn.high_before);
+    EXPECT_EQ(at_tick(ticks_of(turn)).high, turn.high);
+    // A day before and a day after.
+    const std::uint64_t day = std::uint64_t{86400} * 250000;
+    EXPECT_TRUE(is_before(at_tick(ticks_of(turn) + day), at_tick(ticks_of(turn) - day)));
+  }
+}
+
+TEST(UuidTime, IsInTheOrderOfTimeBetweenThoseMomentsForTicksThatAre65535Apart) {
+  const std::uint64_t ends[] = {std::uint64_t{k1980} * 250000, ticks_of(kTurns[0]),
+                                ticks_of(kTurns[1]), ticks_of(kTurns[2]),
+                                std::uint64_t{0xFFFFFFFF} * 250000};
+  Random random(2048);
+  for (int range = 0; range < 4; ++range) {
+    const std::uint64_t width = ends[range + 1] - ends[range] - 65535;
+    for (int i = 0; i < 250000; ++i) {
+      const std::uint64_t any = std::uint64_t{random.next()} << 32 | random.next();
+      const std::uint64_t earlier = ends[range] + any % width;
+      const std::uint64_t most = ends[range + 1] - 1 - earlier;
+      const std::uint64_t apart = i % 2 == 0 ? 65535 : 65535 + any / 7 % (most - 65534);
+      ASSERT_TRUE(is_before(at_tick(earlier), at_tick(earlier + apart))) << earlier << ' ' << apart;
+    }
+  }
+}
+
+TEST(UuidTime, MayBeOutOfTheOrderOfTimeForTicksThatAreCloser) {
+  // 60,000 ticks apart, before and after the start of a second: time_high is the same.
+  const std::uint64_t second = std::uint64_t{1234567890} * 250000;
+  int backward = 0;
+  for (std::uint64_t tick = second; tick < second + 250000; ++tick)
+    backward += is_before(at_tick(tick + 60000), at_tick(tick));
+  EXPECT_GT(backward, 0);
+}
+
+TEST(UuidTime, IsAnotherForEachOfThe250000TicksOfASecond) {
+  std::vector<std::uint64_t> times;
+  for (std::uint64_t tick = 0; tick < 250000; ++tick) {
+    const orla::UuidTime time = uuid_time(1234567890, static_cast<std::uint32_t>(tick * 4));
+    times.push_back(std::uint64_t{time.high} << 16 | time.low);
+  }
+  std::sort(times.begin(), times.end());
+  EXPECT_EQ(std::adjacent_find(times.begin(), times.end()), times.end());
+}
+
+// How likely some two of so many calls at unrelated moments of one second are to make the same record.
+double likelihood_of_equals(int calls) {
+  double all_distinct = 1;
+  for (int earlier = 0; earlier < calls; ++earlier)
+    all_distinct *= 1 - earlier / 250000.0;
+  return 1 - all_distinct;
+}
+
+TEST(UuidTime, IsTheSameForSomeTwoOf100CallsInTwoSecondsOf100AndOf589InEveryOther) {
+  EXPECT_NEAR(likelihood_of_equals(2), 1 / 250000.0, 1e-12);
+  EXPECT_NEAR(likelihood_of_equals(100), 0.02, 0.0005);
+  EXPECT_LT(likelihood_of_equals(588), 0.5);
+  EXPECT_GT(likelihood_of_equals(589), 0.5);
+}
+
+TEST(UuidTime, ComesAgain53392TicksLaterAndAtNoOtherDistance) {
+  std::vector<std::pair<std::uint64_t, std::uint64_t>> times;  // time and tick
+  const std::uint64_t begin = std::uint64_t{1234567890} * 250000;
+  for (std::uint64_t tick = begin; tick < begin + std::uint64_t{8} * 250000; ++tick) {
+    const orla::UuidTime time = at_tick(tick);
+    times.emplace_back(std::uint64_t{time.high} << 16 | time.low, tick);
+  }
+  std::sort(times.begin(), times.end());
+  int equal = 0;
+  for (std::size_t i = 1; i < times.size(); ++i) {
+    if (times[i].first != times[i - 1].first) continue;
+    ++equal;
+    ASSERT_EQ(times[i].second - times[i - 1].second, 53392U);
+  }
+  EXPECT_GT(equal, 0);
+  static_assert(53392 * 4 == 213568, "microseconds");
+}
+
+// What the seconds leave over 65535 ticks comes round after 13,107 seconds: one in 32 of these.
+TEST(UuidTime, OfOneTickIn25IsThatOfAnEarlierTick) {
+  int seconds = 0;
+  int equal = 0;
+  for (std::uint64_t second = 1234567890; second < 1234567890 + 13107; second += 32, ++seconds) {
+    for (std::uint64_t tick = second * 250000; tick < second * 250000 + 53392; ++tick)
+      equal += same(at_tick(tick), at_tick(tick - 53392));
+  }
+  EXPECT_NEAR(seconds * 250000.0 / equal, 25.27, 0.1);
 }
 
 TEST(UuidTime, TruncatesMicrosecondsToTicksOfFour) {

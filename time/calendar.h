@@ -1,7 +1,8 @@
 // The library's calendar in closed form: pure functions over numbers, no clock and no zone.
 //
-// One year in four is a leap year, without exception, so days map to years by division. Days are counted
-// from 1970-01-01, which is day 0. Years are shifted to begin in March, which puts the leap day last.
+// One year in four is a leap year, without exception, so days map to years by division. Days are
+// counted from 1970-01-01, which is day 0. Years are shifted to begin in March, which puts the leap
+// day last.
 
 #ifndef ORLA_TIME_CALENDAR_H
 #define ORLA_TIME_CALENDAR_H
@@ -23,35 +24,34 @@ inline constexpr std::uint32_t kSecondsPerDay = 86400;
 // Days from 1970-01-01 to 1986-12-28, whose date number is 0.
 inline constexpr std::uint32_t kDateNumberShift = 6205;
 
-// Every year whose two lowest bits are zero. 1900 and 2100 are leap years: callers rely on it.
+// Quirk: every year whose two lowest bits are zero, 1900 and 2100 too; there is no century rule.
 constexpr bool is_leap_year(std::int32_t year) { return (year & 3) == 0; }
 
-// Lengths and starts of months are reckoned, without a branch and without a table: to reach a table, a
-// library's code must on 32-bit x86 find out first where it was loaded.
+// Lengths and starts of months are computed without a table: to reach one, a library's code must on
+// 32-bit x86 find out first where it was loaded. And without a branch: dates in a row are seldom of
+// one month.
 
-// The month is to be 1 to 12; any other gives one of the same four lengths, without a meaning.
+// Quirk: the month is not checked; one that is not 1 to 12 has a length of 28 to 31 too.
 constexpr std::int32_t month_length(std::int32_t year, std::int32_t month) {
-  // What a month has above 28 days, in two bits each: December to January, and two bits for no month.
-  constexpr std::uint32_t kAbove28 = 0b11'10'11'10'11'11'10'11'10'11'00'11'00;
-  constexpr std::uint32_t kFebruary29 = 0b01'00'00;
-  const std::uint32_t above = is_leap_year(year) ? kAbove28 + kFebruary29 : kAbove28;
-  const std::uint32_t place = 2 * static_cast<std::uint32_t>(month) % 32;
-  return static_cast<std::int32_t>(28 + (above >> place & 3));
+  // Odd months have 31 days; from August on, even ones.
+  const std::int32_t days = 30 + ((month ^ month >> 3) & 1);
+  const std::int32_t missing_in_february = is_leap_year(year) ? 1 : 2;
+  return month == 2 ? days - missing_in_february : days;
 }
 
 // Days before the first of a month. Precondition: month is 1 to 12.
 constexpr std::uint32_t days_before_month(std::int32_t year, std::int32_t month) {
-  // A straight line, in 1/16 day, through the starts of months in a year whose February has 30 days.
-  const std::uint32_t days = (489 * static_cast<std::uint32_t>(month) - 480) / 16;
-  const std::uint32_t missing = is_leap_year(year) ? 1 : 2;
-  return month > 2 ? days - missing : days;
+  // A straight line, in 1/16 day, through the starts of months, were there 30 days in February.
+  const std::uint32_t days = (489 * static_cast<std::uint32_t>(month) - 480) / 16;  // 0 to 336
+  const std::uint32_t missing_in_february = is_leap_year(year) ? 1 : 2;
+  return month > 2 ? days - missing_in_february : days;
 }
 
-// Days from 1970-01-01, modulo 2^32. A year before 1970 counts as if it began on 1970-01-01.
-// Precondition: the month and the day exist.
+// Days from 1970-01-01, modulo 2^32. Precondition: the month and the day exist.
 constexpr std::uint32_t days_from_civil(CivilDate date) {
-  // Of the years from 1970 up to the one before, those divisible by 4: the first is 1972.
+  // Quirk: a year before 1970 counts as if it began on 1970-01-01.
   const auto years = static_cast<std::uint32_t>(std::max(date.year, kEpochYear) - kEpochYear);
+  // Of these years those divisible by 4; the first is 1972.
   const std::uint32_t leap_days = (years + 1) / 4;
   return 365 * years + leap_days + days_before_month(date.year, date.month) +
          static_cast<std::uint32_t>(date.day) - 1;
@@ -66,7 +66,7 @@ constexpr CivilDate civil_from_days(std::uint16_t days) {
   const std::uint32_t quarter_days = 4 * (days + kDaysFromMarch1968) + 3;  // 2687 to 264,827
   const std::uint32_t march_year = quarter_days / kDaysPerFourYears;       // 1 to 181, from 1968
   const std::uint32_t day_of_year = quarter_days % kDaysPerFourYears / 4;  // 0 to 365
-  // March to January are 153 days in five months, twice, and a rest: a straight line in 1/65536 month.
+  // March to January are 153 days in five months, twice, and a rest: a line in 1/65536 month.
   const std::uint32_t position = 2141 * day_of_year + 197913;  // 197,913 to 979,378
   const std::uint32_t month = position >> 16;                  // 3 to 14
   const std::uint32_t day = (position & 0xFFFF) / 2141;        // 0 to 30

@@ -1,7 +1,7 @@
 // The clock as the library reads it, right on 32-bit hosts after 2038-01-19 03:14:07 UTC too.
 //
-// There the C library's time() and gettimeofday() fail with EOVERFLOW; then, and only then, the low 32
-// bits of the kernel's 64-bit clock are taken.
+// There the C library's time() and gettimeofday() fail with EOVERFLOW; then, and only then, the low
+// 32 bits of the kernel's 64-bit clock are taken.
 
 #ifndef ORLA_TIME_CLOCK_H
 #define ORLA_TIME_CLOCK_H
@@ -33,8 +33,8 @@ struct FineMoment {
 // What fine_clock_moment() answers when gettimeofday() has failed; puts errno back.
 [[gnu::cold]] FineMoment fine_moment_without_c_library(int caller_errno);
 
-// The present moment; all zero when there is no clock. Leaves errno alone. Inline, so that a caller pays
-// little more than the clock itself costs.
+// The present moment; all zero when there is no clock. Leaves errno alone. Inline, so that a caller
+// pays little more than the clock itself costs.
 inline FineMoment fine_clock_moment() {
   const int caller_errno = errno;
   timeval now = {};

@@ -1,4 +1,4 @@
-// Dates out of text, in the input mode that the process decided on at its first parse.
+// Dates out of text, in the input mode that is decided once per process.
 
 #include <orla/time.h>
 
@@ -16,27 +16,62 @@ namespace {
 constexpr int kAccepted = 0;
 constexpr int kRejected = 255;
 
-// -1 until the first parse, then 0 (standard) or 1 (old) for the rest of the process. Threads that parse
-// for the first time together all find the same.
+// Holds the input mode: -1 until the first parse, then 0 (standard) or 1 (old) for good.
 constinit std::atomic<std::int32_t> date_old_fmt = -1;
 static_assert(std::atomic<std::int32_t>::is_always_lock_free);
 
-std::int32_t get_fmt_var() {
-  const std::int32_t known = date_old_fmt.load(std::memory_order_relaxed);
-  if (known != -1) return known;
-  const std::int32_t mode = std::getenv("ORLALS_DATE_FORMAT_OLD") != nullptr ? 1 : 0;
-  date_old_fmt.store(mode, std::memory_order_relaxed);
-  return mode;
+// Sets the input mode. Threads that parse for the first time together all find the same.
+void get_fmt_var() {
+  const bool old = std::getenv("ORLALS_DATE_FORMAT_OLD") != nullptr;  // Quirk: with any value
+  date_old_fmt.store(old ? 1 : 0, std::memory_order_relaxed);
 }
 
-// 1900 itself stays, and so stands for the year 3800: callers rely on it.
+// Quirk: 1900 itself stays, and so stands for the year 3800.
 std::int32_t since_1900(std::int32_t year) { return year > 1900 ? year - 1900 : year; }
 
 bool is_month(std::int32_t month) { return month >= 1 && month <= 12; }
 bool is_day(std::int32_t day) { return day >= 1 && day <= 31; }
 
-bool scan_old(const char *text, std::int32_t *year, std::int32_t *month, std::int32_t *day) {
+struct ParsedDate {
+  std::int32_t year;  // since 1900
+  std::int32_t month;
+  std::int32_t day;
+};
+
+// Up to 9 for a digit, more for any other character.
+std::uint32_t digit(char c) { return static_cast<unsigned char>(c) - std::uint32_t{'0'}; }
+
+// The number of two digits; -1 where they do not stand.
+std::int32_t two_digits(const char *text) {
+  const std::uint32_t tens = digit(text[0]);
+  if (tens > 9) return -1;
+  const std::uint32_t ones = digit(text[1]);
+  if (ones > 9) return -1;
+  return static_cast<std::int32_t>(10 * tens + ones);
+}
+
+// The direct way for "MM/DD/YYYY", where strptime() can only say the same: a month, a slash, a day,
+// a slash and a year of 1900 to 3799, with all their digits. It reads no further than the first
+// character that does not fit.
+[[nodiscard]] bool scan_canonical(const char *text, ParsedDate &date) {
+  date.month = two_digits(text);
+  if (!is_month(date.month) || text[2] != '/') return false;
+  date.day = two_digits(text + 3);
+  if (!is_day(date.day) || text[5] != '/') return false;
+  const std::int32_t century = two_digits(text + 6);
+  // Most later years are lowered by 1900 more than once.
+  if (century < 19 || century > 37) return false;
+  const std::int32_t year_of_century = two_digits(text + 8);
+  if (year_of_century < 0) return false;
+  date.year = 100 * century - 1900 + year_of_century;
+  return true;
+}
+
+// False when the text does not have three numbers; some of them may have been stored.
+[[nodiscard]] bool scan_old(const char *text, std::int32_t *year, std::int32_t *month,
+                            std::int32_t *day) {
   const orla::KeptErrno kept;
+  // Quirk: a number beyond an int is the nearest int where a long has 32 bits, else its low bits.
   if (std::sscanf(text, "%d %d %d", year, month, day) != 3 &&
       std::sscanf(text, "%d/%d/%d", year, month, day) != 3) {
     return false;
@@ -45,57 +80,32 @@ bool scan_old(const char *text, std::int32_t *year, std::int32_t *month, std::in
   return true;
 }
 
-// Up to 9 for a digit, more for any other character.
-std::uint32_t digit(char c) { return static_cast<unsigned char>(c) - std::uint32_t{'0'}; }
-
-bool two_digits(const char *text, std::int32_t *number) {
-  const std::uint32_t tens = digit(text[0]);
-  if (tens > 9) return false;
-  const std::uint32_t ones = digit(text[1]);
-  if (ones > 9) return false;
-  *number = static_cast<std::int32_t>(10 * tens + ones);
-  return true;
-}
-
-// The direct path for "MM/DD/YYYY", where strptime() can only say the same: a month, a slash, a day, a
-// slash and a year of 1900 to 3799, with all their digits. It reads no further than the first character
-// that does not fit, and stores all fields or none.
-bool scan_canonical(const char *text, std::int32_t *year, std::int32_t *month, std::int32_t *day) {
-  std::int32_t month_read;
-  std::int32_t day_read;
-  std::int32_t century;
-  std::int32_t year_of_century;
-  if (!two_digits(text, &month_read) || !is_month(month_read) || text[2] != '/') return false;
-  if (!two_digits(text + 3, &day_read) || !is_day(day_read) || text[5] != '/') return false;
-  // Later years are lowered by 1900 more than once, most of them.
-  if (!two_digits(text + 6, &century) || century < 19 || century > 37) return false;
-  if (!two_digits(text + 8, &year_of_century)) return false;
-  *year = 100 * century - 1900 + year_of_century;
-  *month = month_read;
-  *day = day_read;
-  return true;
-}
-
-void scan_standard(const char *text, std::int32_t *year, std::int32_t *month, std::int32_t *day) {
-  // Has been tried already, but for the first text of the process.
-  if (scan_canonical(text, year, month, day)) return;
+ParsedDate scan_by_strptime(const char *text) {
   std::tm fields = {};
   orla_strptime(text, orla::orla_century_fmt(0), &fields);
-  *year = since_1900(fields.tm_year);
-  *month = fields.tm_mon + 1;
-  *day = fields.tm_mday;
+  return {since_1900(fields.tm_year), fields.tm_mon + 1, fields.tm_mday};
 }
 
-// Any text in either mode; the first one of the process decides on the mode here. Apart, so that the direct
-// path saves no registers for it.
-[[gnu::noinline]] int parse_date(const char *text, std::int32_t *year, std::int32_t *month,
-                                 std::int32_t *day) {
-  if (get_fmt_var() == 1) {
-    if (!scan_old(text, year, month, day)) return kRejected;
-  } else {
-    scan_standard(text, year, month, day);
-  }
+// Judges what was stored: one variable may have taken more than one of the numbers.
+int judged(const std::int32_t *year, const std::int32_t *month, const std::int32_t *day) {
   return *year >= 0 && is_month(*month) && is_day(*day) ? kAccepted : kRejected;
+}
+
+int stored(const ParsedDate &date, std::int32_t *year, std::int32_t *month, std::int32_t *day) {
+  *year = date.year;
+  *month = date.month;
+  *day = date.day;
+  return judged(year, month, day);
+}
+
+// Any text in either mode, and the first one of the process. Apart, so that the direct way saves no
+// registers for it: a seventh of its time.
+[[gnu::noinline]] int parse_by_c_library(const char *text, std::int32_t *year, std::int32_t *month,
+                                         std::int32_t *day) {
+  if (date_old_fmt.load(std::memory_order_relaxed) == -1) get_fmt_var();
+  if (date_old_fmt.load(std::memory_order_relaxed) == 0)
+    return stored(scan_by_strptime(text), year, month, day);
+  return scan_old(text, year, month, day) ? judged(year, month, day) : kRejected;
 }
 
 }  // namespace
@@ -103,7 +113,7 @@ void scan_standard(const char *text, std::int32_t *year, std::int32_t *month, st
 void orla_strptime(const char *text, const char *format, std::tm *fields) noexcept {
   const orla::KeptErrno kept;
   std::tm read = {};
-  read.tm_year = -1;  // so that a text which breaks off before its year is not taken for 1900
+  read.tm_year = -1;  // so that a text that ends before its year is not taken for 1900
   strptime(text, format, &read);
   fields->tm_year = since_1900(read.tm_year);
   fields->tm_mon = read.tm_mon;
@@ -112,9 +122,10 @@ void orla_strptime(const char *text, const char *format, std::tm *fields) noexce
 
 int k7_parse_date(const char *text, std::int32_t *year, std::int32_t *month,
                   std::int32_t *day) noexcept {
-  if (date_old_fmt.load(std::memory_order_relaxed) == 0 && scan_canonical(text, year, month, day))
-    return is_month(*month) ? kAccepted : kRejected;  // one variable may have taken month and day
-  return parse_date(text, year, month, day);
+  ParsedDate date;
+  if (date_old_fmt.load(std::memory_order_relaxed) == 0 && scan_canonical(text, date))
+    return stored(date, year, month, day);
+  return parse_by_c_library(text, year, month, day);
 }
 
 int string_to_date(const char *text, std::uint16_t *date) noexcept {
@@ -128,6 +139,6 @@ int string_to_date(const char *text, std::uint16_t *date) noexcept {
 std::int32_t string_to_time(const char *text) noexcept {
   std::uint16_t date = 0;
   if (string_to_date(text, &date) == 0) return 0;
-  if (date == 0) return 0;  // 12/28/1986 too: callers rely on it
+  if (date == 0) return 0;  // Quirk: 12/28/1986 too
   return static_cast<std::int32_t>(orla::days_from_date_number(date) * orla::kSecondsPerDay);
 }

@@ -73,7 +73,7 @@ const char *numeric_conversion(char letter) {
     case 'Y':
       return "%3$4d";
     case '%':
-      return "%";  // one, which combines with the character behind it: callers rely on it
+      return "%";  // Quirk: one, which combines with the character after it
     default:
       return "";
   }
@@ -89,7 +89,7 @@ std::size_t date_to_string(char *text, std::uint16_t date) noexcept {
 
 std::size_t time_to_string(char *text, std::int32_t stamp) noexcept {
   const orla::KeptErrno kept;
-  const std::time_t when = stamp;  // read as signed, without the fold: kept
+  const std::time_t when = stamp;  // Quirk: read as signed, without the fold
   const std::tm *fields = tav_gmtime(&when);
   return std::strftime(text, ORLA_DATE_TEXT_SIZE, orla::orla_century_fmt(1), fields);
 }
@@ -117,6 +117,7 @@ int fprint_date_line(std::FILE *stream, std::uint16_t date, const char *prefix) 
   const int error = errno;
   char line[ORLA_DATE_TEXT_SIZE];
   date_to_line(date, line, nullptr);
+  // Quirk: the prefix is a format, so "%%" in it is one percent sign.
   const orla::PercentText text("", prefix != nullptr ? prefix : "", line);
   // Not fwrite(): for it a line is written as soon as it is in the stream's buffer, flushed or not.
   const int printed = std::fprintf(stream, "%.*s", printf_length(text.size()), text.data());

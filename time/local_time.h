@@ -1,6 +1,6 @@
 // A moment in the local zone.
 //
-// Where the C library cannot tell the moment, it is converted as an earlier year of the same calendar.
+// A moment that the C library cannot convert is converted as one of an earlier year.
 
 #ifndef ORLA_TIME_LOCAL_TIME_H
 #define ORLA_TIME_LOCAL_TIME_H
@@ -15,9 +15,9 @@ namespace orla {
 // Local calendar fields: the C library's static record. Null when the moment cannot be converted.
 std::tm *local_fields(const Moment &moment);
 
-// Seconds west of UTC: those of the zone (`timezone`), less one hour while daylight saving is in effect.
-// A negative daylight flag is set to 0 in the record itself. Null fields stand for a moment that cannot be
-// converted.
+// Seconds west of UTC: those of the zone (`timezone`), less one hour while daylight saving is in
+// effect. A negative daylight flag is set to 0 in the record itself. Null fields stand for a moment
+// that cannot be converted.
 std::int32_t offset_west_of_utc(long zone, std::tm *fields);
 
 }  // namespace orla

@@ -1,6 +1,6 @@
 // Calendar and time: the clock, date numbers, month and year lengths, and stamps past 2038.
 //
-// Date and time text stands beside this in date_output.cpp and date_input.cpp.
+// Date and time text is in date_output.cpp and date_input.cpp.
 
 #include <orla/time.h>
 
@@ -41,7 +41,7 @@ std::int32_t days_in_month(std::int32_t year, std::int32_t month) noexcept {
 
 int data_to_date(std::int32_t years_since_1900, std::int32_t month, std::int32_t day,
                  std::uint16_t *date) noexcept {
-  // Wraps like the 32-bit sum that it is: such a year lies before 1970.
+  // A sum beyond 32 bits wraps, and so gives a year before 1970.
   const auto year = static_cast<std::int32_t>(static_cast<std::uint32_t>(years_since_1900) + 1900U);
   if (month < 1 || month > 12) return 0;
   if (day < 1 || day > orla::month_length(year, month)) return 0;

@@ -4,8 +4,11 @@
 
 #include <CLI/CLI.hpp>
 
-#include "profile_search.h"
+#include "help_command.h"
+#include "profile_file.h"
+#include "profile_lint.h"
 #include "standard_output.h"
+#include "whole_file.h"
 
 namespace orla_tool {
 namespace {
@@ -19,7 +22,7 @@ struct Place {
   const CLI::App *command;
   std::vector<std::string> values;        // the words that are neither subcommands nor options
   const CLI::Option *awaiting = nullptr;  // an option whose value comes next
-  bool only_values = false;               // behind "--"
+  bool only_values = false;               // after "--"
   bool default_path = false;
 };
 
@@ -31,19 +34,13 @@ const CLI::Option *find_option(const CLI::App &command, const std::string &name)
   return nullptr;
 }
 
-const CLI::App *find_command(const CLI::App &command, const std::string &name) {
-  const auto found = command.get_subcommands(
-      [&name](const CLI::App *subcommand) { return subcommand->get_name() == name; });
-  return found.empty() ? nullptr : found.front();
-}
-
 bool looks_like_option(const std::string &word) { return word.size() > 1 && word[0] == '-'; }
 
 void go_on(Place &place, const std::string &word) {
   if (place.awaiting != nullptr) {
     place.awaiting = nullptr;
   } else if (place.only_values || !looks_like_option(word)) {
-    const CLI::App *subcommand = find_command(*place.command, word);
+    const CLI::App *subcommand = find_subcommand(*place.command, word);
     if (subcommand != nullptr)
       place.command = subcommand;
     else
@@ -88,20 +85,56 @@ std::string wanted_value(const Place &place) {
   return "";
 }
 
-// Of `profile get` and `set`: the file that the words before have named.
-std::string named_file(const Place &place) {
-  return file_behind(place.default_path ? ORLA_DEFAULT_PROFILE_PATH : place.values.at(0));
+// Words of a profile file, without those that nobody can type.
+void print_typable(const std::vector<std::string> &words) {
+  for (const std::string &word : words)
+    if (visible(word) == word) print_candidate(word);
+}
+
+// The sections of the file that the words before have named.
+std::vector<ProfileSection> named_sections(const Place &place) {
+  const std::string file = place.default_path ? ORLA_DEFAULT_PROFILE_PATH : place.values.at(0);
+  return file == kStandardInput ? std::vector<ProfileSection>()
+                                : sections_of(ProfileFile(resolved_path(file)).text);
+}
+
+void print_sections(const Place &place) {
+  std::vector<std::string> names;
+  for (const ProfileSection &section : named_sections(place))
+    names.push_back(section.name);
+  print_typable(names);
+}
+
+void print_keys(const Place &place) {
+  const std::vector<ProfileSection> sections = named_sections(place);
+  const ProfileSection *section = find_section(sections, place.values.back());
+  if (section == nullptr) return;
+  std::vector<std::string> keys;
+  for (const ProfileEntry &entry : section->entries)
+    keys.push_back(entry.key);
+  print_typable(keys);
+}
+
+// Of `orla help`: the subcommands of what the words before have named.
+void print_helped(const Place &place) {
+  const CLI::App *command = place.command->get_parent();
+  for (const std::string &word : place.values)
+    if (command != nullptr) command = find_subcommand(*command, word);
+  if (command != nullptr) print_subcommands(*command);
 }
 
 void print_values(const Place &place) {
   const std::string wanted = wanted_value(place);
-  if (wanted == "FILE" || wanted == "LIBRARY") print_candidate(":files");
-  if (wanted == "SECTION") print_words(sections_of(named_file(place)));
-  if (wanted == "KEY") print_words(keys_of(named_file(place), place.values.back()));
+  for (const char *file : {"FILE", "LIBRARY", "OLD", "NEW"})
+    if (wanted == file) print_candidate(":files");
+  if (wanted == "SECTION") print_sections(place);
+  if (wanted == "KEY") print_keys(place);
+  if (wanted == "SUBCOMMAND") print_helped(place);
 }
 
 void print_option_values(const CLI::Option &option) {
   if (option.check_name("--color")) print_words({"auto", "always", "never"});
+  if (option.check_name("--ignore")) print_words(kinds_of_findings());
 }
 
 }  // namespace

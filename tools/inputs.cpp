@@ -38,7 +38,7 @@ bool LineReader::next(Input &line) {
   return true;
 }
 
-// There is always room for a terminator behind what has been read.
+// Leaves room for a terminator after what has been read.
 bool LineReader::fill() {
   if (is_ended_) return false;
   flush_output();
@@ -102,16 +102,19 @@ bool is_single(const std::vector<std::string> &arguments) {
 void describe_each(Run &run, const std::vector<std::string> &arguments,
                    const Description &description) {
   const bool single = is_single(arguments);
+  Report report = single || !run.field.empty() ? run.report()
+                  : run.json                   ? Report(Report::Kept::json_line)
+                                               : Report(description.columns);
   Inputs inputs(run, arguments);
   Input input;
   while (inputs.next(input)) {
-    Report report;
-    if (!single) report.row("input", "input", std::string(input.view()));
+    report.clear();
+    if (!single) report.row("input", "input", input.view());
     if (!description.describe(input, report)) continue;
     if (single) {
       run.finish(report);
     } else {
-      print(run.json ? report.json_line() : report.line(description.columns));
+      run.finish_line(report, input.line == 0 ? in_quotes(input.view()) + ": " : input.place());
     }
   }
 }
@@ -125,7 +128,8 @@ CLI::Option *add_texts(CLI::App &command, const std::string &name, std::vector<s
         return true;
       },
       help);
-  // Wanting more than there can be, it gets them all; with this policy nobody minds that some lack.
+  // It asks for more than there can be and so gets them all; this policy allows that some are
+  // missing.
   constexpr int kAny = CLI::detail::expected_max_vector_size;
   return option->expected(kAny, kAny)
       ->allow_extra_args(false)

@@ -1,5 +1,5 @@
-// The texts that a command works on: its arguments, one of which may be "-" for the lines of standard
-// input.
+// The texts that a command works on: its arguments, one of which may be "-" for the lines of
+// standard input.
 
 #ifndef ORLA_TOOLS_INPUTS_H
 #define ORLA_TOOLS_INPUTS_H
@@ -27,15 +27,15 @@ struct Input {
   std::string place() const;
 };
 
-// Lines of a descriptor, handed out where they lie. What has been printed is flushed before the reader
-// waits for more.
+// The lines that a descriptor gives, without a copy of each. What has been printed is flushed
+// before the reader waits for more.
 class LineReader {
  public:
   explicit LineReader(int descriptor);
 
   // Without its line feed and a carriage return before it. A last line needs no line feed.
   bool next(Input &line);
-  int error() const { return error_; }  // of errno, when the end was none; else 0
+  int error() const { return error_; }  // errno where reading failed, else 0
 
  private:
   bool fill();
@@ -55,7 +55,8 @@ class Inputs {
  public:
   Inputs(Run &run, const std::vector<std::string> &arguments);
 
-  // A line that holds a zero byte is told and passed over, as is the end of what cannot be read on.
+  // False at the end. A line that holds a zero byte, and input that cannot be read on, make a
+  // message.
   bool next(Input &input);
 
  private:
@@ -67,13 +68,13 @@ class Inputs {
   LineReader lines_;
 };
 
-// Whether there is one text, which gets a report to itself. Several, and standard input, get one line
-// each.
+// Whether there is one text, which gets a report to itself. Several, and standard input, get one
+// line each.
 bool is_single(const std::vector<std::string> &arguments);
 
-// What a command says of a text: the rows of its report, and which of them, by key, make up the line where
-// there are several texts; the text itself is "input". `describe` answers false when it has told what is
-// wrong with the text.
+// What a command says of a text: the rows of its report, and which of them, by key, make up the
+// line where there are several texts; the text itself is "input". `describe` answers false when it
+// has said what is wrong with the text.
 struct Description {
   std::function<bool(const Input &, Report &)> describe;
   std::vector<std::string> columns;
@@ -82,7 +83,8 @@ struct Description {
 void describe_each(Run &run, const std::vector<std::string> &arguments,
                    const Description &description);
 
-// Any number of texts as they stand. (An option for a vector would read a text in brackets as a list.)
+// Any number of texts as they stand. (An option for a vector would read a text in brackets as a
+// list.)
 CLI::Option *add_texts(CLI::App &command, const std::string &name, std::vector<std::string> &texts,
                        const std::string &help);
 

@@ -1,4 +1,5 @@
-// orla load: whether the library's loader opens a library, where, and whether it finds symbols in it.
+// orla load: whether the library's loader opens a library, where, and whether it finds symbols in
+// it.
 
 #include <dlfcn.h>
 #include <link.h>
@@ -33,7 +34,7 @@ std::string fallback_of(const std::string &library) {
   return ORLA_LIBRARY_FALLBACK_DIRECTORY + library;
 }
 
-// The file behind a name under which a library is open; empty when none is.
+// The file of a library that is open under this name; empty when none is.
 std::string file_of(const std::string &name) {
   void *handle = dlopen(name.c_str(), RTLD_NOW | RTLD_NOLOAD);
   if (handle == nullptr) return "";
@@ -70,7 +71,7 @@ void report_failure(Report &report, const std::string &library) {
                            " characters");
 }
 
-// The library prints the linker's text in a line of its own, behind a comma.
+// The library prints the linker's text in a line of its own, after a comma.
 std::string missing_symbol_text(const std::string &printed) {
   const std::size_t comma = printed.find("\n,");
   std::string text = comma == std::string::npos ? "not found" : printed.substr(comma + 2);
@@ -99,21 +100,21 @@ orla_status load(const std::string &library, orla_library_id *id) {
   orla_status status;
   Captured output(STDOUT_FILENO);
   orla_slnk_load_library(library.c_str(), id, &status);
-  std::cerr << output.text();
+  std::cerr << visible_lines(output.text());
   return status;
 }
 
-// What a library prints when it goes belongs on standard error too.
+// What a library prints when it is closed belongs on standard error too.
 void unload(const orla_library_id *id) {
   Captured output(STDOUT_FILENO);
   orla_slnk_free_library(id);
-  std::cerr << output.text();
+  std::cerr << visible_lines(output.text());
 }
 
 void try_library(Run &run, const LoadArguments &arguments) {
   const LibraryId id(orla_slnk_allocate_library_id());
   if (id == nullptr) return run.fail("there is no memory for a library id");
-  Report report;
+  Report report = run.report();
   report.row("library", "library", arguments.library);
   const orla_status status = load(arguments.library, id.get());
   if (status != 0) {
@@ -133,18 +134,19 @@ void try_library(Run &run, const LoadArguments &arguments) {
 void add_load_command(CLI::App &program, Run &run) {
   const auto arguments = std::make_shared<LoadArguments>();
   CLI::App *load = add_command(
-      program, run, "load", "Try whether a library opens and has the symbols named",
-      {"The name is tried as it stands, then in " ORLA_LIBRARY_FALLBACK_DIRECTORY
+      program, run,
+      {"load", "Try whether a library opens and has the symbols named",
+       "The name is tried as it stands, then in " ORLA_LIBRARY_FALLBACK_DIRECTORY
        ". What a library does when it is opened, it does here too.\n"
        "Exit status 1: the library does not open or a symbol is missing.",
-       "  orla load libm.so.6 cos\n  orla load ./plugin.so plugin_open plugin_close --json\n"});
+       "  orla load libm.so.6 cos\n  orla load ./plugin.so plugin_open plugin_close --json\n"},
+      [&run, arguments] { try_library(run, *arguments); });
   load->add_option("LIBRARY", arguments->library, "Soname, file name or path")
       ->required()
       ->check([](const std::string &name) {
         return name.empty() ? "the name is empty; name a library" : "";
       });
   load->add_option("SYMBOL", arguments->symbols, "To look up in it");
-  load->callback([&run, arguments] { try_library(run, *arguments); });
 }
 
 }  // namespace orla_tool

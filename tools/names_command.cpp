@@ -17,7 +17,7 @@ std::string node_name() {
   char name[ORLA_NODE_NAME_SIZE];
   Captured output(STDOUT_FILENO);
   orla_get_node_name(name);
-  std::cerr << output.text();
+  std::cerr << visible_lines(output.text());
   return name;
 }
 
@@ -28,7 +28,7 @@ void show_names(Run &run) {
   orla_get_group_name(group);
   const std::string node = node_name();
 
-  Report report;
+  Report report = run.report();
   report.row("user", "user", user, "real user id " + std::to_string(getuid()));
   report.row("group", "group", group, "real group id " + std::to_string(getgid()));
   if (node.empty()) {
@@ -45,10 +45,11 @@ void show_names(Run &run) {
 }  // namespace
 
 void add_names_command(CLI::App &program, Run &run) {
-  add_command(program, run, "names", "Show the names of user, group and node",
-              {"\"unknown\" stands for an id without an entry; names are cut at 31 characters.",
-               "  orla names\n  orla names --json\n"})
-      ->callback([&run] { show_names(run); });
+  add_command(program, run,
+              {"names", "Show the names of user, group and node",
+               "\"unknown\" stands for an id without an entry; names are cut at 31 characters.",
+               "  orla names\n  orla names --field user\n"},
+              [&run] { show_names(run); });
 }
 
 }  // namespace orla_tool

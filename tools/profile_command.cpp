@@ -1,17 +1,20 @@
-// orla profile: what the library answers from a profile file, one key written, and what would go wrong.
+// orla profile: what the library answers from a profile file, one key written or taken out, and the
+// path.
 
 #include <orla/profile.h>
+#include <unistd.h>
 
 #include <CLI/CLI.hpp>
+#include <algorithm>
 #include <cerrno>
-#include <charconv>
 #include <cstdlib>
 #include <cstring>
 #include <memory>
-#include <optional>
 
 #include "command.h"
-#include "profile_search.h"
+#include "numbers.h"
+#include "profile_edit.h"
+#include "profile_file.h"
 #include "standard_output.h"
 #include "whole_file.h"
 
@@ -25,13 +28,22 @@ struct ProfileArguments {
   bool as_int = false;
   std::string fallback;
   CLI::Option *fallback_option = nullptr;
-  std::string name;  // of the file, in what is said
 
   const std::string &file() const { return words[0]; }
   const std::string &section() const { return words[1]; }
   const std::string &key() const { return words[2]; }
   const std::string &value() const { return words[3]; }
   bool has_fallback() const { return fallback_option->count() != 0; }
+};
+
+// Shows in the usage line what the command checks by itself: all words are required, and
+// --default-path stands for the first.
+class WordsFormatter : public CLI::Formatter {
+ public:
+  std::string make_option_usage(const CLI::Option *option) const override {
+    const std::string name = make_option_name(option, true);
+    return name == "FILE" ? "{FILE | --default-path}" : name;
+  }
 };
 
 struct Word {
@@ -42,10 +54,10 @@ struct Word {
 void add_words(CLI::App &command, ProfileArguments &arguments, std::initializer_list<Word> words) {
   std::string *word = arguments.words;
   for (const Word &each : words)
-    arguments.options.push_back(command.add_option(each.name, *word++, each.description));
-  command.add_flag("--default-path", arguments.default_path,
-                   "Instead of FILE: " ORLA_DEFAULT_PROFILE_PATH
-                   ", or the file that ORLA_CONFIG names");
+    arguments.options.push_back(
+        command.add_option(each.name, *word++, each.description)->type_name(""));
+  add_default_path_flag(command, arguments.default_path);
+  command.formatter(std::make_shared<WordsFormatter>());
 }
 
 // With --default-path there is no FILE among the words: they move up by one.
@@ -77,14 +89,12 @@ std::string read_string(const ProfileArguments &arguments, const char *fallback)
   }
 }
 
-// The value alone, so that a script can take it, or the object.
-void show_value(const Run &run, const ProfileArguments &arguments, const Json &value, bool found) {
-  if (!run.json) {
-    print((value.is_string() ? value.get<std::string>() : value.dump()) + '\n');
-    return;
-  }
-  Report report;
-  report.row("file", "file", arguments.name);
+// The value alone, as it is, so that a script can take it; or the object.
+void show_value(Run &run, const ProfileArguments &arguments, const std::string &file,
+                const Json &value, bool found) {
+  if (!run.wants_values()) return print(value_text(value) + '\n');
+  Report report = run.report();
+  report.row("file", "file", file);
   report.row("section", "section", arguments.section());
   report.row("key", "key", arguments.key());
   report.row("value", "value", value);
@@ -92,48 +102,58 @@ void show_value(const Run &run, const ProfileArguments &arguments, const Json &v
   run.finish(report);
 }
 
-void get_string(Run &run, const ProfileArguments &arguments) {
-  Search found = search_profile(file_behind(arguments.file()), arguments.name, arguments.section(),
-                                arguments.key(), false);
-  if (found.missing.empty() && found.line.size() < ORLA_PROFILE_LINE_SIZE - 1 &&
-      found.line.find('=') == std::string::npos)
-    found.missing =
-        arguments.name + ", line " + std::to_string(found.number) + ": no \"=\" behind the key";
-  if (!found.missing.empty() && !arguments.has_fallback()) {
-    run.fail(found.missing);
-    return;
-  }
+std::string in_line(const ProfileFile &file, std::size_t number) {
+  return file.name + ", line " + std::to_string(number) + ": ";
+}
+
+Search search_for_key(const ProfileArguments &arguments, const ProfileFile &file, HeaderRule rule) {
+  return search_profile(file.text, file.name, arguments.section(), arguments.key(), rule);
+}
+
+void get_string(Run &run, const ProfileArguments &arguments, const ProfileFile &file) {
+  const Search search = search_for_key(arguments, file, HeaderRule::beginning);
+  std::string missing = !file.error.empty() ? file.error : search.missing;
+  if (missing.empty() && file.text.text(search.number).find('=') == std::string::npos)
+    missing = in_line(file, search.number) + "no \"=\" after the key";
+  if (!missing.empty() && !arguments.has_fallback()) return run.fail(missing);
   // Without a default to take its place the reader gives a blank value as it is.
   const std::string own = read_string(arguments, nullptr);
   const bool replaced = arguments.has_fallback() && own.find_first_not_of(' ') == std::string::npos;
   const char *fallback = arguments.has_fallback() ? arguments.fallback.c_str() : nullptr;
-  show_value(run, arguments, read_string(arguments, fallback), found.missing.empty() && !replaced);
+  show_value(run, arguments, file.name, read_string(arguments, fallback),
+             missing.empty() && !replaced);
 }
 
-std::optional<int> as_integer(const std::string &text) {
-  int number = 0;
-  const char *end = text.data() + text.size();
-  const auto result = std::from_chars(text.data(), end, number);
-  if (result.ec != std::errc() || result.ptr != end) return {};
-  return number;
-}
+constexpr Whole kIntegers = {INT32_MIN, INT32_MAX};
 
-void get_integer(Run &run, const ProfileArguments &arguments) {
-  const auto fallback = as_integer(arguments.fallback);
+void get_integer(Run &run, const ProfileArguments &arguments, const ProfileFile &file) {
+  const auto fallback = kIntegers.read(arguments.fallback);
   if (arguments.has_fallback() && !fallback)
-    throw CLI::ValidationError("--default", "with --int a whole number is wanted");
+    throw CLI::ValidationError("--default", "with --int it must be a whole number");
   constexpr int kNone = -1;  // the reader's own answers are 0 and more
   const int number = orla_cfg_get_private_profile_int(
       arguments.section().c_str(), arguments.key().c_str(), kNone, arguments.file().c_str());
-  if (number != kNone || arguments.has_fallback()) {
-    show_value(run, arguments, number != kNone ? number : *fallback, number != kNone);
-    return;
-  }
-  const Search found =
-      search_profile(arguments.file(), arguments.name, arguments.section(), arguments.key(), true);
-  run.fail(!found.missing.empty() ? found.missing
-                                  : arguments.name + ", line " + std::to_string(found.number) +
-                                        ": no number of 1 to 5 characters behind a \"=\"");
+  if (number != kNone || arguments.has_fallback())
+    return show_value(run, arguments, file.name, number != kNone ? number : *fallback,
+                      number != kNone);
+  if (!file.error.empty()) return run.fail(file.error);
+  const Search search = search_for_key(arguments, file, HeaderRule::whole_line);
+  run.fail(!search.missing.empty()
+               ? search.missing
+               : in_line(file, search.number) + "no number of 1 to 5 characters after a \"=\"");
+}
+
+// What cannot be read twice reaches the library as a copy.
+void get_value(Run &run, ProfileArguments &arguments) {
+  std::string &path = arguments.words[0];
+  const std::string read = arguments.as_int ? path : resolved_path(path);
+  const std::string reason = can_be_opened_again(read) ? why_no_file(read) : "";
+  const ProfileFile file(read);
+  if (!reason.empty()) return run.fail(file.error);  // the library would not come back from there
+  if (file.error.empty() && !can_be_opened_again(read)) path = path_of_bytes(file.text.bytes());
+  if (path.empty())
+    return run.fail(file.name + " cannot be copied into memory: " + std::strerror(errno));
+  arguments.as_int ? get_integer(run, arguments, file) : get_string(run, arguments, file);
 }
 
 // A text that would not come back as itself, or would take other lines with it.
@@ -148,41 +168,148 @@ void check_text(const char *name, const std::string &text, const char *forbidden
   throw CLI::ValidationError(name, what + " in it would damage the file");
 }
 
+void check_target(const ProfileArguments &arguments) {
+  if (arguments.key().empty())
+    throw CLI::ValidationError("KEY", "an empty key would stand for the section's first line");
+  if (arguments.file() == kStandardInput)
+    throw CLI::ValidationError("FILE", "standard input cannot be rewritten; name a file");
+}
+
+// Why the string reader does not find the entry that was written; empty when it does.
+std::string why_not_found(const ProfileArguments &arguments, const ProfileFile &file,
+                          const std::string &entry, const std::string &answer) {
+  if (!file.error.empty()) return file.error;
+  const Search written = search_for_key(arguments, file, HeaderRule::whole_line);
+  if (!written.missing.empty() || file.text.text(written.number) != entry)
+    return "it does not hold the entry; was there room for it?";
+  const Search found = search_for_key(arguments, file, HeaderRule::beginning);
+  if (!found.missing.empty()) return found.missing;
+  if (found.number != written.number)
+    return "an earlier header begins like [" + arguments.section() + "], and line " +
+           std::to_string(found.number) + " is found after it";
+  if (answer != arguments.value())
+    return "the value is read as " + in_quotes(answer) + ", from after its last \"=\"";
+  return "";
+}
+
+void report_set(Run &run, const ProfileArguments &arguments, const std::string &file,
+                const std::string &entry, const std::string &replaced, const std::string &answer) {
+  Report report = run.report();
+  report.row("file", "file", file);
+  report.row("entry", "entry", entry);
+  if (!replaced.empty()) report.row("replaced", "in place of", replaced);
+  if (answer != arguments.value()) report.row("answer", "but read as", answer);
+  run.finish(report);
+}
+
+// The line that an entry for the key takes the place of; empty when there is none.
+std::string line_of_key(const ProfileArguments &arguments, const ProfileFile &file) {
+  const Search search = search_for_key(arguments, file, HeaderRule::whole_line);
+  return search.missing.empty() ? file.text.text(search.number) : "";
+}
+
 void set_key(Run &run, const ProfileArguments &arguments) {
   check_text("SECTION", arguments.section(), "\n\r\xFF");
   check_text("KEY", arguments.key(), "\n\r\xFF=");
   check_text("VALUE", arguments.value(), "\n\r\xFF");
-  if (arguments.key().empty())
-    throw CLI::ValidationError("KEY", "an empty key would replace the section's first line");
-  if (arguments.file() == kStandardInput)
-    throw CLI::ValidationError("FILE", "standard input cannot be rewritten; name a file");
-  const std::string file = file_behind(arguments.file());
-  const Search replaced = search_profile(file, file, arguments.section(), arguments.key(), true);
-  if (orla_cfg_write_private_profile_string(arguments.section().c_str(), arguments.key().c_str(),
-                                            arguments.value().c_str(),
-                                            arguments.file().c_str()) == 0) {
-    run.fail(file + " was not rewritten; check that it and /tmp can be written and have room");
-    return;
+  check_target(arguments);
+  const std::string file = resolved_path(arguments.file());
+  const std::string entry = arguments.key() + "=" + arguments.value();
+  std::string replaced;
+  std::string answer;
+  std::string reason;
+  {
+    const ProfileLock lock(run, file);
+    if (!lock.error().empty()) return run.fail(file + " was not rewritten: " + lock.error());
+    const ProfileFile before(file);
+    if (!before.error.empty() && access(file.c_str(), F_OK) == 0) return run.fail(before.error);
+    replaced = line_of_key(arguments, before);
+    if (orla_cfg_write_private_profile_string(arguments.section().c_str(), arguments.key().c_str(),
+                                              arguments.value().c_str(),
+                                              arguments.file().c_str()) == 0)
+      return run.fail(file + " was not rewritten: " +
+                      why_not_rewritten(file, before.text.bytes().size() + entry.size()));
+    answer = read_string(arguments, nullptr);
+    reason = why_not_found(arguments, ProfileFile(file), entry, answer);
   }
-  Report report;
-  report.row("file", "file", file);
-  report.row("entry", "entry", arguments.key() + "=" + arguments.value());
-  if (replaced.missing.empty())
-    report.row("replaced", "in place of", replaced.line, "line " + std::to_string(replaced.number));
-  const std::string answer = read_string(arguments, nullptr);
-  if (answer != arguments.value())
-    report.row("answer", "but read as", run.json ? answer : std::string("\"") + answer + "\"",
-               "the value holds a \"=\", or a header or key above hides it: see lint");
-  run.finish(report);
+  report_set(run, arguments, file, entry, replaced, answer);
+  if (!reason.empty())
+    run.fail("a reader of " + file + " does not find what was written: " + reason);
 }
 
-void show_path(const Run &run) {
+// The lines of a section whose key is this very one.
+std::vector<std::size_t> lines_of_key(const ProfileArguments &arguments, const ProfileText &text) {
+  std::vector<std::size_t> numbers;
+  const std::string key = in_small_letters(arguments.key());
+  const std::size_t header = find_header(text, arguments.section(), HeaderRule::whole_line);
+  if (header == 0) return numbers;
+  for (std::size_t number = header + 1; number <= text.size(); ++number) {
+    const std::string &line = text.text(number);
+    if (line.empty() || is_header(line)) break;
+    if (in_small_letters(key_of(line)) == key || in_small_letters(line) == key)
+      numbers.push_back(number);
+  }
+  return numbers;
+}
+
+std::string bytes_without(const ProfileText &text, const std::vector<std::size_t> &numbers) {
+  std::string bytes;
+  for (std::size_t number = 1; number <= text.size(); ++number)
+    if (!std::binary_search(numbers.begin(), numbers.end(), number))
+      bytes.append(text.line(number).raw) += '\n';
+  return bytes.append(text.rest());
+}
+
+// What the readers still find for a key; empty when that is nothing.
+std::string still_found(const ProfileArguments &arguments, const ProfileFile &file) {
+  for (const HeaderRule rule : {HeaderRule::whole_line, HeaderRule::beginning}) {
+    const Search search = search_for_key(arguments, file, rule);
+    if (file.error.empty() && search.missing.empty())
+      return "line " + std::to_string(search.number) + ", " +
+             in_quotes(file.text.text(search.number)) + ", is what readers find for this key";
+  }
+  return "";
+}
+
+std::string why_not_there(const ProfileArguments &arguments, const ProfileFile &file) {
+  const std::string found = still_found(arguments, file);
+  return !found.empty()
+             ? "no line of section [" + arguments.section() + "] is to be taken out: " + found
+             : search_for_key(arguments, file, HeaderRule::whole_line).missing;
+}
+
+void unset_key(Run &run, const ProfileArguments &arguments) {
+  check_target(arguments);
+  const std::string file = resolved_path(arguments.file());
+  std::vector<std::string> removed;
+  std::string found;
+  {
+    const ProfileLock lock(run, file);
+    if (!lock.error().empty()) return run.fail(file + " was not rewritten: " + lock.error());
+    const ProfileFile before(file);
+    if (!before.error.empty()) return run.fail(before.error);
+    const std::vector<std::size_t> numbers = lines_of_key(arguments, before.text);
+    if (numbers.empty()) return run.fail(why_not_there(arguments, before));
+    for (const std::size_t number : numbers)
+      removed.push_back(before.text.text(number));
+    const std::string error = replace_bytes(file, bytes_without(before.text, numbers));
+    if (!error.empty()) return run.fail(file + " was not rewritten: " + error);
+    found = still_found(arguments, ProfileFile(file));
+  }
+  Report report = run.report();
+  report.row("file", "file", file);
+  report.list("removed", "removed", removed);
+  run.finish(report);
+  if (!found.empty()) run.fail(file + ": " + found);
+}
+
+void show_path(Run &run) {
   char path[ORLA_PROFILE_PATH_SIZE];
   char from_environment = 0;
   orla_cfg_file(path, &from_environment);
   const char *named = std::getenv("ORLA_CONFIG");
   const bool ignored = named != nullptr && from_environment == 0;
-  Report report;
+  Report report = run.report();
   report.row("path", "path", path,
              from_environment != 0 ? "named by ORLA_CONFIG"
              : ignored             ? "by default: the file that ORLA_CONFIG names does not open"
@@ -190,81 +317,100 @@ void show_path(const Run &run) {
   report.row("from_environment", "from environment", from_environment != 0);
   if (ignored && *named != '\0')
     report.row("variable", "ORLA_CONFIG", named,
-               "the string reader and the writer still turn to this file");
+               "the string reader and the writer use this file all the same");
   run.finish(report);
-}
-
-// Settles under which path the library finds FILE, and how it is called in what is said.
-void settle_file(ProfileArguments &arguments) {
-  std::string &file = arguments.words[0];
-  arguments.name = arguments.as_int ? file : file_behind(file);
-  if (file != kStandardInput) return;
-  arguments.name = "standard input";
-  file = path_of_standard_input();
 }
 
 constexpr Word kFile = {"FILE", "A profile file"};
 constexpr Word kFileOrInput = {"FILE", "A profile file; - for standard input"};
 constexpr Word kSection = {"SECTION", "Without brackets"};
 constexpr Word kKey = {"KEY", "Found in the first line that begins with it"};
+constexpr Word kWholeKey = {"KEY", "All of what stands before the \"=\""};
 constexpr Word kValue = {"VALUE", "Written as it is"};
+
+using Action = void (*)(Run &run, ProfileArguments &arguments);
+
+// A command over a file, a section and a key.
+CLI::App *add_key_command(CLI::App &profile, Run &run, const Command &command,
+                          const std::shared_ptr<ProfileArguments> &arguments,
+                          std::initializer_list<Word> words, Action action) {
+  CLI::App *added = add_command(profile, run, command, [&run, arguments, action] {
+    settle_words(*arguments);
+    action(run, *arguments);
+  });
+  add_words(*added, *arguments, words);
+  return added;
+}
 
 void add_get(CLI::App &profile, Run &run) {
   const auto arguments = std::make_shared<ProfileArguments>();
-  CLI::App *get = add_command(
-      profile, run, "get", "Print the value of a key",
-      {"Without --default it is a failure when the key is not found. Given the default path as "
+  CLI::App *get = add_key_command(
+      profile, run,
+      {"get", "Print the value of a key",
+       "Without --default it is a failure when the key is not found. Given the default path as "
        "FILE,\n"
        "the library reads the file that ORLA_CONFIG names, where it is set; --json shows which.",
        "  orla profile get app.ini Main Port\n"
        "  orla profile get app.ini Main Port --int --default 7\n"
-       "  orla profile get --default-path Main Port\n"});
-  add_words(*get, *arguments, {kFileOrInput, kSection, kKey});
+       "  orla profile get --default-path Main Port\n"},
+      arguments, {kFileOrInput, kSection, kKey}, get_value);
   get->add_flag("--int", arguments->as_int,
-                "As the integer reader answers; it pays no heed to ORLA_CONFIG");
+                "As the integer reader answers, which does not look at ORLA_CONFIG");
   arguments->fallback_option =
-      get->add_option("--default", arguments->fallback, "Print this when there is no value");
-  get->callback([&run, arguments] {
-    settle_words(*arguments);
-    settle_file(*arguments);
-    arguments->as_int ? get_integer(run, *arguments) : get_string(run, *arguments);
-  });
+      get->add_option("--default", arguments->fallback, "Print this when there is no value")
+          ->type_name("VALUE");
 }
 
 void add_set(CLI::App &profile, Run &run) {
-  const auto arguments = std::make_shared<ProfileArguments>();
-  CLI::App *set = add_command(profile, run, "set", "Write one key",
-                              {"The file is rewritten in place: carriage returns go, as does a "
-                               "last line without line feed.\n"
-                               "Given the default path as FILE, the library rewrites the file that "
-                               "ORLA_CONFIG names, where it\n"
-                               "is set; the output shows which. A VALUE that begins with \"-\" "
-                               "goes behind \"--\", where it is\n"
-                               "not a number.",
-                               "  orla profile set app.ini Main Port 5555\n"
-                               "  orla profile set -- app.ini Main Options -v\n"});
-  add_words(*set, *arguments, {kFile, kSection, kKey, kValue});
-  set->callback([&run, arguments] {
-    settle_words(*arguments);
-    set_key(run, *arguments);
-  });
+  add_key_command(
+      profile, run,
+      {"set", "Write one key",
+       "The file is locked and rewritten in place: carriage returns go, as does a last line "
+       "without\n"
+       "line feed. The key is then read back; exit status 1 also where a reader does not find "
+       "what\n"
+       "was written. Given the default path as FILE, the library rewrites the file that "
+       "ORLA_CONFIG\n"
+       "names, where it is set; the output shows which. A VALUE that begins with \"-\" goes after\n"
+       "\"--\", where it is not a number.",
+       "  orla profile set app.ini Main Port 5555\n"
+       "  orla profile set -- app.ini Main Options -v\n"},
+      std::make_shared<ProfileArguments>(), {kFile, kSection, kKey, kValue},
+      [](Run &each, ProfileArguments &arguments) { set_key(each, arguments); });
+}
+
+void add_unset(CLI::App &profile, Run &run) {
+  add_key_command(
+      profile, run,
+      {"unset", "Take one key out",
+       "Takes out the lines of the section whose key is KEY, and leaves all other bytes of the "
+       "file as\n"
+       "they are. A line that only begins with KEY stays, as it is another key's; exit status 1 "
+       "where\n"
+       "readers find such a line for KEY, or where there is no line to take out.",
+       "  orla profile unset app.ini Main Port\n"},
+      std::make_shared<ProfileArguments>(), {kFile, kSection, kWholeKey},
+      [](Run &each, ProfileArguments &arguments) { unset_key(each, arguments); });
 }
 
 void add_path(CLI::App &profile, Run &run) {
-  CLI::App *path =
-      add_command(profile, run, "path", "Tell which profile is in force",
-                  {"", "  orla profile path\n  ORLA_CONFIG=app.ini orla profile path\n"});
-  path->callback([&run] { show_path(run); });
+  add_command(profile, run,
+              {"path", "Show the path of the default profile", "",
+               "  orla profile path\n  ORLA_CONFIG=app.ini orla profile path\n"},
+              [&run] { show_path(run); });
 }
 
 }  // namespace
 
 void add_profile_command(CLI::App &program, Run &run) {
   CLI::App *profile =
-      add_group(program, run, "profile", "Read, write and check profile files",
-                {"", "  orla profile get app.ini Main Port\n  orla profile lint app.ini\n"});
+      add_group(program, run,
+                {"profile", "Read, write and check profile files", "",
+                 "  orla profile get app.ini Main Port\n  orla profile lint app.ini\n"});
   add_get(*profile, run);
   add_set(*profile, run);
+  add_unset(*profile, run);
+  add_profile_list_commands(*profile, run);
   add_path(*profile, run);
   add_profile_lint_command(*profile, run);
 }

@@ -1,12 +1,13 @@
-// What a reader of a profile file would trip over.
+// What in a profile file is not read as it looks.
 
 #ifndef ORLA_TOOLS_PROFILE_LINT_H
 #define ORLA_TOOLS_PROFILE_LINT_H
 
 #include <cstddef>
 #include <string>
-#include <string_view>
 #include <vector>
+
+#include "profile_text.h"
 
 namespace orla_tool {
 
@@ -16,9 +17,12 @@ struct Finding {
   std::string text;
 };
 
-// Looks through the bytes of a file, in the order of its lines. A value of one of `integer_keys` is
-// expected to be a number.
-std::vector<Finding> lint_profile(std::string_view bytes,
+// Every kind of finding there is.
+const std::vector<std::string> &kinds_of_findings();
+
+// Looks through a file, in the order of its lines. A value of one of `integer_keys` should be a
+// number.
+std::vector<Finding> lint_profile(const ProfileText &text,
                                   const std::vector<std::string> &integer_keys);
 
 }  // namespace orla_tool

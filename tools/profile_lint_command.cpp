@@ -1,18 +1,17 @@
-// orla profile lint: what readers of profile files would trip over, in many files and whole folders.
+// orla profile lint: what in profile files is not read as it looks, in many files and whole
+// folders.
 
 #include <orla/profile.h>
 
 #include <CLI/CLI.hpp>
 #include <algorithm>
-#include <cerrno>
-#include <cstring>
 #include <filesystem>
 #include <memory>
 
 #include "command.h"
 #include "inputs.h"
+#include "profile_file.h"
 #include "profile_lint.h"
-#include "profile_search.h"
 #include "standard_output.h"
 #include "whole_file.h"
 
@@ -25,6 +24,7 @@ struct LintArguments {
   std::vector<std::string> files;
   bool default_path = false;
   std::vector<std::string> integer_keys;
+  std::vector<std::string> ignored;  // kinds of findings
 };
 
 // What has been found so far.
@@ -45,8 +45,9 @@ bool is_profile(const fs::path &path) {
   return extension == ".ini";
 }
 
-// Adds the *.ini files in a folder, and to `folders` the folders in it. Links to folders are not followed, so
-// there is no way round in circles. False, and told, when the folder cannot be searched.
+// Adds the *.ini files in a folder, and to `folders` the folders in it. Links to folders are not
+// followed, so there is no way round in circles. False, with a message, when the folder cannot be
+// searched.
 bool search(Run &run, const fs::path &folder, std::vector<fs::path> &folders,
             std::vector<std::string> &found) {
   std::error_code error;
@@ -60,12 +61,12 @@ bool search(Run &run, const fs::path &folder, std::vector<fs::path> &folders,
     }
     entry.increment(error);
   }
-  if (error) run.fail(visible(folder.string()) + " cannot be searched: " + error.message());
+  if (error) run.fail(folder.string() + " cannot be searched: " + error.message());
   return !error;
 }
 
-// Adds the *.ini files in a folder and in those below it, in the order of their names; a folder that cannot
-// be searched does not keep the others from it.
+// Adds the *.ini files in a folder and in those below it, in the order of their names; a folder
+// that cannot be searched does not keep the others from it.
 void add_profiles_in(Run &run, const std::string &folder, std::vector<std::string> &files) {
   std::vector<std::string> found;
   std::vector<fs::path> folders = {folder};
@@ -75,7 +76,7 @@ void add_profiles_in(Run &run, const std::string &folder, std::vector<std::strin
     folders.pop_back();
     searched = search(run, next, folders, found) && searched;
   }
-  if (searched && found.empty()) run.fail(visible(folder) + " holds no file named *.ini");
+  if (searched && found.empty()) run.fail(folder + " holds no file named *.ini");
   std::sort(found.begin(), found.end());
   files.insert(files.end(), found.begin(), found.end());
 }
@@ -87,7 +88,7 @@ std::vector<std::string> files_to_check(Run &run, const std::vector<std::string>
     if (fs::is_directory(argument, error)) {
       add_profiles_in(run, argument, files);
     } else {
-      files.push_back(file_behind(argument));
+      files.push_back(resolved_path(argument));
     }
   }
   return files;
@@ -102,24 +103,29 @@ void print_for_people(const Run &run, const std::string &name,
   }
 }
 
-Report report_of(const std::string &name, const std::vector<Finding> &findings) {
+Report report_of(const Run &run, const std::string &name, const std::vector<Finding> &findings) {
   Json list = Json::array();
   for (const Finding &finding : findings)
     list.push_back({{"line", finding.line}, {"kind", finding.kind}, {"text", finding.text}});
-  Report report;
+  Report report = run.report();
   report.row("file", "file", name);
   report.row("findings", "findings", list);
   return report;
 }
 
-void lint_file(Run &run, const std::string &file, const LintArguments &arguments, bool is_alone,
+std::vector<Finding> find_in(const ProfileFile &file, const LintArguments &arguments) {
+  std::vector<Finding> findings = lint_profile(file.text, arguments.integer_keys);
+  std::erase_if(findings, [&arguments](const Finding &finding) {
+    return std::count(arguments.ignored.begin(), arguments.ignored.end(), finding.kind) != 0;
+  });
+  return findings;
+}
+
+void lint_file(Run &run, const std::string &path, const LintArguments &arguments, bool is_alone,
                Totals &totals) {
-  const std::string name = file == kStandardInput ? "standard input" : file;
-  const auto bytes = read_whole(file);
-  if (!bytes)
-    return run.fail(name + " cannot be read: " + std::strerror(errno) +
-                    "; check its name and rights");
-  const std::vector<Finding> findings = lint_profile(*bytes, arguments.integer_keys);
+  const ProfileFile file(path);
+  if (!file.error.empty()) return run.fail(file.error);
+  const std::vector<Finding> findings = find_in(file, arguments);
   ++totals.files;
   totals.findings += findings.size();
   if (!findings.empty()) {
@@ -127,13 +133,13 @@ void lint_file(Run &run, const std::string &file, const LintArguments &arguments
     run.status = kServiceFailed;
     run.progress.erase();
   }
-  if (!run.json) {
-    print_for_people(run, name, findings);
-    if (is_alone && findings.empty()) print(name + ": nothing to trip over\n");
+  if (!run.wants_values()) {
+    print_for_people(run, file.name, findings);
+    if (is_alone && findings.empty()) print(visible(file.name) + ": nothing found\n");
   } else if (is_alone) {
-    run.finish(report_of(name, findings));
+    run.finish(report_of(run, file.name, findings));
   } else {
-    print(report_of(name, findings).json_line());
+    run.finish_line(report_of(run, file.name, findings), file.name + ": ");
   }
 }
 
@@ -149,44 +155,64 @@ void lint(Run &run, LintArguments &arguments) {
     run.progress.step();
   }
   run.progress.erase();
-  if (!is_alone && !run.json && totals.files > 0)
+  if (!is_alone && !run.wants_values() && totals.files > 0)
     print(counted(totals.files, "file") + " checked, " + counted(totals.findings, "finding") +
           (totals.findings == 0 ? "" : " in " + counted(totals.files_with_findings, "file")) +
           '\n');
 }
+
+std::string check_kind(const std::string &kind) {
+  const std::vector<std::string> &kinds = kinds_of_findings();
+  return std::count(kinds.begin(), kinds.end(), kind) != 0
+             ? ""
+             : in_quotes(kind) + " is no kind of finding; orla-profile(1) lists them";
+}
+
+// An option that may be given several times, one word each.
+CLI::Option *add_repeatable(CLI::App &command, const char *name, std::vector<std::string> &words,
+                            const char *help, const char *type) {
+  return command.add_option(name, words, help)->type_name(type)->allow_extra_args(false);
+}
+
+class LintFormatter : public CLI::Formatter {
+ public:
+  std::string make_option_usage(const CLI::Option *) const override {
+    return "{FILE... | --default-path}";
+  }
+};
 
 }  // namespace
 
 void add_profile_lint_command(CLI::App &profile, Run &run) {
   const auto arguments = std::make_shared<LintArguments>();
   CLI::App *command = add_command(
-      profile, run, "lint", "Say what a reader would trip over",
-      {"A folder stands for the files named *.ini in it and in the folders below. Several files, "
+      profile, run,
+      {"lint", "Say what is not read as it looks",
+       "A folder stands for the files named *.ini in it and in the folders below. Several files, "
        "or a\n"
        "folder, end in a line of totals; with --json each file is one line of JSON. Given the "
        "default\n"
        "path as FILE, the file that ORLA_CONFIG names is checked, as it is the one that is read.\n"
        "Exit status 1: something was found, or a file cannot be read.",
        "  orla profile lint app.ini --int Port\n"
+       "  orla profile lint --ignore remark --ignore carriage_return app.ini\n"
        "  orla profile lint /etc/app conf.d/extra.ini\n"
-       "  git show HEAD:app.ini | orla profile lint -\n"});
-  CLI::Option *files = add_texts(*command, "FILE", arguments->files,
-                                 "Profile files and folders; - for standard input")
-                           ->required(false);
-  command->add_flag("--default-path", arguments->default_path,
-                    "Instead of FILE: " ORLA_DEFAULT_PROFILE_PATH
-                    ", or the file that ORLA_CONFIG names");
-  command
-      ->add_option("--int", arguments->integer_keys,
-                   "A key whose values should be numbers; may be given again")
-      ->type_name("KEY")
-      ->allow_extra_args(false);
-  command->callback([&run, arguments, files] {
-    if (arguments->default_path && files->count() != 0)
-      throw CLI::ExcludesError("--default-path", "FILE");
-    if (!arguments->default_path && files->count() == 0) throw CLI::RequiredError("FILE");
-    lint(run, *arguments);
-  });
+       "  git show HEAD:app.ini | orla profile lint -\n"},
+      [&run, arguments] {
+        if (arguments->default_path && !arguments->files.empty())
+          throw CLI::ExcludesError("--default-path", "FILE");
+        if (!arguments->default_path && arguments->files.empty()) throw CLI::RequiredError("FILE");
+        lint(run, *arguments);
+      });
+  add_texts(*command, "FILE", arguments->files, "Profile files and folders; - for standard input")
+      ->required(false);
+  add_default_path_flag(*command, arguments->default_path);
+  add_repeatable(*command, "--int", arguments->integer_keys,
+                 "A key whose values should be numbers; may be given again", "KEY");
+  add_repeatable(*command, "--ignore", arguments->ignored,
+                 "A kind of finding, as --json names it, to leave out; may be given again", "KIND")
+      ->check(CLI::Validator(check_kind, ""));
+  command->formatter(std::make_shared<LintFormatter>());
 }
 
 }  // namespace orla_tool

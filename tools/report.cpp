@@ -1,8 +1,6 @@
 #include "report.h"
 
 #include <algorithm>
-#include <iomanip>
-#include <sstream>
 
 #include "terminal.h"
 
@@ -10,96 +8,217 @@ namespace orla_tool {
 namespace {
 
 // Bytes that are not UTF-8 come out as replacement characters instead of ending the program.
-std::string as_json_text(const Json &value, int indentation) {
+std::string json_text(const Json &value, int indentation) {
   return value.dump(indentation, ' ', false, Json::error_handler_t::replace);
 }
 
-std::string as_text(const Json &value) {
-  return value.is_string() ? value.get<std::string>() : as_json_text(value, -1);
+std::string padded(const std::string &text, std::size_t width) {
+  return text + std::string(width - std::min(width, text.size()), ' ');
+}
+
+// The names that a value has, for a message; not those of reasons.
+std::string names_in(const Json &value) {
+  std::string names;
+  if (!value.is_object()) return names;
+  for (const auto &item : value.items())
+    if (!item.key().ends_with("_missing")) names += (names.empty() ? "" : ", ") + item.key();
+  return names;
+}
+
+// Walks a name through a report, and gathers the values that it leads to.
+class FieldSearch {
+ public:
+  explicit FieldSearch(std::string name) : name_(std::move(name)) {}
+
+  bool walk(const Json &value, std::string_view rest) {
+    if (value.is_array() && !rest.empty()) return walk_elements(value, rest);
+    if (rest.empty()) return take(value);
+    const std::size_t dot = rest.find('.');
+    std::string step(rest.substr(0, dot));
+    if (step.ends_with("[]")) step.resize(step.size() - 2);
+    const auto found = value.is_object() ? value.find(step) : value.end();
+    if (found == value.end()) return lack(value);
+    if (found->is_null() && value.contains(step + "_missing"))
+      missing_ = name_ + ": " + value[step + "_missing"].get<std::string>();
+    if (!missing_.empty()) return false;
+    return walk(*found, dot == std::string_view::npos ? "" : rest.substr(dot + 1));
+  }
+
+  const std::vector<const Json *> &found() const { return found_; }
+  const std::string &missing() const { return missing_; }
+
+ private:
+  bool walk_elements(const Json &array, std::string_view rest) {
+    return std::all_of(array.begin(), array.end(),
+                       [this, rest](const Json &each) { return walk(each, rest); });
+  }
+
+  bool take(const Json &value) {
+    if (value.is_array()) {
+      for (const Json &each : value)
+        found_.push_back(&each);
+    } else {
+      found_.push_back(&value);
+    }
+    return true;
+  }
+
+  bool lack(const Json &value) {
+    const std::string names = names_in(value);
+    missing_ =
+        "the report has no field " + in_quotes(name_) + (names.empty() ? "" : "; it has " + names);
+    return false;
+  }
+
+  std::string name_;
+  std::vector<const Json *> found_;
+  std::string missing_;
+};
+
+std::string json_of_list(const std::vector<std::string> &texts) {
+  std::string out = "[";
+  for (const std::string &text : texts)
+    out += (out.size() > 1 ? "," : "") + json_of_text(text);
+  return out += ']';
 }
 
 }  // namespace
 
-Json &Report::target() { return section_key_.empty() ? json_ : json_[section_key_]; }
+std::string value_text(const Json &value) {
+  return value.is_string() ? value.get<std::string>() : json_text(value, -1);
+}
 
-void Report::section(const std::string &key, const std::string &title) {
-  section_key_ = key;
+std::string json_of_text(std::string_view text) {
+  const auto is_plain = [](char c) { return c >= ' ' && c <= '~' && c != '"' && c != '\\'; };
+  if (!std::all_of(text.begin(), text.end(), is_plain)) return json_text(Json(text), -1);
+  std::string out;
+  out.reserve(text.size() + 2);
+  return (out += '"').append(text) += '"';
+}
+
+void Report::clear() {
+  for (std::string &cell : cells_)
+    cell.clear();
+  members_.clear();
+  json_.clear();
+  section_ = nullptr;
+  rows_.clear();
+}
+
+std::string *Report::find_cell(std::string_view key) {
+  const auto found = std::find(columns_->begin(), columns_->end(), key);
+  return found == columns_->end() ? nullptr
+                                  : &cells_[static_cast<std::size_t>(found - columns_->begin())];
+}
+
+void Report::add_row(std::string_view label, std::string_view value, std::string_view note) {
+  rows_.push_back({visible(label), visible(value), visible(note)});
+}
+
+void Report::add_member(std::string_view key, std::string_view json) {
+  members_ += members_.empty() ? "{\"" : ",\"";
+  members_.append(key).append("\":").append(json);
+}
+
+void Report::section(const char *key, const char *title) {
+  section_ = key;
   json_[key] = Json::object();
-  lines_.push_back({title, "", "", true});
+  rows_.push_back({title, "", "", true});
 }
 
-void Report::row(const std::string &key, const std::string &label, const Json &value,
-                 const std::string &note) {
-  target()[key] = value;
-  lines_.push_back({label, as_text(value), note});
-}
-
-void Report::list(const std::string &key, const std::string &label,
-                  const std::vector<std::string> &values, const std::string &note) {
-  target()[key] = values;
+void Report::list(const char *key, const char *label, const std::vector<std::string> &values,
+                  std::string_view note) {
+  if (kept_ == Kept::json_line) return add_member(key, json_of_list(values));
+  if (kept_ != Kept::rows) return row(key, label, Json(values));
   for (const std::string &value : values) {
     const bool first = &value == values.data();
-    lines_.push_back({first ? label : "", value, first ? note : ""});
+    add_row(first ? label : "", value, first ? note : "");
   }
 }
 
-void Report::numbered(const std::string &key, const std::string &label,
-                      const std::vector<std::string> &values) {
-  target()[key] = values;
+void Report::numbered(const char *key, const char *label, const std::vector<std::string> &values) {
+  if (kept_ != Kept::rows) return row(key, label, Json(values));
   for (std::size_t i = 0; i < values.size(); ++i)
-    lines_.push_back({label + " " + std::to_string(i), '"' + values[i] + '"', ""});
+    add_row(label + (" " + std::to_string(i)), '"' + values[i] + '"', "");
 }
 
-void Report::item(const std::string &key, const Json &object, const std::string &label,
-                  const std::string &value, const std::string &note) {
-  target()[key].push_back(object);
-  lines_.push_back({label, value, note});
+void Report::counts(const char *key, const char *label, int first, const std::vector<int> &values,
+                    std::string_view note) {
+  if (kept_ != Kept::rows) return row(key, label, Json(values));
+  for (const int value : values)
+    add_row(label + (" " + std::to_string(first++)), std::to_string(value), note);
 }
 
-void Report::missing(const std::string &key, const std::string &label, const std::string &reason) {
-  target()[key] = nullptr;
-  target()[key + "_missing"] = reason;
-  lines_.push_back({label, "-", reason});
-}
-
-std::string Report::json() const { return as_json_text(json_, 2) + '\n'; }
-
-std::string Report::json_line() const { return as_json_text(json_, -1) + '\n'; }
-
-std::string Report::line(const std::vector<std::string> &keys) const {
-  std::string line;
-  for (const std::string &key : keys) {
-    if (!line.empty()) line += "  ";
-    line += as_text(json_[key]);
+void Report::item(const char *key, const Json &object, std::string_view label,
+                  std::string_view value, std::string_view note) {
+  if (kept_ == Kept::values) {
+    target()[key].push_back(object);
+  } else if (kept_ == Kept::rows) {
+    add_row(label, value, note);
   }
-  return line + '\n';
+}
+
+void Report::missing(const char *key, const char *label, std::string_view reason) {
+  if (kept_ == Kept::values) {
+    target()[key] = nullptr;
+    target()[std::string(key) + "_missing"] = reason;
+  } else if (kept_ == Kept::json_line) {
+    add_member(key, "null");
+    add_member(std::string(key) + "_missing", json_of_text(reason));
+  } else if (kept_ == Kept::rows) {
+    add_row(label, "-", reason);
+  }
+}
+
+std::string Report::json() const { return json_text(json_, 2) + '\n'; }
+
+std::string Report::json_line() const {
+  return (kept_ == Kept::json_line ? members_ + '}' : json_text(json_, -1)) + '\n';
+}
+
+std::optional<std::string> Report::field(const std::string &name, bool as_json,
+                                         std::string &missing) const {
+  FieldSearch search(name);
+  if (!search.walk(json_, name)) {
+    missing = search.missing();
+    return {};
+  }
+  std::string text;
+  for (const Json *value : search.found())
+    text += (as_json ? json_text(*value, -1) : visible(value_text(*value))) + '\n';
+  return text;
+}
+
+std::string Report::line() const {
+  std::string line;
+  for (const std::string &cell : cells_) {
+    if (&cell != cells_.data()) line += "  ";
+    append_visible(line, cell);
+  }
+  return line += '\n';
 }
 
 std::string Report::text(bool with_bold_titles) const {
-  const bool has_sections = !section_key_.empty();
   std::size_t label_width = 0;
   std::size_t value_width = 0;
-  for (const Line &line : lines_) {
-    if (line.is_title) continue;
-    label_width = std::max(label_width, line.label.size());
-    if (!line.note.empty()) value_width = std::max(value_width, line.value.size());
+  for (const Row &row : rows_) {
+    if (row.is_title) continue;
+    label_width = std::max(label_width, row.label.size());
+    if (!row.note.empty()) value_width = std::max(value_width, row.value.size());
   }
-  std::ostringstream out;
-  for (const Line &line : lines_) {
-    if (line.is_title) {
-      out << (&line == lines_.data() ? "" : "\n")
-          << (with_bold_titles ? bold(line.label) : line.label) << '\n';
+  std::string out;
+  for (const Row &row : rows_) {
+    if (row.is_title) {
+      out += out.empty() ? "" : "\n";
+      out += (with_bold_titles ? bold(row.label) : row.label) + '\n';
       continue;
     }
-    out << (has_sections ? "  " : "") << std::left;
-    if (label_width > 0) out << std::setw(static_cast<int>(label_width)) << line.label << "  ";
-    if (line.note.empty()) {
-      out << line.value << '\n';
-    } else {
-      out << std::setw(static_cast<int>(value_width)) << line.value << "  " << line.note << '\n';
-    }
+    if (section_ != nullptr) out += "  ";
+    if (label_width > 0) out += padded(row.label, label_width) + "  ";
+    out += row.note.empty() ? row.value : padded(row.value, value_width) + "  " + row.note;
+    out += '\n';
   }
-  return out.str();
+  return out;
 }
 
 }  // namespace orla_tool

@@ -1,62 +1,126 @@
-// What a command has to say: rows that are printed aligned for people or as one JSON object for programs.
+// What a command has to say: rows that are printed aligned for people, or one JSON object for
+// programs.
 
 #ifndef ORLA_TOOLS_REPORT_H
 #define ORLA_TOOLS_REPORT_H
 
+#include <charconv>
+#include <concepts>
 #include <nlohmann/json.hpp>
+#include <optional>
 #include <string>
+#include <string_view>
 #include <vector>
 
 namespace orla_tool {
 
 using Json = nlohmann::ordered_json;
 
+// A value as it stands in a row.
+std::string value_text(const Json &value);
+inline std::string value_text(std::string_view value) { return std::string(value); }
+inline std::string value_text(const std::string &value) { return value; }
+inline std::string value_text(const char *value) { return value; }
+inline std::string value_text(bool value) { return value ? "true" : "false"; }
+template <std::integral Number>
+std::string value_text(Number number) {
+  char text[24];
+  return {text, std::to_chars(text, text + sizeof text, number).ptr};
+}
+
+// The same as JSON, without the detour of an object of it.
+std::string json_of_text(std::string_view text);
+template <typename Value>
+std::string json_of(const Value &value) {
+  if constexpr (std::is_convertible_v<Value, std::string_view>)
+    return json_of_text(value);
+  else
+    return value_text(value);
+}
+
 class Report {
  public:
+  // What is kept of what the report is given; the rest costs nothing. Values are kept as they are,
+  // or as the text of one line of JSON at once.
+  enum class Kept { rows, values, json_line, columns };
+
+  explicit Report(Kept kept) : kept_(kept) {}
+  // For one line: keeps the values of these keys alone. They outlive the report.
+  explicit Report(const std::vector<std::string> &columns)
+      : kept_(Kept::columns), columns_(&columns), cells_(columns.size()) {}
+
+  // Empties it for the next input.
+  void clear();
+
   // The rows that follow stand under `title`, and in JSON in an object of their own under `key`.
-  void section(const std::string &key, const std::string &title);
+  void section(const char *key, const char *title);
 
   // `note` is for people alone.
-  void row(const std::string &key, const std::string &label, const Json &value,
-           const std::string &note = "");
+  template <typename Value>
+  void row(const char *key, const char *label, const Value &value, std::string_view note = {}) {
+    if (kept_ == Kept::values) {
+      target()[key] = value;
+    } else if (kept_ == Kept::json_line) {
+      add_member(key, json_of(value));
+    } else if (kept_ == Kept::rows) {
+      add_row(label, value_text(value), note);
+    } else if (std::string *cell = find_cell(key)) {
+      *cell = value_text(value);
+    }
+  }
 
-  // Several values, one a line, the label and the note beside the first; in JSON an array. Without a
-  // label and without other rows the lines hold the bare values.
-  void list(const std::string &key, const std::string &label,
-            const std::vector<std::string> &values, const std::string &note = "");
+  // Several values, one a line, the label and the note beside the first; in JSON an array. Without
+  // a label and without other rows the lines hold the bare values.
+  void list(const char *key, const char *label, const std::vector<std::string> &values,
+            std::string_view note = {});
 
-  // Texts in their order, numbered from 0 and quoted for people; in JSON an array.
-  void numbered(const std::string &key, const std::string &label,
-                const std::vector<std::string> &values);
+  // Texts in their order, numbered from 0 and in quotes for people; in JSON an array.
+  void numbered(const char *key, const char *label, const std::vector<std::string> &values);
+
+  // Whole numbers in their order, numbered from `first` for people; in JSON an array.
+  void counts(const char *key, const char *label, int first, const std::vector<int> &values,
+              std::string_view note);
 
   // A row of its own for people; in JSON one more object in the array under `key`.
-  void item(const std::string &key, const Json &object, const std::string &label,
-            const std::string &value, const std::string &note = "");
+  void item(const char *key, const Json &object, std::string_view label, std::string_view value,
+            std::string_view note = {});
 
   // A figure that could not be had: null in JSON, with the reason beside it under `key`_missing.
-  void missing(const std::string &key, const std::string &label, const std::string &reason);
+  void missing(const char *key, const char *label, std::string_view reason);
 
   std::string json() const;
-  // For people, the titles bold where that is wanted.
-  std::string text(bool with_bold_titles) const;
-
-  // All of it in one line of JSON, and the values under `keys` alone in one for people.
   std::string json_line() const;
-  std::string line(const std::vector<std::string> &keys) const;
+  // For people, with control characters made visible; the titles bold where that is wanted.
+  std::string text(bool with_bold_titles) const;
+  // The cells of the columns in one line, for people.
+  std::string line() const;
+
+  // The value under a name such as "processors.count", for scripts: a text as it stands in a row,
+  // an array as one line for each element. A name leads through the elements of an array to theirs,
+  // with or without "[]". Nothing, and the reason in `missing`, where the report has no such value.
+  std::optional<std::string> field(const std::string &name, bool as_json,
+                                   std::string &missing) const;
 
  private:
-  struct Line {
+  struct Row {
     std::string label;
     std::string value;
     std::string note;
     bool is_title = false;
   };
 
-  Json &target();
+  Json &target() { return section_ == nullptr ? json_ : json_[section_]; }
+  std::string *find_cell(std::string_view key);
+  void add_member(std::string_view key, std::string_view json);
+  void add_row(std::string_view label, std::string_view value, std::string_view note);
 
+  Kept kept_;
+  const std::vector<std::string> *columns_ = nullptr;
+  std::vector<std::string> cells_;
+  std::string members_;  // of the line of JSON
   Json json_ = Json::object();
-  std::string section_key_;
-  std::vector<Line> lines_;
+  const char *section_ = nullptr;
+  std::vector<Row> rows_;
 };
 
 }  // namespace orla_tool

@@ -1,5 +1,5 @@
-// What goes to standard output: the tool's own text, and, kept out of it, what the library prints by
-// itself.
+// What goes to standard output: the tool's own text, and, kept out of it, what the library prints
+// by itself.
 
 #ifndef ORLA_TOOLS_STANDARD_OUTPUT_H
 #define ORLA_TOOLS_STANDARD_OUTPUT_H
@@ -14,14 +14,15 @@ struct OutputFailed {
   int error;  // of errno; 0 when it is not known
 };
 
-// To be called first. A standard descriptor that is closed is opened on nothing, so that no file of the
-// library's takes its place; standard output gets a large buffer unless somebody is looking on.
+// To be called first. A standard descriptor that is closed is opened on nothing, so that no file of
+// the library's takes its place; standard output gets a large buffer unless somebody is looking on.
 void prepare_standard_output();
 
 void print(std::string_view text);
 void flush_output();
 
-// Takes what is written to a descriptor, standard output or standard error, for as long as it lives.
+// Takes what is written to a descriptor, standard output or standard error, for as long as it
+// lives.
 class Captured {
  public:
   explicit Captured(int descriptor);
@@ -29,8 +30,8 @@ class Captured {
   Captured(const Captured &) = delete;
   Captured &operator=(const Captured &) = delete;
 
-  // Ends the capture and gives the text. Empty where no temporary file could be had, and then the text
-  // went where it would have gone.
+  // Ends the capture and gives the text. Empty where no temporary file could be had, and then the
+  // text went where it would have gone.
   std::string text();
 
  private:

@@ -57,19 +57,20 @@ std::string check_delimiter(const std::string &delimiter) {
 void add_tokens_command(CLI::App &program, Run &run) {
   const auto arguments = std::make_shared<TokenArguments>();
   CLI::App *tokens = add_command(
-      program, run, "tokens", "Read the delimited tokens of texts",
-      {"What stands between a closing delimiter and the next opening one belongs to no token.\n"
+      program, run,
+      {"tokens", "Read the delimited tokens of texts",
+       "What stands between a closing delimiter and the next opening one belongs to no token.\n"
        "Of several texts each gets a line: the count, and the tokens as a JSON array.\n"
-       "A text that begins with \"-\" goes behind \"--\".",
+       "A text that begins with \"-\" goes after \"--\".",
        "  orla tokens '\"alpha\" \"two words\"'\n"
        "  orla tokens --delimiter '|' -- '-|a|b|'\n"
-       "  printf '\"a\" \"b\"\\n' | orla tokens -\n"});
+       "  printf '\"a\" \"b\"\\n' | orla tokens -\n"},
+      [&run, arguments] { show_tokens(run, *arguments); });
   add_texts(*tokens, "TEXT", arguments->texts,
             "Such as '\"alpha\" \"two words\"'; - for the lines of standard input");
   tokens->add_option("--delimiter", arguments->delimiter, "One byte; a double quote by default")
       ->type_name("C")
       ->check(CLI::Validator(check_delimiter, ""));
-  tokens->callback([&run, arguments] { show_tokens(run, *arguments); });
 }
 
 }  // namespace orla_tool

@@ -29,6 +29,19 @@ void write_as_services_do(const Input &message) {
   statuslog[0] = '\0';
 }
 
+// Why a device takes no more, such as a full one; empty when it does, and for anything else than a
+// device.
+std::string why_device_takes_nothing(const char *path) {
+  struct stat file;
+  if (stat(path, &file) != 0 || !S_ISCHR(file.st_mode)) return "";
+  const int descriptor = open(path, O_WRONLY | O_NOCTTY | O_NONBLOCK | O_CLOEXEC);
+  if (descriptor == -1) return "";
+  const bool is_full = write(descriptor, "", 0) == -1;
+  const std::string reason = is_full ? std::strerror(errno) : "";
+  close(descriptor);
+  return reason;
+}
+
 std::string why_it_does_not_open(const char *path) {
   const int descriptor = open(path, O_WRONLY | O_APPEND | O_CREAT | O_CLOEXEC, 0666);
   if (descriptor == -1) return std::strerror(errno);
@@ -47,7 +60,7 @@ void trace_to_output(const Run &run, const Input &message, Report &report) {
   Captured output(STDOUT_FILENO);
   write_as_services_do(message);
   const std::string line = output.text();
-  if (!run.json) print(line);
+  if (!run.wants_values()) print(visible_lines(line));
   report_line(report, message);
   report.row("to", "to", "standard output", "K7LOG_PATH is not set");
   report.row("line", "line", line.substr(0, line.find_last_not_of('\n') + 1));
@@ -72,14 +85,17 @@ bool trace_to_file(Run &run, const Input &message, const char *path, Report &rep
   }
   struct stat file;
   const bool rotated = stat(path, &file) != 0 && errno == ENOENT;
-  if (size_before >= 0 && !rotated && size_of(path) == size_before) {
-    run.fail("nothing was written: the trace file \"" + std::string(path) +
-             "\" did not grow; is the disk full?");
+  const std::string reason = size_before < 0 ? why_device_takes_nothing(path)
+                             : !rotated && size_of(path) == size_before
+                                 ? "it did not grow; is the disk full?"
+                                 : "";
+  if (!reason.empty()) {
+    run.fail("nothing was written to the trace file \"" + std::string(path) + "\": " + reason);
     return false;
   }
   report_line(report, message);
   report.row("to", "to", rotated ? std::string(path) + ".1" : path,
-             rotated ? "it had grown past its size, and was moved there" : "by K7LOG_PATH");
+             rotated ? "it had reached its size, and was moved there" : "by K7LOG_PATH");
   return true;
 }
 
@@ -91,7 +107,7 @@ void trace_messages(Run &run, const std::vector<std::string> &messages) {
         (orlathr_verbose != 0 ? " (K7THR_VERB alone does not make services write)" : ""));
   }
   const char *path = std::getenv("K7LOG_PATH");
-  const bool lines_are_enough = path == nullptr && !run.json && !is_single(messages);
+  const bool lines_are_enough = path == nullptr && !run.wants_values() && !is_single(messages);
   const auto describe = [&](const Input &message, Report &report) {
     if (path != nullptr) return trace_to_file(run, message, path, report);
     trace_to_output(run, message, report);
@@ -105,16 +121,17 @@ void trace_messages(Run &run, const std::vector<std::string> &messages) {
 void add_trace_command(CLI::App &program, Run &run) {
   const auto messages = std::make_shared<std::vector<std::string>>();
   CLI::App *trace = add_command(
-      program, run, "trace", "Write trace lines, and say where they went",
-      {"In the trace file \"%%\" comes out as one percent sign and \"%m\" as an error text.\n"
+      program, run,
+      {"trace", "Write trace lines, and say where they went",
+       "In the trace file \"%%\" becomes one percent sign and \"%m\" an error text.\n"
        "The environment decides: K7LIB_VERB=y switches tracing on, K7LOG_PATH names the file.\n"
-       "A message that begins with \"-\" goes behind \"--\".",
+       "A message that begins with \"-\" goes after \"--\".",
        "  K7LIB_VERB=y orla trace 'upgrade begins'\n"
        "  K7LIB_VERB=y K7LOG_PATH=product.trace orla trace -- '--- upgrade ---'\n"
-       "  date | K7LIB_VERB=y orla trace -\n"});
+       "  date | K7LIB_VERB=y orla trace -\n"},
+      [&run, messages] { trace_messages(run, *messages); });
   add_texts(*trace, "MESSAGE", *messages,
             "Without a line feed; one is added; - for the lines of standard input");
-  trace->callback([&run, messages] { trace_messages(run, *messages); });
 }
 
 }  // namespace orla_tool

@@ -5,11 +5,11 @@
 #include <CLI/CLI.hpp>
 #include <algorithm>
 #include <bitset>
-#include <cstdio>
 #include <memory>
 
 #include "command.h"
 #include "inputs.h"
+#include "numbers.h"
 #include "standard_output.h"
 #include "uuid_facts.h"
 
@@ -17,11 +17,14 @@ namespace orla_tool {
 namespace {
 
 // What the commands take; each uses its own part.
+constexpr Whole kCounts = {1, UINT32_MAX};
+constexpr Whole kReservedNumbers = {0, 65535};
+
 struct UuidArguments {
-  std::uint32_t count = 1;
+  std::int64_t count = 1;
   bool no_wait = false;
-  std::uint16_t number = 0;
-  std::uint32_t modulus = 0;
+  std::int64_t number = 0;
+  std::int64_t modulus = 0;
   std::vector<std::string> texts;
   std::string other;
 };
@@ -32,9 +35,15 @@ std::string text_of(const k7_uuid__t &uuid) {
   return text;
 }
 
+void append_hexadecimal(std::string &out, std::uint32_t value, int digits) {
+  constexpr const char *kDigits = "0123456789abcdef";
+  for (int shift = digits * 4; (shift -= 4) >= 0;)
+    out += kDigits[(value >> shift) & 0xF];
+}
+
 std::string hexadecimal(std::uint32_t value, int digits) {
-  char text[16];
-  std::snprintf(text, sizeof text, "0x%0*lx", digits, static_cast<unsigned long>(value));
+  std::string text = "0x";
+  append_hexadecimal(text, value, digits);
   return text;
 }
 
@@ -42,15 +51,16 @@ bool read_uuid(Run &run, const Input &input, k7_uuid__t &uuid) {
   orla_status status = 0;
   orla_uuid_decode(input.text, &uuid, &status);
   if (status == 0) return true;
-  run.fail(input.place() + quoted(input.view()) +
+  run.fail(input.place() + in_quotes(input.view()) +
            " is not a UUID: write 12 hexadecimal digits and eight bytes with a dot before each, "
            "such as d0f7b2fc0064.82.0a.00.02.03.00.00.00");
   return false;
 }
 
-// UUIDs of the same 4 microseconds are identical, and so may be two that lie 213,568 microseconds apart
-// on both sides of the turn of a second, where time_low starts anew. Either way they share time_high,
-// which stays for a quarter of a second: so it is enough to know the time_low of those made meanwhile.
+// UUIDs of the same 4 microseconds are identical, and so may be two that lie 213,568 microseconds
+// apart on both sides of the turn of a second, where time_low starts anew. Either way they share
+// time_high, which stays for a quarter of a second: so it is enough to know the time_low of those
+// made meanwhile.
 class Maker {
  public:
   static void make(k7_uuid__t &uuid) { orla_uuid_gen(&uuid); }
@@ -76,38 +86,44 @@ class Maker {
 
 // Written as they are made, so that any number of them needs no memory.
 void make_new(Run &run, const UuidArguments &arguments) {
-  print(run.json ? "{\n  \"uuids\": [\n" : "");
-  run.progress.begin_beside_output("UUIDs", arguments.count);
+  if (!run.field.empty() && run.field != "uuids")
+    return run.fail("the report has no field " + in_quotes(run.field) + "; it has uuids");
+  const bool is_object = run.json && run.field.empty();
+  print(is_object ? "{\n  \"uuids\": [\n" : "");
+  run.progress.begin_beside_output("UUIDs", static_cast<std::uint64_t>(arguments.count));
   Maker maker;
   k7_uuid__t uuid;
   char text[ORLA_UUID_TEXT_SIZE];
-  for (std::uint32_t left = arguments.count; left > 0; --left) {
+  for (std::int64_t left = arguments.count; left > 0; --left) {
     arguments.no_wait ? Maker::make(uuid) : maker.make_distinct(uuid);
     const auto length = static_cast<std::size_t>(orla_uuid_encode(&uuid, text));
-    print(run.json ? "    \"" : "");
+    print(is_object ? "    \"" : run.json ? "\"" : "");
     print({text, length});
-    print(!run.json ? "\n" : left == 1 ? "\"\n" : "\",\n");
+    print(!run.json ? "\n" : !is_object || left == 1 ? "\"\n" : "\",\n");
     run.progress.step();
   }
-  print(run.json ? "  ]\n}\n" : "");
+  print(is_object ? "  ]\n}\n" : "");
 }
 
 void make_reserved(Run &run, const UuidArguments &arguments) {
   k7_uuid__t uuid;
-  orla_reserved_uuid_gen(&uuid, arguments.number);
-  Report report;
+  orla_reserved_uuid_gen(&uuid, static_cast<std::uint16_t>(arguments.number));
+  Report report = run.report();
   report.list("uuids", "", {text_of(uuid)});
   run.finish(report);
 }
 
 std::string host_bytes(const k7_uuid__t &uuid) {
-  char text[32];
-  std::snprintf(text, sizeof text, "%02x %02x %02x %02x %02x %02x %02x", uuid.host[0], uuid.host[1],
-                uuid.host[2], uuid.host[3], uuid.host[4], uuid.host[5], uuid.host[6]);
+  std::string text;
+  for (const std::uint8_t byte : uuid.host) {
+    if (!text.empty()) text += ' ';
+    append_hexadecimal(text, byte, 2);
+  }
   return text;
 }
 
-// The class codes are those of the library's own provider; a program's may mean something else by 2.
+// The class codes are those of the library's own provider; a program's may mean something else by
+// 2.
 void report_host(Report &report, const k7_uuid__t &uuid) {
   report.row("host", "host", host_bytes(uuid));
   switch (host_kind(uuid)) {
@@ -217,7 +233,7 @@ void show_table(Run &run, const UuidArguments &arguments) {
 }
 
 void show(Run &run, const UuidArguments &arguments) {
-  if (!run.json && !is_single(arguments.texts)) return show_table(run, arguments);
+  if (!run.wants_values() && !is_single(arguments.texts)) return show_table(run, arguments);
   const auto describe = [&run](const Input &input, Report &report) {
     k7_uuid__t uuid;
     if (!read_uuid(run, input, uuid)) return false;
@@ -253,8 +269,9 @@ void hash(Run &run, const UuidArguments &arguments) {
   const auto describe = [&](const Input &input, Report &report) {
     k7_uuid__t uuid;
     if (!read_uuid(run, input, uuid)) return false;
-    report.row("hash", "hash", orla_uuid_hash(&uuid, arguments.modulus),
-               "of 0 to " + std::to_string(std::min(arguments.modulus, 65536U) - 1));
+    const auto modulus = static_cast<std::uint32_t>(arguments.modulus);
+    report.row("hash", "hash", orla_uuid_hash(&uuid, modulus),
+               "of 0 to " + std::to_string(std::min(modulus, 65536U) - 1));
     return true;
   };
   describe_each(run, arguments.texts, {describe, {"input", "hash"}});
@@ -263,78 +280,77 @@ void hash(Run &run, const UuidArguments &arguments) {
 constexpr const char *kTextHelp =
     "Such as d0f7b2fc0064.82.0a.00.02.03.00.00.00; - for the lines of standard input";
 
-using Arguments = std::shared_ptr<UuidArguments>;
+using SharedUuids = std::shared_ptr<UuidArguments>;
 
-void add_new(CLI::App &uuid, Run &run, const Arguments &arguments) {
+void add_new(CLI::App &uuid, Run &run, const SharedUuids &arguments) {
   CLI::App *make = add_command(
-      uuid, run, "new", "Make UUIDs of this moment, one a line",
-      {"UUIDs of the same 4 microseconds are identical, so the next one waits for the next 4: no "
+      uuid, run,
+      {"new", "Make UUIDs of this moment, one a line",
+       "UUIDs of the same 4 microseconds are identical, so the next one waits for the next 4: no "
        "more\n"
        "than 250,000 are made in a second. With --no-wait there may be identical ones among them.",
-       "  orla uuid new\n  orla uuid new -n 1000 > uuids.txt\n"});
-  make->add_option("-n,--count", arguments->count, "How many, all distinct (default 1)")
-      ->type_name("NUMBER")
-      ->check(CLI::Range(std::int64_t{1}, std::int64_t{4294967295}).description(""));
+       "  orla uuid new\n  orla uuid new -n 1000 > uuids.txt\n"},
+      [&run, arguments] { make_new(run, *arguments); });
+  add_number(*make, "-n,--count", arguments->count, "How many, all distinct (default 1)", kCounts)
+      ->type_name("NUMBER");
   make->add_flag("--no-wait", arguments->no_wait, "As fast as they come, identical ones as well");
-  make->callback([&run, arguments] { make_new(run, *arguments); });
 }
 
-void add_reserved(CLI::App &uuid, Run &run, const Arguments &arguments) {
-  CLI::App *reserved = add_command(uuid, run, "reserved", "Make a UUID of the reserved space",
-                                   {"", "  orla uuid reserved 300\n"});
-  reserved->add_option("NUMBER", arguments->number, "0 to 65535")
-      ->type_name("")
-      ->required()
-      ->check(CLI::Range(0, 65535).description(""));
-  reserved->callback([&run, arguments] { make_reserved(run, *arguments); });
+void add_reserved(CLI::App &uuid, Run &run, const SharedUuids &arguments) {
+  CLI::App *reserved = add_command(
+      uuid, run,
+      {"reserved", "Make a UUID of the reserved space", "", "  orla uuid reserved 300\n"},
+      [&run, arguments] { make_reserved(run, *arguments); });
+  add_number(*reserved, "NUMBER", arguments->number, "0 to 65535", kReservedNumbers)->required();
 }
 
-void add_show(CLI::App &uuid, Run &run, const Arguments &arguments) {
+void add_show(CLI::App &uuid, Run &run, const SharedUuids &arguments) {
   CLI::App *shown = add_command(
-      uuid, run, "show", "Say what is in UUIDs",
-      {"Of several UUIDs each gets a line: the text, the host (an IPv4 address, the class of "
+      uuid, run,
+      {"show", "Say what is in UUIDs",
+       "Of several UUIDs each gets a line: the text, the host (an IPv4 address, the class of "
        "another\n"
        "identifier, or the number in the reserved space) and the moments that it can be of, UTC.",
        "  orla uuid show d0f7b2fc0064.82.0a.00.02.03.00.00.00\n"
        "  orla uuid new -n 5 | orla uuid show -\n"
-       "  orla uuid new -n 5 | orla uuid show --json -\n"});
+       "  orla uuid new -n 5 | orla uuid show --field address -\n"},
+      [&run, arguments] { show(run, *arguments); });
   add_texts(*shown, "TEXT", arguments->texts, kTextHelp);
-  shown->callback([&run, arguments] { show(run, *arguments); });
 }
 
-void add_compare(CLI::App &uuid, Run &run, const Arguments &arguments) {
+void add_compare(CLI::App &uuid, Run &run, const SharedUuids &arguments) {
   CLI::App *compared = add_command(
-      uuid, run, "compare", "Order two UUIDs, or many against one",
-      {"-1: A comes before B; 0: they are the same; 1: A comes after B. With \"-\" for A each line "
+      uuid, run,
+      {"compare", "Order two UUIDs, or many against one",
+       "-1: A comes before B; 0: they are the same; 1: A comes after B. With \"-\" for A each line "
        "of\n"
-       "standard input is put in order with B, and gets a line: the text and the order.",
+       "standard input is compared with B, and gets a line: the text and the order.",
        "  orla uuid compare 000000000000.00.00.00.00.00.00.00.00 "
        "d0f7b2fc0064.82.0a.00.02.03.00.00.00\n"
-       "  orla uuid new -n 5 | orla uuid compare - d0f7b2fc0064.82.0a.00.02.03.00.00.00\n"});
+       "  orla uuid new -n 5 | orla uuid compare - d0f7b2fc0064.82.0a.00.02.03.00.00.00\n"},
+      [&run, arguments] { compare(run, *arguments); });
   add_texts(*compared, "A", arguments->texts, kTextHelp)->expected(1);
   compared->add_option("B", arguments->other, "The UUID to compare with")->required();
-  compared->callback([&run, arguments] { compare(run, *arguments); });
 }
 
-void add_hash(CLI::App &uuid, Run &run, const Arguments &arguments) {
+void add_hash(CLI::App &uuid, Run &run, const SharedUuids &arguments) {
   CLI::App *hashed =
-      add_command(uuid, run, "hash", "Hash a UUID into one of MODULUS buckets",
-                  {"With \"-\" each line of standard input gets a line: the text and its bucket.",
+      add_command(uuid, run,
+                  {"hash", "Hash a UUID into one of MODULUS buckets",
+                   "With \"-\" each line of standard input gets a line: the text and its bucket.",
                    "  orla uuid hash d0f7b2fc0064.82.0a.00.02.03.00.00.00 101\n"
-                   "  orla uuid new -n 5 | orla uuid hash - 101\n"});
+                   "  orla uuid new -n 5 | orla uuid hash - 101\n"},
+                  [&run, arguments] { hash(run, *arguments); });
   add_texts(*hashed, "TEXT", arguments->texts, kTextHelp)->expected(1);
-  hashed->add_option("MODULUS", arguments->modulus, "1 or more")
-      ->type_name("")
-      ->required()
-      ->check(CLI::Range(std::int64_t{1}, std::int64_t{4294967295}).description(""));
-  hashed->callback([&run, arguments] { hash(run, *arguments); });
+  add_number(*hashed, "MODULUS", arguments->modulus, "1 or more", kCounts)->required();
 }
 
 }  // namespace
 
 void add_uuid_command(CLI::App &program, Run &run) {
-  CLI::App *uuid = add_group(program, run, "uuid", "Make UUIDs, and say what is in one",
-                             {"", "  orla uuid new -n 3\n  orla uuid new | orla uuid show -\n"});
+  CLI::App *uuid = add_group(program, run,
+                             {"uuid", "Make UUIDs, and say what is in one", "",
+                              "  orla uuid new -n 3\n  orla uuid new | orla uuid show -\n"});
   const auto arguments = std::make_shared<UuidArguments>();
   add_new(*uuid, run, arguments);
   add_reserved(*uuid, run, arguments);

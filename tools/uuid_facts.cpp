@@ -11,7 +11,8 @@ constexpr std::int64_t kTicksPerSecond = 250000;
 constexpr std::int64_t kTicksPerTimeHigh = 65535;
 constexpr std::int64_t kTimeLowRound = 65536;
 
-// The ticks of one second, counted from 1980 by a signed number of 32 bits, that give both time fields.
+// The ticks of one second, counted from 1980 by a signed number of 32 bits, that give both time
+// fields.
 void find_in_second(std::int64_t second, const k7_uuid__t &uuid, std::vector<Instant> &found) {
   if (second < INT32_MIN || second > INT32_MAX) return;
   const std::uint32_t since_1970 = static_cast<std::uint32_t>(second) + kSecondsFrom1970To1980;
@@ -47,8 +48,8 @@ void append_time(std::string &out, unsigned second_of_day) {
 
 }  // namespace
 
-// time_high has lost its upper bits, so it stands for several moments; each lies within 65,535 ticks,
-// which are a quarter of a second, of the count that it would be without the loss.
+// time_high has lost its upper bits, so it stands for several moments; each lies within 65,535
+// ticks, which are a quarter of a second, of the count that it would be without the loss.
 void find_instants(const k7_uuid__t &uuid, std::vector<Instant> &found) {
   found.clear();
   for (std::int64_t round = -2; round <= 1; ++round) {

@@ -21,7 +21,8 @@ struct Instant {
   }
 };
 
-// The moments that the time fields can stand for, the earliest first, in place of what `found` held.
+// The moments that the time fields can stand for, the earliest first, in place of what `found`
+// held.
 void find_instants(const k7_uuid__t &uuid, std::vector<Instant> &found);
 
 // Such as "2009-02-13 23:31:30.000400", UTC.

@@ -5,16 +5,17 @@
 #include <orla/uuid.h>
 
 #include <atomic>
-#include <cerrno>
 #include <cstring>
+
+#include "base/kept_errno.h"
 
 namespace orla {
 namespace {
 
 static_assert(ORLA_UUID_CLASS_IPV4 == AF_INET);
 
-// What the system answered, in one word, so that it is published by a plain store and needs no lock. Two
-// values that are no interface's address stand for the rest.
+// What the system answered, in one word, so that it is published by a plain store and needs no
+// lock. Two values that are no interface's address stand for the rest.
 constexpr std::uint32_t kNotAsked = 0;            // 0.0.0.0
 constexpr std::uint32_t kNoAddress = 0xFFFFFFFF;  // 255.255.255.255
 constinit std::atomic<std::uint32_t> answer = kNotAsked;
@@ -27,14 +28,13 @@ std::uint32_t ipv4_address(const sockaddr &address) {
 }
 
 std::uint32_t ask_system() {
-  const int error = errno;
+  const KeptErrno kept_errno;
   ifaddrs *interfaces = nullptr;
   std::uint32_t address = 0;
   if (getifaddrs(&interfaces) == 0) {
     address = first_host_address(interfaces);
     freeifaddrs(interfaces);
   }
-  errno = error;
   return address != 0 ? address : kNoAddress;
 }
 

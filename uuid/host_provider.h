@@ -9,8 +9,8 @@
 
 namespace orla {
 
-// The first IPv4 address of an interface that is up and not a loopback, most significant byte first in
-// the number; 0 where there is none. Entries without an address are passed over.
+// The first IPv4 address of an interface that is up and not a loopback, most significant byte first
+// in the number; 0 where there is none. Entries without an address are passed over.
 std::uint32_t first_host_address(const ifaddrs *interfaces);
 
 // The same for this host, or 0: the system is asked at the first call. Leaves `errno` alone.

@@ -6,6 +6,7 @@
 #include <bit>
 #include <cstddef>
 #include <cstring>
+#include <optional>
 
 #include "time/clock.h"
 #include "uuid/host_provider.h"
@@ -52,8 +53,8 @@ void put_host(k7_uuid__t &uuid, std::uint32_t identifier) {
   std::memcpy(uuid.host, &bytes, sizeof bytes);
 }
 
-// The address of the record stands in for a missing identifier, as its bytes lie in memory: callers
-// rely on it to tell such records apart.
+// Quirk: the address of the record stands in for a missing identifier, as its bytes lie in memory.
+// Callers rely on it to tell such records apart.
 void put_address(k7_uuid__t &uuid) {
   const auto address = static_cast<std::uint32_t>(reinterpret_cast<std::uintptr_t>(&uuid));
   std::memcpy(uuid.host, &address, sizeof address);
@@ -96,9 +97,11 @@ int orla_uuid_encode(const k7_uuid__t *uuid, char *text) noexcept {
 }
 
 void orla_uuid_decode(const char *text, k7_uuid__t *uuid, orla_status *status) noexcept {
-  const bool read =
-      orla::read_canonical_uuid_text(text, *uuid) || orla::read_formatted_uuid_text(text, *uuid);
+  std::optional<k7_uuid__t> read = orla::read_canonical_uuid_text(text);
+  if (!read) read = orla::read_formatted_uuid_text(text);
+  // The record may lie over the text or hold the status: it is filled last.
   *status = read ? 0 : ORLA_UUID_MALFORMED;
+  if (read) *uuid = *read;
 }
 
 void orla_reserved_uuid_gen(k7_uuid__t *uuid, std::uint16_t number) noexcept {

@@ -1,17 +1,18 @@
 #include "uuid/uuid_text.h"
 
 #include <array>
-#include <cerrno>
 #include <cstdint>
 #include <cstdio>
 #include <cstring>
+
+#include "base/kept_errno.h"
 
 namespace orla {
 namespace {
 
 constexpr char kDigits[] = "0123456789abcdef";
 
-// ".00" to ".ff", each with a terminator behind it.
+// ".00" to ".ff", each with a terminator after it.
 struct DottedByte {
   char text[4];
 };
@@ -30,7 +31,7 @@ char *put_byte(char *out, std::uint32_t byte) {
   return out + 2;
 }
 
-// Four bytes, of which the next dot overwrites the last; behind the last dotted byte it terminates.
+// Four bytes, of which the next dot overwrites the last; after the last dotted byte it terminates.
 char *put_dotted_byte(char *out, std::uint32_t byte) {
   std::memcpy(out, kDottedBytes[byte & 0xFF].text, 4);
   return out + 3;
@@ -38,7 +39,8 @@ char *put_dotted_byte(char *out, std::uint32_t byte) {
 
 constexpr std::int16_t kNoDigit = -1;
 
-// The value of each hexadecimal digit of either case, moved to the left; kNoDigit for all other characters.
+// The value of each hexadecimal digit of either case, moved to the left; kNoDigit for all other
+// characters.
 constexpr std::array<std::int16_t, 256> make_digit_values(int shift) {
   std::array<std::int16_t, 256> table = {};
   for (std::int16_t &value : table)
@@ -87,19 +89,22 @@ struct Numbers {
   std::uint16_t bytes[8];  // family, host bytes 0 to 4, reserved: its low byte, its high byte
 };
 
-void fill(k7_uuid__t &uuid, const Numbers &numbers) {
-  uuid = {};  // host bytes 5 and 6: the last two numbers never go there
+k7_uuid__t record_of(const Numbers &numbers) {
+  const std::uint16_t *bytes = numbers.bytes;
+  k7_uuid__t uuid = {};
   uuid.time_high = numbers.time_high;
   uuid.time_low = numbers.time_low;
-  uuid.reserved = static_cast<std::uint16_t>(numbers.bytes[7] << 8 | numbers.bytes[6]);
-  uuid.family = static_cast<std::uint8_t>(numbers.bytes[0]);
+  // Quirk: the last two go here and never into host bytes 5 and 6. All 16 bits of the first count.
+  uuid.reserved = static_cast<std::uint16_t>(bytes[7] << 8 | bytes[6]);
+  uuid.family = static_cast<std::uint8_t>(bytes[0]);
   for (int i = 0; i < 5; ++i)
-    uuid.host[i] = static_cast<std::uint8_t>(numbers.bytes[1 + i]);
+    uuid.host[i] = static_cast<std::uint8_t>(bytes[1 + i]);
+  return uuid;
 }
 
 }  // namespace
 
-void put_uuid_text(char *out, const k7_uuid__t &uuid) {
+void put_uuid_text(char *out, k7_uuid__t uuid) {
   for (int shift = 24; shift >= 0; shift -= 8)
     out = put_byte(out, uuid.time_high >> shift);
   out = put_byte(out, uuid.time_low >> 8);
@@ -112,39 +117,28 @@ void put_uuid_text(char *out, const k7_uuid__t &uuid) {
   put_dotted_byte(out, has_number ? uuid.reserved >> 8 : uuid.host[6]);
 }
 
-bool read_canonical_uuid_text(const char *text, k7_uuid__t &uuid) {
+std::optional<k7_uuid__t> read_canonical_uuid_text(const char *text) {
   Reader reader(text);
-  std::uint32_t time_high;
-  std::uint16_t time_low;
-  std::uint8_t bytes[8];
-  if (!reader.number<4>(time_high) || !reader.number<2>(time_low)) return false;
+  Numbers numbers;
+  if (!reader.number<4>(numbers.time_high) || !reader.number<2>(numbers.time_low))
+    return std::nullopt;
 #pragma GCC unroll 8  // keeps the bytes in registers, which saves a fifth of the time
-  for (std::uint8_t &byte : bytes)
-    if (!reader.dot() || !reader.number<1>(byte)) return false;
-  uuid.time_high = time_high;
-  uuid.time_low = time_low;
-  uuid.reserved = static_cast<std::uint16_t>(bytes[7] << 8 | bytes[6]);
-  uuid.family = bytes[0];
-  for (int i = 0; i < 5; ++i)
-    uuid.host[i] = bytes[1 + i];
-  uuid.host[5] = 0;
-  uuid.host[6] = 0;
-  return true;
+  for (std::uint16_t &byte : numbers.bytes)
+    if (!reader.dot() || !reader.number<1>(byte)) return std::nullopt;
+  return record_of(numbers);
 }
 
-bool read_formatted_uuid_text(const char *text, k7_uuid__t &uuid) {
-  const int error = errno;
+std::optional<k7_uuid__t> read_formatted_uuid_text(const char *text) {
+  const KeptErrno kept_errno;  // some C libraries put a 0 there
   unsigned long time_high;
   Numbers numbers;
   std::uint16_t *bytes = numbers.bytes;
   const int converted = std::sscanf(text, "%8lx%4hx.%2hx.%2hx.%2hx.%2hx.%2hx.%2hx.%2hx.%2hx",
                                     &time_high, &numbers.time_low, &bytes[0], &bytes[1], &bytes[2],
                                     &bytes[3], &bytes[4], &bytes[5], &bytes[6], &bytes[7]);
-  errno = error;  // some C libraries put a 0 there
-  if (converted != 10) return false;
+  if (converted != 10) return std::nullopt;
   numbers.time_high = static_cast<std::uint32_t>(time_high);
-  fill(uuid, numbers);
-  return true;
+  return record_of(numbers);
 }
 
 }  // namespace orla

@@ -1,8 +1,9 @@
 // From the time of day to the two time fields of a UUID, in integers.
 //
-// The fields were first defined by a computation in double precision: seconds since 1980 times 1000000
-// over 4, plus the tick within the second, over 65535, truncated. Integers give the same values for every
-// input: no sum there reaches 2^53, and no quotient comes near enough to the next integer to be rounded.
+// The fields were first defined by a computation in double precision: seconds since 1980 times
+// 1000000 over 4, plus the tick within the second, over 65535, truncated. Integers give the same
+// values for every input: no sum there reaches 2^53, and no quotient comes near enough to the next
+// integer to be rounded.
 
 #ifndef ORLA_UUID_UUID_TIME_H
 #define ORLA_UUID_UUID_TIME_H
@@ -20,23 +21,25 @@ struct UuidTime {
   std::uint16_t low;
 };
 
-// The low 32 bits of ticks / 65535. 65535 and not 65536: callers rely on it.
+// The low 32 bits of ticks / 65535. Quirk: 65535 and not 65536; callers rely on it.
 //
-// As nines are cast out of a decimal number: h * 65536 + l is h * 65535 + (h + l), so the quotient is h
-// and what is left over is h + l. Twice, and what is left fits a 32-bit division, where a 64-bit one is
-// a slow call on 32-bit hosts. Precondition: ticks is below 2^50.
+// As nines are cast out of a decimal number: h * 65536 + l is h * 65535 + (h + l), so the quotient
+// is h and what is left over is h + l. Twice, and what is left fits a 32-bit division, where a
+// 64-bit one is a slow call on 32-bit hosts. Precondition: ticks is below 2^50.
 constexpr std::uint32_t quotient_by_65535(std::uint64_t ticks) {
   const std::uint64_t high = ticks >> 16;                                   // below 2^34
   const std::uint64_t rest = high + (ticks & 0xFFFF);                       // below 2^34 + 2^16
   const auto rest_high = static_cast<std::uint32_t>(rest >> 16);            // at most 2^18
   const auto last = rest_high + static_cast<std::uint32_t>(rest & 0xFFFF);  // below 2^18 + 2^16
-  // Here one more round is exact: what is left over is below 2 * 65535, so it holds 65535 once or never.
+  // Here one more round is exact: what is left over is below 2 * 65535, so it holds 65535 once or
+  // never.
   return static_cast<std::uint32_t>(high) + rest_high + ((last + 1 + (last >> 16)) >> 16);
 }
 
 // `seconds` since 1970-01-01 00:00:00 UTC, modulo 2^32; `microseconds` 0 to 999999.
 constexpr UuidTime uuid_time(std::uint32_t seconds, std::uint32_t microseconds) {
-  // Seconds since 1980 as a signed number of 32 bits: before 1980 and from 2048-01-19 on it is negative.
+  // Seconds since 1980 as a signed number of 32 bits: before 1980 and from 2048-01-19 on it is
+  // negative.
   const auto since_1980 = static_cast<std::int32_t>(seconds - kSecondsFrom1970To1980);
   const std::uint32_t tick = microseconds / kMicrosecondsPerTick;  // 0 to 249,999
   const std::int64_t ticks =  // -2^31 * 250,000 to 2^31 * 250,000 - 1

@@ -77,6 +77,13 @@ void text_forms() {
               }));
 }
 
+inline std::size_t hash_by_abseil() {
+  std::array<std::uint64_t, 2> words;
+  bench::keep(plain_uuid);
+  std::memcpy(words.data(), plain_uuid, sizeof words);
+  return absl::HashOf(words[0], words[1]);
+}
+
 void order_and_hash() {
   bench::Table compare("UUID: compare");
   compare.peer("libuuid", bench::repeat([] {
@@ -89,12 +96,9 @@ void order_and_hash() {
                  bench::keep_result(boost_uuid < boost_other);
                }));
   bench::Table hash("UUID: hash");
-  hash.peer("Abseil, inline", bench::repeat([] {
-              std::array<std::uint64_t, 2> words;
-              bench::keep(plain_uuid);
-              std::memcpy(words.data(), plain_uuid, sizeof words);
-              bench::keep_result(absl::HashOf(words[0], words[1]));
-            }));
+  hash.peer("Abseil, inline", bench::repeat([] { bench::keep_result(hash_by_abseil()); }));
+  hash.peer("Abseil, 101 buckets, inline",
+            bench::repeat([] { bench::keep_result(hash_by_abseil() % 101); }));
   hash.peer("Boost.UUID, inline", bench::repeat([] {
               bench::keep(boost_uuid);
               bench::keep_result(boost::uuids::hash_value(boost_uuid));

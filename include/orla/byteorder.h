@@ -1,21 +1,21 @@
 /** @file
  *  Byte order: integers between the host's order and the network's.
  *
- *  The library also defines `htonl`, `ntohl`, `htons` and `ntohs`, under the platform's names, and a
- *  program that is linked with it before the C library gets these, but for calls that <arpa/inet.h> has
- *  the compiler replace by its own instruction when it optimises. The platform's header
- *  <arpa/inet.h> declares them, not this one, so that a program may include both in any order. They
- *  differ from the platform's in two ways:
+ *  The library also defines `htonl`, `ntohl`, `htons` and `ntohs` under the platform's names. A
+ *  program that is linked with it before the C library gets these, but for calls that <arpa/inet.h>
+ *  has the compiler replace by an instruction of its own when it optimises. That header declares
+ *  them, not this one, so that a program may include both in any order. They differ from the
+ *  platform's in three ways:
  *
- *  - They reverse the bytes always, whatever the host's order. On x86 that is the conversion to and from
- *    network order; on a big-endian host it would not be.
+ *  - They reverse the bytes always, whatever the host's order. On x86 that is the conversion to and
+ *    from network order; on a big-endian host it would not be.
  *  - `htons` and `ntohs` return 32 bits, the upper 16 clear.
+ *  - They exchange bytes by calling swap() under its exported name: a program that defines a swap()
+ *    of its own with C linkage changes them.
  *
- *  They exchange bytes by calling swap() under its exported name, so a program that defines a swap() of
- *  its own with C linkage changes them.
- *
- *  In C++, `using namespace std` and a call `swap(p, q)` on two pointers to char choose the function of
- *  this header, which exchanges the bytes pointed to; write `std::swap` for the pointers.
+ *  In C++, `using namespace std` and a call `swap(p, q)` on two pointers to char choose the
+ *  function of this header, which exchanges the bytes pointed to; write `std::swap` for the
+ *  pointers.
  */
 #ifndef ORLA_BYTEORDER_H
 #define ORLA_BYTEORDER_H

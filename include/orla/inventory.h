@@ -1,17 +1,20 @@
 /** @file
  *  Host inventory: how many processors, how much memory and how many disks this host has.
  *
- *  Processors are counted as physical packages where hyper-threading can be recognised (Intel, family
- *  15, kernel and processor in agreement) and as configured logical processors everywhere else. Every
- *  call asks the processor and the kernel afresh; nothing is kept.
+ *  Processors are counted as physical packages where hyper-threading can be recognised (Intel,
+ *  family 15, kernel and processor in agreement) and as configured logical processors everywhere
+ *  else. Every call asks the processor and the kernel afresh; nothing is kept.
  *
- *  The four entry points (`tav...`) return a status and write trace lines while ::orlalib_verbose is on
- *  (orla/trace.h). The probes behind the processor count may be called on their own; they write none.
+ *  The four entry points (`tav...`) return a status and write trace lines while ::orlalib_verbose
+ *  is on (orla/trace.h). The probes that the processor count rests on may be called on their own;
+ *  they write none. `errno` is left alone, but by count_physical_proc() for a negative count.
  *
  *  Corners a caller must know:
  *  - tavGetOnlineProcs() and tavGetConfigProcs() give the same figure.
  *  - On 32-bit x86 with more than 4 GiB the kernel counts memory in larger units, which
- *    tavGetMemorySize() does not multiply in: its figure is smaller by that factor.
+ *    tavGetMemorySize() does not multiply in: its figure is smaller by that factor. The real size
+ *    is `(uint64_t)totalram * mem_unit >> 20` of sysinfo(). The figure times `mem_unit` is not:
+ *    what the shift has dropped is up to one `mem_unit` of mebibytes.
  *  - tavGetDisks() needs root and never looks at /dev/hdz and /dev/sdz.
  */
 #ifndef ORLA_INVENTORY_H
@@ -25,31 +28,36 @@ ORLA_BEGIN_DECLS
  *
  *  @param[out] count  processors, by count_physical_proc().
  *  @return     0, or 1 for a null pointer or a negative count (which is left in `*count`).
- *  Threads: safe unless tracing is on. A kernel log that cannot be read ends the process: ht_os_cpus().
+ *  Threads: safe unless tracing is on. A kernel log that cannot be read ends the process:
+ *  ht_os_cpus().
  */
 ORLA_EXPORT orla_status tavGetOnlineProcs(int *count) ORLA_NOEXCEPT;
 
-/** Counts the host's processors; the same as tavGetOnlineProcs() but for the name in its trace lines.
+/** Counts the host's processors; the same as tavGetOnlineProcs() but for the name in its trace
+ *  lines.
  *
  *  @param[out] count  processors, by count_physical_proc().
  *  @return     0, or 1 for a null pointer or a negative count (which is left in `*count`).
- *  Threads: safe unless tracing is on. A kernel log that cannot be read ends the process: ht_os_cpus().
+ *  Threads: safe unless tracing is on. A kernel log that cannot be read ends the process:
+ *  ht_os_cpus().
  */
 ORLA_EXPORT orla_status tavGetConfigProcs(int *count) ORLA_NOEXCEPT;
 
 /** Tells how much main memory the host has.
  *
  *  @param[out] size  mebibytes, truncated. The kernel's memory unit is not applied.
- *  @return     0, or 1 for a null pointer or a kernel that does not answer; `*size` is then left as it
- *              was.
+ *  @return     0, or 1 for a null pointer or a kernel that does not answer; `*size` is then left as
+ *              it was.
  *  Threads: safe unless tracing is on.
  */
 ORLA_EXPORT orla_status tavGetMemorySize(int *size) ORLA_NOEXCEPT;
 
-/** Counts the disks that answer a drive-geometry request: /dev/hda to /dev/hdy, /dev/sda to /dev/sdy.
+/** Counts the disks that answer a drive-geometry request: /dev/hda to /dev/hdy, /dev/sda to
+ *  /dev/sdy.
  *
  *  @param[out] count  disks, 0 to 50.
- *  @return     0, or 1 for a null pointer or a caller that is not root; `*count` is then left as it was.
+ *  @return     0, or 1 for a null pointer or a caller that is not root; `*count` is then left as it
+ *              was.
  *  Threads: safe unless tracing is on.
  */
 ORLA_EXPORT orla_status tavGetDisks(unsigned *count) ORLA_NOEXCEPT;
@@ -71,14 +79,17 @@ enum orla_count_method {
  *
  *  @param[out] count  processors. Not null.
  *  @return     method code, 0 to 3: enum ::orla_count_method.
- *  Errors: none of its own; a probe that fails shows in the method code. Threads: safe.
+ *  Errors: none of its own; a probe that fails shows in the method code. For a negative count
+ *  `errno` says why. `*count` is stored after the last probe: one that ends the process leaves it
+ *  as it was.
+ *  Threads: safe.
  */
 ORLA_EXPORT uint32_t count_physical_proc(int *count) ORLA_NOEXCEPT;
 
 /** Asks the processor for its logical processors per package.
  *
- *  Only Intel processors of family 15 are recognised, by `cpuid` leaves 0 and 1; neither the extended
- *  family nor the hyper-threading flag is consulted.
+ *  Only Intel processors of family 15 are recognised, by `cpuid` leaves 0 and 1; neither the
+ *  extended family nor the hyper-threading flag is consulted.
  *
  *  @return  2 to 255, or 0 for a processor without hyper-threading or of another kind.
  *  Errors: none. Threads: safe.
@@ -87,15 +98,16 @@ ORLA_EXPORT int HTSupported(void) ORLA_NOEXCEPT;
 
 /** Asks the kernel for its hyper-threading figure.
  *
- *  The kernel release says where to look: its major number over 2, or minor over 4, or patch over 18, each
- *  tested by itself, means /proc/cpuinfo ("siblings" or "threads"); otherwise the kernel log is searched.
+ *  The kernel release says where to look: its major number over 2, or minor over 4, or patch over
+ *  18, each tested by itself, means /proc/cpuinfo ("siblings" or "threads"); otherwise the kernel
+ *  log is searched.
  *
  *  @return  logical processors per package (from /proc/cpuinfo) or occurrences of
- *           "cpu_sibling_map[" (in the log); 0 when the kernel reports none; -1 when it cannot be asked,
- *           when its release breaks off behind a number, when a "siblings" or "threads" line has no ":"
- *           behind the blanks, or when packages disagree.
- *  Errors: a /proc/cpuinfo that does not open is named on standard error. A kernel log that cannot be
- *  read is reported there too and ends the process with exit status 1.
+ *           "cpu_sibling_map[" (in the log); 0 when the kernel reports none; -1 when it cannot be
+ *           asked, when its release ends right after a number that is needed, when a "siblings" or
+ *           "threads" line has no ":" after the blanks, or when packages disagree.
+ *  Errors: a /proc/cpuinfo that does not open is named on standard error. A kernel log that cannot
+ *  be read is reported there too and ends the process with exit status 1.
  *  Threads: safe.
  */
 ORLA_EXPORT int ht_os_cpus(void) ORLA_NOEXCEPT;

@@ -1,10 +1,10 @@
 /** @file
- *  Dynamic library loader: opens a shared library by name while the process runs, looks symbols up in
- *  it, and releases it.
+ *  Dynamic library loader: opens a shared library by name while the process runs, looks symbols up
+ *  in it, and releases it.
  *
- *  It is a thin layer over dlopen(), dlsym(), dlclose() and dlerror() that adds a heap record for the
- *  handle, a second attempt in a fixed folder, and a status. It keeps no list of what is open, and does
- *  not load a library for a symbol: one record, one library.
+ *  It is a thin layer over dlopen(), dlsym(), dlclose() and dlerror() that adds a heap record for
+ *  the handle, a second attempt in a fixed folder, and a status. It keeps no list of what is open,
+ *  and does not load a library for a symbol: one record, one library.
  *
  *      orla_library_id *id = orla_slnk_allocate_library_id();
  *      orla_status status;
@@ -16,16 +16,18 @@
  *      }
  *      orla_slnk_free_library_id(id);
  *
- *  After its library is freed, a record may be loaded again.
+ *  After its library is freed, a record may be loaded again. No function changes `errno`.
  *
  *  Corners a caller must know:
  *  - A symbol that is missing is reported on standard output, whatever the trace switches say.
  *  - A symbol whose value is null counts as missing.
- *  - A status is never cleared by a look-up: one that failed leaves its mark until the caller sets it
- *    to 0.
- *  - A record that was never loaded holds no handle but garbage; after a failed load the handle is null,
- *    in which look-ups see the whole program and which must not be freed.
+ *  - A successful look-up does not clear the status: after a failed one it is ::ORLA_LOADER_FAILED
+ *    until the caller sets it to 0.
+ *  - The handle in a record that was never loaded is not set. After a failed load it is null: a
+ *    look-up then sees the whole program, and the library must not be freed.
  *  - Freeing the library leaves its handle in the record, where it is stale.
+ *  - A name that has a slash and does not begin with one is a path from the current directory,
+ *    which whoever starts the program chooses.
  *
  *  Only a failed load is traced (orla/trace.h).
  */
@@ -34,7 +36,7 @@
 
 #include <orla/base.h>
 
-/** Where a library is looked for once its plain name did not open, the closing slash included. */
+/** Where a library is looked for when its plain name does not open; with the closing slash. */
 #define ORLA_LIBRARY_FALLBACK_DIRECTORY "/opt/tav/ls/dll/"
 
 /** Longest name, in characters, that is looked for in ::ORLA_LIBRARY_FALLBACK_DIRECTORY. */
@@ -58,19 +60,19 @@ ORLA_EXPORT orla_library_id *orla_slnk_allocate_library_id(void) ORLA_NOEXCEPT;
 
 /** Opens a shared library, all its symbols resolved at once and none of them made global.
  *
- *  The name is first given to the dynamic linker as it stands, which looks for a bare one beside this
- *  library too; when that fails, with
- *  ::ORLA_LIBRARY_FALLBACK_DIRECTORY in front of it, even a name that has a slash. A name of more than
- *  ::ORLA_LIBRARY_FALLBACK_NAME_MAX characters gets no second attempt, and one of megabytes
- *  overruns the linker's own stack. A handle that the id held before is lost.
+ *  The name is first given to the dynamic linker as it stands, which also looks for a bare one
+ *  beside this library. When that fails, ::ORLA_LIBRARY_FALLBACK_DIRECTORY is put before it, even
+ *  when it has a slash. A name of more than ::ORLA_LIBRARY_FALLBACK_NAME_MAX characters gets no
+ *  second attempt, and one of megabytes overruns the linker's own stack. A handle that the id held
+ *  before is lost.
  *
  *  @param[in]     name    cstr; soname, file name or path.
  *  @param[in,out] id      its handle is written; null when the library did not open.
  *  @param[out]    status  0 or ::ORLA_LOADER_FAILED.
- *  Errors: a library that does not open by either name is traced while ::orlalib_verbose is on, with the
- *  name and the linker's text on the last attempt, together cut at 255 characters. The trace writer
- *  reads them as it reads every message: "%%" in a name comes out as one percent sign, "%m" as the
- *  text of `errno`. The text of dlerror() is used up.
+ *  Errors: while ::orlalib_verbose is on, a library that does not open by either name is traced,
+ *  with the name and the linker's text on the last attempt, together cut at 255 characters. The
+ *  trace writer reads them as it reads every message: "%%" in a name comes out as one percent sign,
+ *  "%m" as the text of `errno`. The text of dlerror() is used up.
  *  Threads: safe, each on an id of its own, unless tracing is on.
  */
 ORLA_EXPORT void orla_slnk_load_library(const char *name, orla_library_id *id,
@@ -83,7 +85,8 @@ ORLA_EXPORT void orla_slnk_load_library(const char *name, orla_library_id *id,
  *  @param[out] status  ::ORLA_LOADER_FAILED on failure; left as it was on success.
  *  @return     address, or null for a symbol that is missing or whose value is null.
  *  Errors: a failure is printed on standard output with the linker's text:
- *  "Error looking up procedure answer\n,libanswer.so: undefined symbol: answer\n".
+ *  "Error looking up procedure answer\n,/usr/lib/libanswer.so: undefined symbol: answer\n". That
+ *  text begins with the path at which the linker found the library.
  *  Threads: safe.
  */
 ORLA_EXPORT void *orla_slnk_get_proc_addr(const orla_library_id *id, const char *symbol,

@@ -1,23 +1,25 @@
 /** @file
  *  Names: the user and the group that this process runs as, and the node it runs on.
  *
- *  User and group are those of the real ids, not of the effective ones. A program may put names of its
- *  own in their place through ::orla_ls_user and ::orla_ls_group.
+ *  User and group are those of the real ids, not of the effective ones. A program may have its own
+ *  names reported instead, through ::orla_ls_user and ::orla_ls_group.
  *
  *  The node's name comes from a provider, the function
  *
- *      int orla_node_name(char *out);    // fills out, at most ORLA_NODE_NAME_SIZE bytes, and returns
- *                                        // non-zero; or returns 0
+ *      int orla_node_name(char *out);    // fills out, at most ORLA_NODE_NAME_SIZE bytes, and
+ *                                        // returns non-zero; or returns 0
  *
- *  of the companion library `liborlanode.so`. The one that comes with orla gives the host's own name,
- *  as `uname -n` does. It is opened through orla/loader.h under its bare name, and so looked for in the
- *  folders of LD_LIBRARY_PATH, then beside orla itself, then where the system looks, and at last in
- *  /opt/tav/ls/dll/. Who wants another name puts another library there.
+ *  of the companion library `liborlanode.so`. The one that comes with orla gives the host's own
+ *  name, as `uname -n` does. It is opened through orla/loader.h by its bare name, and so looked for
+ *  in the folders of LD_LIBRARY_PATH, then beside orla itself, then where the system looks, and
+ *  last in /opt/tav/ls/dll/. To have another name reported, install another library of that name.
  *
  *  Corners a caller must know:
  *  - Names of users and groups are cut at 31 characters, and a longer one is cut in the entry of
  *    getpwuid() or getgrgid() itself, which the whole process shares.
  *  - A companion without the provider makes the loader print its line on standard output.
+ *
+ *  `errno` is left alone by every function here.
  */
 #ifndef ORLA_NAMES_H
 #define ORLA_NAMES_H
@@ -38,29 +40,32 @@ ORLA_EXPORT extern const char *orla_ls_user;
 /** Group name to report in place of the system's; null, as at load, for the system's. */
 ORLA_EXPORT extern const char *orla_ls_group;
 
-/** Tells the name of the real user.
+/** Gives the name of the real user.
  *
- *  @param[out] out  char[32], always terminated; filled with zeros behind a name of ::orla_ls_user.
- *  Errors: a user id without an entry is "unknown". Threads: shares the entry of getpwuid() (serialise).
+ *  @param[out] out  char[32], always terminated; filled with zeros after a name of ::orla_ls_user.
+ *  Errors: a user id without an entry is "unknown".
+ *  Threads: shares the entry of getpwuid() (serialise).
  */
 ORLA_EXPORT void orla_get_user_name(char *out) ORLA_NOEXCEPT;
 
-/** Tells the name of the real group.
+/** Gives the name of the real group.
  *
- *  @param[out] out  char[32], always terminated; filled with zeros behind a name of ::orla_ls_group.
- *  Errors: a group id without an entry is "unknown". Threads: shares the entry of getgrgid() (serialise).
+ *  @param[out] out  char[32], always terminated; filled with zeros after a name of ::orla_ls_group.
+ *  Errors: a group id without an entry is "unknown".
+ *  Threads: shares the entry of getgrgid() (serialise).
  */
 ORLA_EXPORT void orla_get_group_name(char *out) ORLA_NOEXCEPT;
 
-/** Tells the name of this node.
+/** Gives the name of this node.
  *
- *  The provider is opened at the first call and kept. While it cannot be reached, every call tries
- *  again, so that a companion installed meanwhile is found.
+ *  The companion is opened at the first call and kept open. While it cannot be reached, every call
+ *  tries again, so that a companion installed meanwhile is found.
  *
  *  @param[out] out  char[65], always terminated.
  *  Errors: the empty string when there is no provider or when it has no name. A companion that does
  *  not open is traced, one without the provider printed on standard output, by the loader.
- *  Threads: until a call has reached the provider, shares the record of it (serialise); then safe.
+ *  Threads: safe once a call has reached the provider; until then calls share the pointer to it
+ *  (serialise).
  */
 ORLA_EXPORT void orla_get_node_name(char *out) ORLA_NOEXCEPT;
 

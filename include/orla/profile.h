@@ -1,10 +1,10 @@
 /** @file
  *  Profile files: values read by section and key, and one key rewritten at a time.
  *
- *  A profile file is a text of bracketed sections that hold key=value lines. Every call opens the file
- *  and scans it anew; nothing of its contents is kept. It is not an INI file of the usual kind: nothing
- *  is trimmed, there is no comment and no escape, and a section ends at an empty line, not at the next
- *  header.
+ *  A profile file is a text of bracketed sections that hold key=value lines. Every call opens the
+ *  file and scans it anew; nothing of its contents is kept. It is not an INI file of the usual
+ *  kind: nothing is trimmed, there is no comment and no escape, and a section ends at an empty
+ *  line, not at the next header.
  *
  *      file    = { line LF } [ rest ]          rest: a last line without LF; it is never seen
  *      line    = { any byte but LF }           every CR is dropped, wherever it stands
@@ -14,26 +14,42 @@
  *      value   = what follows the last "=" of the line, spaces included
  *
  *  - A byte 0xFF ends the file like its real end: what follows it is invisible and the line that it
- *    breaks off is lost.
- *  - Lines, sections, keys and values have any length. A zero byte in a line is kept when the line is
- *    copied; when the line is read it ends the text, as in any C string.
+ *    breaks off is lost. A rewrite drops both, as it drops a last line without a line feed.
+ *  - Lines, sections, keys and values have any length. A zero byte in a line is kept when the line
+ *    is copied; when the line is read it ends the text, as in any C string.
  *  - Letter case is ignored in section names and keys, for the letters A to Z alone. Bytes of other
  *    letters are compared as they stand.
  *
  *  Corners a caller must know:
  *  - The first line that *begins* with the key wins: key "Port" is found in "PortNumber=77".
- *  - As a header does not end a section, the search for a key runs on into the sections below until
+ *  - A header does not end a section, so the search for a key runs on into the sections below until
  *    an empty line stops it.
- *  - The string reader compares only as many characters of a header as the section name has: "Main" is
- *    found in "[Main]", "[Maintenance]" and "[Mai". The integer reader and the writer compare the whole
- *    line.
- *  - The string reader and the writer look at the environment variable `ORLA_CONFIG` when they are given
- *    exactly ORLA_DEFAULT_PROFILE_PATH; the integer reader never does.
+ *  - The string reader compares only as many characters of a header as the section name has: "Main"
+ *    is found in "[Main]", "[Maintenance]" and "[Mai". The integer reader and the writer compare
+ *    the whole line.
+ *  - The string reader and the writer look at the environment variable `ORLA_CONFIG` when they are
+ *    given exactly ORLA_DEFAULT_PROFILE_PATH; the integer reader never does.
  *  - Success is 1 for the writer, 0 for create_temporary_name() and copy_file().
  *  - Each rewrite leaves one descriptor open in the process; see create_temporary_name().
  *
- *  Threads: the functions share no state but the path that orla_cfg_file() keeps. Nothing is locked: of
- *  two writers to one file the later one wins, and a reader may meet a file that is being rewritten.
+ *  At the same moment:
+ *  - A rewrite puts the new text over the old one and then cuts off what is left of the old one.
+ *    The file is never empty meanwhile, and a byte 0xFF hides that rest from readers.
+ *  - A reader finds the old text or the new one, or, where a rewrite moves the text of a file of
+ *    more than a page, the new text up to some point and the old one after it. A process that is
+ *    killed leaves the same; the whole new text is then in /tmp/K7......, and can be copied over
+ *    the file.
+ *  - Nothing is locked. Of two writers each writes the text that it read, changed by its own key:
+ *    the other's change is lost, and where both copy at once the file may be a mixture. Write one
+ *    at a time.
+ *
+ *  Threads: the functions share no state but the path that orla_cfg_file() keeps. They need at most
+ *  8 KiB of stack, and memory of the heap for files of more than 2 KiB.
+ *
+ *  errno: left alone, except where a function fails to write a file; see there.
+ *
+ *  Privileged programs: in a process that runs with another's rights, such as a set-user-ID
+ *  program, `ORLA_CONFIG` counts as not set.
  */
 #ifndef ORLA_PROFILE_H
 #define ORLA_PROFILE_H
@@ -41,7 +57,7 @@
 #include <orla/base.h>
 #include <stdio.h>
 
-/** The profile that is in force where the environment names no other. */
+/** The profile that is in force unless the environment names another. */
 #define ORLA_DEFAULT_PROFILE_PATH "/opt/tav/ls/conf/k7ls.ini"
 
 /** Bytes of the path that orla_cfg_file() stores, the terminator counted. */
@@ -62,31 +78,34 @@ ORLA_BEGIN_DECLS
  *
  *  @param[in] section   cstr, without brackets.
  *  @param[in] key       cstr; "" is found in the first line of the section.
- *  @param[in] fallback  what is answered for a file that does not open, a section or key that is not
- *                       found, a line without "=", and a value of no or of more than 5 characters.
+ *  @param[in] fallback  what is answered for a file that does not open, a section or key that is
+ *                       not found, a line without "=", and a value of no or of more than 5
+ *                       characters.
  *  @param[in] path      cstr, always this very file.
  *  @return    0 to 99999, or `fallback`.
- *  Errors: `fallback`; a file that cannot be read on ends there. Threads: safe.
+ *  Errors: `fallback`; where a read fails the file ends. Threads: safe.
  */
 ORLA_EXPORT int orla_cfg_get_private_profile_int(const char *section, const char *key, int fallback,
                                                  const char *path) ORLA_NOEXCEPT;
 
 /** Reads a string.
  *
- *  The default is also answered for a value that is empty or holds spaces alone; pass a null default to
- *  get such a value as it is. The default is copied like a value but is never cut: one of `size`
- *  characters or more fills the buffer and leaves it without a terminator.
+ *  The default is also answered for a value that is empty or holds spaces alone; pass a null
+ *  default to get such a value as it is. The default is copied like a value but is never cut: one
+ *  of `size` characters or more fills the buffer and leaves it without a terminator.
  *
- *  @param[in]  section   cstr, without brackets; "" takes the first line of the file for the header.
+ *  @param[in]  section   cstr, without brackets; "" takes the first line of the file for the
+ *                        header.
  *  @param[in]  key       cstr; "" is found in the first line of the section.
  *  @param[in]  fallback  optional cstr, shorter than `size`; null counts as an empty text.
- *  @param[out] text      char[size]: the value, cut at size - 1 characters, and zero bytes to the end.
+ *  @param[out] text      char[size]: the value, cut at size - 1 characters, and zero bytes to the
+ *                        end.
  *  @param[in]  size      0: nothing is written; 1: an empty text; the result is 0 in both cases.
- *  @param[in]  path      cstr; ORLA_DEFAULT_PROFILE_PATH stands for the file that `ORLA_CONFIG` names,
- *                        where it is set, and there is no way back when that file does not open.
+ *  @param[in]  path      cstr; ORLA_DEFAULT_PROFILE_PATH stands for the file that `ORLA_CONFIG`
+ *                        names, where it is set, even when that file does not open.
  *  @return     characters of the value in `text`, or the length of `fallback`.
- *  Errors: `fallback`, for whatever is not found; a file that cannot be read on ends there.
- *  Threads: safe, but for a change of the environment.
+ *  Errors: `fallback`, for whatever is not found; where a read fails the file ends.
+ *  Threads: safe, as long as the environment does not change.
  */
 ORLA_EXPORT unsigned orla_cfg_get_private_profile_string(const char *section, const char *key,
                                                          const char *fallback, char *text,
@@ -96,29 +115,34 @@ ORLA_EXPORT unsigned orla_cfg_get_private_profile_string(const char *section, co
 /** Writes one key, through a temporary copy of the file in /tmp.
  *
  *  The entry "key=value" takes the place of the first line of the section that begins with the key;
- *  without such a line it goes before the empty line that ends the section, or to the end of the file.
- *  A section that is not there is appended behind an empty line. The file is rewritten in place, so it
- *  keeps its owner, its permissions and its links, and whole: carriage returns go, as do a last line
- *  without a line feed and everything from a byte 0xFF on. Nothing in the arguments is checked: a line
- *  feed in them writes lines of its own.
+ *  without such a line it goes before the empty line that ends the section, or to the end of the
+ *  file. A section that is not there is appended after an empty line. The file is rewritten in
+ *  place, so it keeps its owner, its permissions and its links. All of it is rewritten: carriage
+ *  returns go, as do a last line without a line feed and everything from a byte 0xFF on. Nothing in
+ *  the arguments is checked: a line feed in them writes lines of its own.
  *
- *  No key is lost for want of room: the file is opened for writing only when the temporary copy is
- *  whole and, where the new text needs more room than the file has and the file system can reserve
- *  room, when that room has been reserved. Nor is it when the file cannot be read to its end.
+ *  The file is opened for writing only when the temporary copy is whole. When the new text needs
+ *  more room than the file has, that room is reserved first, and stays reserved during the copy;
+ *  without room the file stays as it was. File systems that cannot reserve room, and those that
+ *  write each change to a new place, may run full during the copy: what does not fit is then lost.
  *
  *  @param[in] section  cstr, without brackets.
  *  @param[in] key      cstr; "" is found in the first line of the section, even in an empty one.
  *  @param[in] value    cstr.
- *  @param[in] path     cstr, of a file that is read and rewritten, or, where it is missing
- *                      or may not be read, created or replaced by one that holds the header and the
- *                      entry alone; want of descriptors or memory and a signal are failures instead.
- *                      ORLA_DEFAULT_PROFILE_PATH stands for the file that `ORLA_CONFIG` names.
+ *  @param[in] path     cstr, of a file that is read and rewritten. A file that is missing (ENOENT)
+ *                      is created, and one that may not be read (EACCES, EPERM) is replaced, by one
+ *                      that holds the header and the entry alone. Any other error on opening it is
+ *                      a failure. ORLA_DEFAULT_PROFILE_PATH stands for the file that `ORLA_CONFIG`
+ *                      names. On a FIFO the call waits until another process has opened its other
+ *                      end.
  *  @return    1, or 0 with the file as it was, but for two cases: copy_file() could not open the
  *             temporary copy (the file is empty) or a new file could not be written whole. What
- *             copy_file() cannot write, or cannot read of the temporary copy, is not noticed: 1, and
- *             the file lacks it.
- *  Errors: 0. When the temporary file cannot be opened by its name, it stays behind, empty.
- *  Threads: safe, but for a change of the environment; two writers to one file lose entries.
+ *             copy_file() cannot write, or cannot read of the temporary copy, is not noticed: 1,
+ *             and the file lacks it.
+ *  Errors: 0; `errno` tells why. When the temporary file cannot be opened by its name, it stays
+ *  behind, empty. A file larger than the process may write (RLIMIT_FSIZE) ends it by SIGXFSZ,
+ *  unless that signal is ignored or handled.
+ *  Threads: safe, as long as the environment does not change; two writers to one file lose entries.
  */
 ORLA_EXPORT int orla_cfg_write_private_profile_string(const char *section, const char *key,
                                                       const char *value,
@@ -138,37 +162,43 @@ ORLA_EXPORT void orla_cfg_file(char *path, char *from_environment) ORLA_NOEXCEPT
 
 /** Reads one line of a profile file from a stream, without its line feed and carriage returns.
  *
- *  Of a longer line the first 511 characters are kept and the rest is dropped. After a byte 0xFF the
- *  stream stands right behind it.
+ *  Of a longer line the first 511 characters are kept and the rest is dropped. After a byte 0xFF
+ *  the next character read is the one that follows it.
  *
  *  @param[in]  stream  open for reading.
- *  @param[out] line    char[ORLA_PROFILE_LINE_SIZE]; terminated when the result is 1. When it is 0, what
- *                      has been read of the line stands there without a terminator.
- *  @return     1, or 0 at the end of the file, which a byte 0xFF counts as: a line that was not ended by
- *              a line feed is lost.
+ *  @param[out] line    char[ORLA_PROFILE_LINE_SIZE]; terminated when the result is 1. When it is 0,
+ *                      what has been read of the line stands there without a terminator.
+ *  @return     1, or 0 at the end of the file, which a byte 0xFF counts as: a line that was not
+ *              ended by a line feed is lost.
  *  Errors: as the end of the file. Threads: safe, a stream to itself.
  */
 ORLA_EXPORT int orla_i_cfg_read_line(FILE *stream, char *line) ORLA_NOEXCEPT;
 
 /** Creates an empty file "/tmp/K7......" that only its owner may read and write.
  *
- *  Kept as it is: the descriptor on the file stays open, so that every call, and with it every rewrite,
- *  costs the process one descriptor.
+ *  Kept as it is: the descriptor on the file stays open, so that every call, and with it every
+ *  rewrite, costs the process one descriptor. Child processes inherit it. A rewrite empties the
+ *  file before it removes it, so that the descriptor shows nothing and holds no room in /tmp.
  *
  *  @param[out] name  char[ORLA_TEMPORARY_NAME_SIZE], terminated.
- *  @return     0, or 1 when no file could be created; `name` is then of no use.
+ *  @return     0, or 1 when no file could be created: `errno` tells why, and `name` is of no use.
  *  Threads: safe.
  */
 ORLA_EXPORT int create_temporary_name(char *name) ORLA_NOEXCEPT;
 
-/** Copies a file byte by byte into another one, which is created or emptied first.
+/** Copies a file byte by byte into another one, which is created or rewritten in place.
  *
- *  Kept as it is: what cannot be written is not noticed, and neither is a read that fails, which ends
- *  the copy: the result is 0, and the destination lacks what was not copied.
+ *  The destination is not emptied first: it is written over from its start, a file of up to 1 MiB
+ *  by one write, and cut to its new length at the end. Until then a byte 0xFF follows the new
+ *  content of a file that gets shorter. A file copied onto itself ends empty.
+ *
+ *  Kept as it is: what cannot be written is not noticed, and neither is a read that fails, which
+ *  ends the copy: the result is 0, and the destination lacks what was not copied.
  *
  *  @param[in] source       cstr.
  *  @param[in] destination  cstr.
- *  @return    0, or 1 when either does not open; a destination that was opened is then empty.
+ *  @return    0, or 1 when either does not open: `errno` tells why, and a destination that was
+ *             opened is empty.
  *  Threads: safe.
  */
 ORLA_EXPORT int copy_file(const char *source, const char *destination) ORLA_NOEXCEPT;

@@ -3,22 +3,27 @@
  *
  *  A *stamp* is 32 bits of seconds since 1970-01-01 00:00:00 UTC. The clock returns it signed; the
  *  28-year fold (wek_gmtime(), wek_localtime()) and every division of a stamp into days read it as
- *  unsigned, so that stamps reach 2106. A *date number* is 16 bits of days, counted so that 0 is Sunday
- *  1986-12-28; all arithmetic on it wraps: 1970-01-01 is 59331, 1986-12-27 is 65535. It carries no time
- *  of day and no zone.
+ *  unsigned, and so reach 2106. A *date number* is 16 bits of days, counted so that 0 is Sunday
+ *  1986-12-28; all arithmetic on it wraps: 1970-01-01 is 59331, 1986-12-27 is 65535. It carries no
+ *  time of day and no zone.
  *
  *  Corners a caller must know:
- *  - A year is a leap year exactly when it is divisible by 4. There is no century rule: 1900 and 2100
- *    count as leap years, in every function here.
- *  - time_to_string() does not fold: a stamp of 2^31 or more prints as a date between 1901 and 1970.
- *  - string_to_time() answers 0 for a failure, for 01/01/1970 and for 12/28/1986 (date number 0).
+ *  - A year is a leap year exactly when it is divisible by 4. There is no century rule: 1900 and
+ *    2100 count as leap years, in every function but the four that call one of the C library's:
+ *    tav_mktime(), tav_gmtime(), tav_ctime() and tav_localtime().
+ *  - time_to_string() does not fold: a stamp of 2^31 or more prints as a date from 1901 to 1970.
+ *  - string_to_time() answers 0 for a failure, and for some dates: 01/01/1970 and 12/28/1986 (date
+ *    number 0) are two of them.
  *  - A daylight saving shift is always taken as one hour.
  *
- *  Threads: the broken-down times are the C library's own static record, shared by the whole process.
- *  A function that is not marked safe wants a lock of the caller's own around it.
+ *  Threads: the broken-down times are the C library's own static record, shared by the whole
+ *  process. Threads that share it serialise their calls of the functions that are marked so.
  *
- *  On 32-bit x86 a program compiled with -D_TIME_BITS=64 has another `time_t` than the library; the four
- *  pass-throughs that take one are not declared there.
+ *  `errno` is left alone, with two exceptions: the four that call one of the C library's leave
+ *  there what that did, and so do the print functions when they fail.
+ *
+ *  On 32-bit x86 a program compiled with -D_TIME_BITS=64 has another `time_t` than the library; the
+ *  four pass-throughs that take one are not declared there.
  */
 #ifndef ORLA_TIME_H
 #define ORLA_TIME_H
@@ -41,14 +46,15 @@ ORLA_BEGIN_DECLS
  */
 ORLA_EXPORT int32_t wek_time_stamp(void) ORLA_NOEXCEPT;
 
-/** Tells how far local time is from UTC at this moment.
+/** Gives how far local time is from UTC at this moment.
  *
- *  The zone is read anew at each call, so a change of `TZ` takes effect at once. The figure is the C
- *  library's `timezone`, less 3600 while daylight saving is in effect, whatever shift the zone's rules
- *  name. It describes the present, not a stamp to which it may be applied later.
+ *  The zone is read anew at each call, so a change of `TZ` takes effect at once. The figure is the
+ *  C library's `timezone`, less 3600 while daylight saving is in effect, whatever shift the zone's
+ *  rules name. It describes the present; a stamp of another day may have another offset.
  *
  *  @return  seconds west of UTC: positive in the Americas, negative east of Greenwich.
- *  Errors: without a local time the bare `timezone`. Threads: rewrites the shared record (serialise).
+ *  Errors: without a local time the bare `timezone`.
+ *  Threads: rewrites the shared record (serialise).
  */
 ORLA_EXPORT int32_t wek_localtime_offset(void) ORLA_NOEXCEPT;
 
@@ -59,14 +65,14 @@ ORLA_EXPORT int32_t wek_localtime_offset(void) ORLA_NOEXCEPT;
  */
 ORLA_EXPORT uint32_t wek_time_stamp_local(void) ORLA_NOEXCEPT;
 
-/** Tells today's local date.
+/** Gives today's local date.
  *
  *  @return  date number of the local day.
  *  Errors: none. Threads: rewrites the shared record (serialise).
  */
 ORLA_EXPORT uint16_t wek_date_stamp(void) ORLA_NOEXCEPT;
 
-/** Tells the length of a year.
+/** Gives the length of a year.
  *
  *  @param[in] year  in full, such as 2007.
  *  @return    365, or 366 for a year divisible by 4.
@@ -74,10 +80,10 @@ ORLA_EXPORT uint16_t wek_date_stamp(void) ORLA_NOEXCEPT;
  */
 ORLA_EXPORT int32_t days_in_year(int32_t year) ORLA_NOEXCEPT;
 
-/** Tells the length of a month.
+/** Gives the length of a month.
  *
  *  @param[in] year   in full, such as 2007.
- *  @param[in] month  1 to 12. Not checked: of any other the result has no meaning.
+ *  @param[in] month  1 to 12; not checked. The length of any other month has no meaning.
  *  @return    28 to 31.
  *  Errors: none. Threads: safe.
  */
@@ -85,8 +91,8 @@ ORLA_EXPORT int32_t days_in_month(int32_t year, int32_t month) ORLA_NOEXCEPT;
 
 /** Turns calendar fields into a date number.
  *
- *  A year before 1970 is counted as if it began on 1970-01-01; a date past 2149-06-05 wraps onto
- *  1970-01-01 again.
+ *  A year before 1970 counts as if it began on 1970-01-01. After 2149-06-05 date numbers begin
+ *  again: 2149-06-06 has that of 1970-01-01.
  *
  *  @param[in]  years_since_1900  such as 107 for 2007.
  *  @param[in]  month             1 to 12.
@@ -98,10 +104,11 @@ ORLA_EXPORT int32_t days_in_month(int32_t year, int32_t month) ORLA_NOEXCEPT;
 ORLA_EXPORT int data_to_date(int32_t years_since_1900, int32_t month, int32_t day,
                              uint16_t *date) ORLA_NOEXCEPT;
 
-/** Breaks a stamp down into UTC calendar fields, right from 1970 to 2106.
+/** Breaks a stamp down into UTC calendar fields, from 1970 to 2106.
  *
- *  A stamp past 2038-01-19 03:14:07 is converted 28, 56 or 84 years earlier and the years are put back.
- *  Past 2100-02-28 the result runs a day behind the Gregorian date, because 2100 is a leap year here.
+ *  A stamp after 2038-01-19 03:14:07 is converted as one 28, 56 or 84 years earlier, and the years
+ *  are added again. After 2100-02-28 the result is a day behind the Gregorian date, because 2100 is
+ *  a leap year here.
  *
  *  @param[in] stamp  seconds since 1970-01-01 00:00:00 UTC, read as unsigned. Never changed.
  *  @return    the C library's static record, good until the next conversion in the process.
@@ -111,7 +118,8 @@ ORLA_EXPORT struct tm *wek_gmtime(const int32_t *stamp) ORLA_NOEXCEPT;
 
 /** Breaks a stamp down into local calendar fields, as wek_gmtime() does for UTC.
  *
- *  For a folded stamp the zone rules applied, daylight saving among them, are those of the earlier year.
+ *  A stamp after 2038-01-19 03:14:07 UTC gets the zone rules, daylight saving among them, of the
+ *  earlier year.
  *
  *  @param[in] stamp  seconds since 1970-01-01 00:00:00 UTC, read as unsigned. Never changed.
  *  @return    the C library's static record, good until the next conversion in the process.
@@ -159,7 +167,7 @@ ORLA_EXPORT void RestoreTZ(void) ORLA_NOEXCEPT;
 /** Writes a date as "MM/DD/YYYY", such as "12/28/1986".
  *
  *  @param[out] text  char[ORLA_DATE_TEXT_SIZE], always terminated.
- *  @param[in]  date  date number; every one of the 65,536 has a text, from 01/01/1970 to 06/05/2149.
+ *  @param[in]  date  date number; each of the 65,536 has a text, from 01/01/1970 to 06/05/2149.
  *  @return     characters written, always 10.
  *  Errors: none. Threads: safe.
  */
@@ -179,7 +187,7 @@ ORLA_EXPORT size_t time_to_string(char *text, int32_t stamp) ORLA_NOEXCEPT;
  *
  *  @param[in]  date    date number.
  *  @param[out] line    room for the prefix and 12 bytes more; always terminated.
- *  @param[in]  prefix  optional cstr, copied as it stands and with nothing put behind it.
+ *  @param[in]  prefix  optional cstr, copied as it stands, with nothing between it and the date.
  *  @return     characters written.
  *  Errors: none. Threads: safe.
  */
@@ -189,7 +197,7 @@ ORLA_EXPORT int date_to_line(uint16_t date, char *line, const char *prefix) ORLA
  *
  *  @param[in]  stamp   seconds since 1970-01-01 00:00:00 UTC, read as unsigned.
  *  @param[out] line    room for the prefix and 12 bytes more; always terminated.
- *  @param[in]  prefix  optional cstr, copied as it stands and with nothing put behind it.
+ *  @param[in]  prefix  optional cstr, copied as it stands, with nothing between it and the date.
  *  @return     characters written.
  *  Errors: none. Threads: safe.
  */
@@ -197,47 +205,50 @@ ORLA_EXPORT int time_to_line(int32_t stamp, char *line, const char *prefix) ORLA
 
 /** Prints the line of date_to_line() on standard output, the prefix read as a printf() format.
  *
- *  In the prefix "%%" prints a percent sign and "%m" the text of `errno`. There are no arguments, so any
- *  other conversion is printed as it stands. A prefix may have any length; when the heap is exhausted,
- *  a line over 2,048 characters is cut.
+ *  In the prefix "%%" prints a percent sign and "%m" the text of `errno`. There are no arguments,
+ *  so any other conversion is printed as it stands. A prefix may have any length up to 2 GiB. When
+ *  the heap is exhausted, a line over 2,048 characters is cut.
+ *
+ *  The result is that of printf(): a line that stays in the stream's buffer counts as written, one
+ *  whose flush fails does not.
  *
  *  @param[in] date    date number.
  *  @param[in] prefix  optional cstr.
- *  @return    characters printed, or a negative value when the stream reports an error.
+ *  @return    characters printed, or a negative value when the line cannot be written.
  *  Threads: safe.
  */
 ORLA_EXPORT int print_date_line(uint16_t date, const char *prefix) ORLA_NOEXCEPT;
 
-/** Prints the line of time_to_line() on standard output; the prefix is read as by print_date_line().
+/** Prints the line of time_to_line() on standard output, the prefix read as by print_date_line().
  *
  *  @param[in] stamp   seconds since 1970-01-01 00:00:00 UTC, read as unsigned.
  *  @param[in] prefix  optional cstr.
- *  @return    characters printed, or a negative value when the stream reports an error.
+ *  @return    characters printed, or a negative value when the line cannot be written.
  *  Threads: safe.
  */
 ORLA_EXPORT int print_time_line(int32_t stamp, const char *prefix) ORLA_NOEXCEPT;
 
-/** Prints the line of date_to_line() on a stream; the prefix is read as by print_date_line().
+/** Prints the line of date_to_line() on a stream, the prefix read as by print_date_line().
  *
  *  @param[in] stream  open for writing.
  *  @param[in] date    date number.
  *  @param[in] prefix  optional cstr.
- *  @return    characters printed, or a negative value when the stream reports an error.
+ *  @return    characters printed, or a negative value when the line cannot be written.
  *  Threads: safe.
  */
 ORLA_EXPORT int fprint_date_line(FILE *stream, uint16_t date, const char *prefix) ORLA_NOEXCEPT;
 
-/** Prints the line of time_to_line() on a stream; the prefix is read as by print_date_line().
+/** Prints the line of time_to_line() on a stream, the prefix read as by print_date_line().
  *
  *  @param[in] stream  open for writing.
  *  @param[in] stamp   seconds since 1970-01-01 00:00:00 UTC, read as unsigned.
  *  @param[in] prefix  optional cstr.
- *  @return    characters printed, or a negative value when the stream reports an error.
+ *  @return    characters printed, or a negative value when the line cannot be written.
  *  Threads: safe.
  */
 ORLA_EXPORT int fprint_time_line(FILE *stream, int32_t stamp, const char *prefix) ORLA_NOEXCEPT;
 
-/** Turns a date format into a printf() format whose arguments are month, day and year, in that order.
+/** Turns a date format into a printf() format whose arguments are month, day and year.
  *
  *  | in   | out     |
  *  | ---- | ------- |
@@ -245,10 +256,11 @@ ORLA_EXPORT int fprint_time_line(FILE *stream, int32_t stamp, const char *prefix
  *  | `%d` | `%2$2d` |
  *  | `%y` | `%3$2d` |
  *  | `%Y` | `%3$4d` |
- *  | `%%` | a single `%`, which then combines with the character behind it |
+ *  | `%%` | a single `%`, which then combines with the character after it |
  *  | `%` and any other character | nothing |
  *
- *  Widths pad with spaces, never zeros. A lone "%" at the end is dropped.
+ *  The arguments stand in this order. Widths pad with spaces, never zeros. A lone "%" at the end is
+ *  dropped.
  *
  *  @param[in]  format   cstr.
  *  @param[out] numeric  room for two and a half times the format's length and the terminator.
@@ -258,8 +270,8 @@ ORLA_EXPORT void k7_date_format(const char *format, char *numeric) ORLA_NOEXCEPT
 
 /** Reads day, month and year out of a text by a strptime() format.
  *
- *  Whether the text matched is not told: a field that it does not reach is 0, the year -1. A year read as
- *  more than 1900 years since 1900 (3801 and up) is lowered by 1900.
+ *  It does not say whether the text matched: a field that the text does not reach becomes 0, the
+ *  year -1. A year over 3800 is lowered by 1900.
  *
  *  @param[in]     text    cstr.
  *  @param[in]     format  cstr, of strptime().
@@ -276,18 +288,22 @@ ORLA_EXPORT void orla_strptime(const char *text, const char *format,
  *
  *  | mode     | text                         | year |
  *  | -------- | ---------------------------- | ---- |
- *  | standard | `12/31/2007`, `1/2/2007`     | with its century, so "12/31/07" is rejected; over 3800 it is lowered by 1900, over 5700 twice |
+ *  | standard | `12/31/2007`, `1/2/2007`     | with its century |
  *  | old      | `2007 12 31` or `2007/12/31` | over 1900 in full, otherwise since 1900 |
  *
- *  White space before a number and text behind the third are accepted. That the day exists in its
- *  month is left to data_to_date().
+ *  In the standard mode "12/31/07" is rejected, a year over 3800 is lowered by 1900, and one over
+ *  5700 twice. White space before a number and text after the third are accepted. Whether the day
+ *  exists in its month is not checked; data_to_date() does that.
+ *
+ *  In the old mode a number beyond an `int` is read as the C library does: on 32-bit hosts as the
+ *  nearest `int`, on 64-bit hosts as its low 32 bits.
  *
  *  @param[in]  text   cstr.
  *  @param[out] year   years since 1900.
  *  @param[out] month  1 to 12.
  *  @param[out] day    1 to 31.
  *  @return     0 when accepted, 255 when rejected; the outputs are then undefined.
- *  Threads: safe, but for a change of the environment during the first call.
+ *  Threads: safe; the environment must not change during the first call.
  */
 ORLA_EXPORT int k7_parse_date(const char *text, int32_t *year, int32_t *month,
                               int32_t *day) ORLA_NOEXCEPT;
@@ -296,18 +312,22 @@ ORLA_EXPORT int k7_parse_date(const char *text, int32_t *year, int32_t *month,
  *
  *  @param[in]  text  cstr.
  *  @param[out] date  date number.
- *  @return     1, or 0 for a text that is rejected or a day that does not exist; `*date` is then left
- *              as it was.
+ *  @return     1, or 0 for a text that is rejected or a day that does not exist; `*date` is then
+ *              left as it was.
  *  Threads: as k7_parse_date().
  */
 ORLA_EXPORT int string_to_date(const char *text, uint16_t *date) ORLA_NOEXCEPT;
 
 /** Turns a date text into the stamp of 00:00:00 UTC of that date.
  *
+ *  The result is the days since 1970-01-01, modulo 65,536, times 86,400, modulo 2^32. So it is true
+ *  up to 02/06/2106; 02/07/2106 gives 63104, and 06/07/2149 gives 86400. It is also 0 for
+ *  12/28/1986 (whose date number is 0), for January 1 of every year up to 1970, and again 65,536
+ *  days after 12/28/1986 and 01/01/1970: for 06/02/2166, 06/06/2149, and so on.
+ *
  *  @param[in] text  cstr.
- *  @return    seconds since 1970-01-01 00:00:00 UTC, to be read as unsigned, and modulo 2^32 from
- *             02/07/2106 on; 0 for a text that is rejected, for a day that does not exist, and, kept
- *             as it is, for 12/28/1986 (whose date number is 0).
+ *  @return    seconds since 1970-01-01 00:00:00 UTC, to be read as unsigned; 0 for a text that is
+ *             rejected or a day that does not exist.
  *  Threads: as k7_parse_date().
  */
 ORLA_EXPORT int32_t string_to_time(const char *text) ORLA_NOEXCEPT;

@@ -3,10 +3,10 @@
  *
  *      "alpha" "" "two words"        three tokens: alpha, an empty one, two words
  *
- *  A token stands between an opening delimiter and the next one, which closes it. What stands between a
- *  closing delimiter and the next opening one belongs to no token and is skipped. The delimiter is any
- *  one byte but zero. This is not a parser of quoted text: tokens are not nested and nothing escapes a
- *  delimiter.
+ *  A token stands between an opening delimiter and the next one, which closes it. What stands
+ *  between a closing delimiter and the next opening one belongs to no token and is skipped. The
+ *  delimiter is any one byte but zero. This is not a parser of quoted text: tokens are not nested
+ *  and nothing escapes a delimiter.
  *
  *  To read all tokens, go on from each result:
  *
@@ -15,11 +15,12 @@
  *        ...
  *
  *  Corners a caller must know:
- *  - get_delimited_token_in_string() finds a token behind others only when these are all empty.
- *  - count_delimited_tokens_in_string() counts delimiters in 16 bits, signed: from 32,768 on its result
- *    is negative or starts again.
+ *  - get_delimited_token_in_string() finds a token after others only when these are all empty.
+ *  - count_delimited_tokens_in_string() counts delimiters in 16 bits, signed: from 32,768 on its
+ *    result is negative or starts again.
  *
- *  Results point into the caller's text. Threads: safe, all of them.
+ *  Results point into the caller's text, of which nothing is read after a closing delimiter that
+ *  ends a token. Threads: safe, all of them.
  */
 #ifndef ORLA_TOKEN_H
 #define ORLA_TOKEN_H
@@ -30,17 +31,18 @@ ORLA_BEGIN_DECLS
 
 /** Reads the first token of a text.
  *
- *  With an `out_size` of 0 or less nothing is copied and no character of the token is passed over: the
- *  call succeeds on an empty token only.
+ *  With an `out_size` of 0 or less nothing is copied and no character of the token is passed over:
+ *  the call succeeds on an empty token only.
  *
  *  @param[in]  text       cstr.
  *  @param[in]  delimiter  byte other than zero.
- *  @param[out] out        optional when `out_size` is 0 or less; else char[out_size], always terminated.
+ *  @param[out] out        optional when `out_size` is 0 or less; else char[out_size], always
+ *                         terminated.
  *  @param[in]  out_size   bytes of `out`, the terminator counted.
- *  @return     position behind the closing delimiter, where the next search starts; null when the text
- *              has no token or when the token does not fit.
- *  Errors: without an opening delimiter `out` is the empty string; without a closing one, or when the
- *  token does not fit, `out` holds as many of its characters as fit.
+ *  @return     position after the closing delimiter, where the next search starts; null when the
+ *              text has no token or when the token does not fit.
+ *  Errors: without an opening delimiter `out` is the empty string; without a closing one, or when
+ *  the token does not fit, `out` holds as many of its characters as fit.
  *  Threads: safe.
  */
 ORLA_EXPORT const char *get_first_delimited_token_in_string(const char *text, char delimiter,
@@ -64,8 +66,8 @@ ORLA_EXPORT const char *get_delimited_token_in_string(const char *text, short in
  *
  *  @param[in] text       cstr.
  *  @param[in] delimiter  byte other than zero.
- *  @return    half the number of delimiters, that number taken as 16 bits, signed: right up to 32,767
- *             delimiters, negative from 32,768 to 65,534, and so on.
+ *  @return    half the number of delimiters, that number taken as 16 bits, signed: right up to
+ *             32,767 delimiters, negative from 32,768 to 65,534, and so on.
  *  Errors: none. Threads: safe.
  */
 ORLA_EXPORT short count_delimited_tokens_in_string(const char *text, char delimiter) ORLA_NOEXCEPT;

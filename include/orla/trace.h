@@ -1,10 +1,10 @@
 /** @file
  *  Trace writer: the library's one diagnostic channel.
  *
- *  A program formats one message and hands it to TavTrace(), which appends it, stamped with the local
- *  date, the time of day and the process id, to the file that the environment variable `K7LOG_PATH`
- *  names. It is a diagnostic aid, not a log of record: nothing is locked and no failure is reported to
- *  the caller.
+ *  A program formats one message and hands it to TavTrace(), which appends it to the file that the
+ *  environment variable `K7LOG_PATH` names, stamped with the local date, the time of day and the
+ *  process id. It is a diagnostic aid, not a log of record: no line waits for a lock, and no
+ *  failure is reported to the caller.
  *
  *  A line of the trace file:
  *
@@ -12,23 +12,36 @@
  *      date        time    pid  message
  *
  *  Once the file has grown past ORLA_TRACE_ROTATION_SIZE bytes it is renamed to its path with ".1"
- *  behind it, in place of an earlier one, and the next line starts a new file.
+ *  after it, in place of an earlier one, and the next line starts a new file. Processes may share a
+ *  trace file: it is renamed by one of them, and the others go on in the new file with their next
+ *  lines.
  *
- *  | environment variable | read                         | effect                                      |
- *  | -------------------- | ---------------------------- | ------------------------------------------- |
- *  | `K7LIB_VERB`         | when the library is loaded   | "y" or "Y" first: ::orlalib_verbose is 255  |
- *  | `K7THR_VERB`         | when the library is loaded   | "y" or "Y" first: ::orlathr_verbose is 255  |
- *  | `K7LOG_PATH`         | at every call                | path of the trace file; unset: the bare message goes to standard output |
+ *  | variable     | read                       | effect                                       |
+ *  | ------------ | -------------------------- | -------------------------------------------- |
+ *  | `K7LIB_VERB` | when the library is loaded | "y" or "Y" first: ::orlalib_verbose is 255   |
+ *  | `K7THR_VERB` | when the library is loaded | "y" or "Y" first: ::orlathr_verbose is 255   |
+ *  | `K7LOG_PATH` | at every call              | path of the trace file; where it is not set, |
+ *  |              |                            | the bare message goes to standard output     |
+ *
+ *  Any other value, or none, leaves a switch as it is. In a process that runs with another user's
+ *  rights (set-user-ID and the like) all three count as not set.
  *
  *  Corners a caller must know:
- *  - A trace file is created with the process's file-creation mask at 0, so anybody may read and write
- *    it; when it cannot be opened, the mask stays 0.
- *  - An open file is not looked at again: after a change of `K7LOG_PATH` lines keep going to the old
- *    file until a close request, and a rotation moves the file at the new path.
+ *  - A trace file is created with the process's file-creation mask at 0, so anybody may read and
+ *    write it; when it cannot be opened, the mask stays 0.
+ *  - After a change of `K7LOG_PATH`, lines keep going to the open file until a close request or a
+ *    rotation, and a rotation renames the file at the new path.
  *  - On standard output a message that ends in a line feed is followed by an empty line.
+ *  - Where summer time is half an hour (Lord Howe Island), lines of the last half hour of a summer
+ *    day carry the date of the next.
+ *  - A process that traces nothing through two rotations by others writes its next line to a file
+ *    that is gone.
+ *  - A library that is closed with dlclose() while the trace file is open leaves its descriptor
+ *    open: send the close request first.
+ *  - A 32-bit program cannot open a trace file over 2 GiB.
  *
- *  Threads: switches, buffer, stream and last stamp are plain globals; two threads that trace at the same time can
- *  mix their lines.
+ *  Threads: switches, buffer, stream and last stamp are plain globals; two threads that trace at
+ *  the same time can mix their lines. Signal handlers must not trace.
  */
 #ifndef ORLA_TRACE_H
 #define ORLA_TRACE_H
@@ -43,7 +56,7 @@
 
 ORLA_BEGIN_DECLS
 
-/** Library trace switch: 0 is off, 255 is what switching on stores. The library's services test it. */
+/** Library trace switch: 0 is off; switching on stores 255. The library's services test it. */
 ORLA_EXPORT extern int32_t orlalib_verbose;
 
 /** Thread trace switch, same values. TavTrace() writes when either switch is on. */
@@ -55,15 +68,17 @@ ORLA_EXPORT extern char statuslog[ORLA_STATUSLOG_SIZE];
 /** Writes one trace line, or closes the trace file.
  *
  *  Does nothing while both switches are 0. In the trace file "%%" in the message comes out as one
- *  percent sign and "%m" as the text of `errno`; any other "%" stands as it is. On standard output the
- *  message stands as it is throughout, followed by a line feed. No line end is added in the file: a
- *  message brings its own. A line reaches the file in one write, whatever its length; when the heap is
- *  exhausted, one over 2,048 characters is cut, its line end included.
+ *  percent sign and "%m" as the text of `errno`; any other "%" stands as it is. On standard output
+ *  the message stands as it is throughout, followed by a line feed. In the file no line end is
+ *  added: a message brings its own. A line reaches the file in one write, whatever its length; when
+ *  the heap is exhausted, one over 2,048 characters is cut, its line end included.
  *
  *  @param[in] message  optional cstr; null is the close request: the trace file is closed.
  *  Errors: a file that cannot be opened is named on standard error, at every call, and the line is
- *  lost. Every other failure is silent.
- *  Threads: shares the trace stream (serialise).
+ *  lost. Every other failure is silent. `errno` stays as it was. A line past the process's limit of
+ *  file sizes raises SIGXFSZ. With a FIFO as the trace file, opening waits for a reader, and a line
+ *  that nobody reads any more raises SIGPIPE.
+ *  Threads: shares the trace stream (serialise); not for signal handlers.
  */
 ORLA_EXPORT void TavTrace(char *message) ORLA_NOEXCEPT;
 

@@ -1,35 +1,43 @@
 /** @file
- *  UUIDs: 16-byte identifiers made from the time of day and a host identifier, their text, their order
- *  and their hash.
+ *  UUIDs: 16-byte identifiers made from the time of day and a host identifier, their text, their
+ *  order and their hash.
  *
- *  The record has the layout of the Network Computing System; it is not that of RFC 4122, and neither is
- *  the text. Nothing is kept from one call to the next but the host's address: no counter, no clock
- *  sequence, no lock.
+ *  The record has the layout of the Network Computing System; it is not that of RFC 4122, and
+ *  neither is the text. Nothing is kept from one call to the next but the host's address: no
+ *  counter, no clock sequence, no lock.
  *
  *      d0f7b2fc0064.82.0a.00.02.03.00.00.00
  *      |       |    |  |              |
- *      |       |    |  |              reserved, its low byte first; where it is 0, host bytes 5 and 6
+ *      |       |    |  |              reserved, its low byte first;
+ *      |       |    |  |              where it is 0, host bytes 5 and 6
  *      |       |    |  host bytes 0 to 4; the first four are the host identifier
  *      |       |    family: the class code of the host identifier, 0x80 added
  *      |       time_low, 4 digits
  *      time_high, 8 digits
  *
  *  Corners a caller must know:
- *  - Two calls of orla_uuid_gen() on one host within the same 4 microseconds give identical records. A
- *    caller that needs distinct ones in quick succession spaces its calls.
- *  - So may two calls 213,568 microseconds apart on both sides of the turn of a second, where `time_low`
- *    starts anew while `time_high` stays: about one in 25, where one is made in every tick. A caller
- *    that needs distinct ones compares with those made since `time_high` last changed.
- *  - `time_high` advances every 65535 ticks of 4 microseconds, not every 65536, and `time_low` is the
- *    tick within the second modulo 65536: the two are not one 48-bit count.
- *  - `time_high` is kept modulo 2^32. It restarted from 0 at 2015-09-05 01:12:06.973440 UTC, so a record
- *    made before that compares greater than one made after it. So does one made before 2048-01-19
- *    03:14:08 UTC, from when on the seconds since 1980 count as negative.
+ *  - Two calls of orla_uuid_gen() on one host within the same 4 microseconds give identical
+ *    records. A loop that makes one in 40 nanoseconds makes each a hundred times. Two calls at
+ *    unrelated moments of one second give the same record once in 250,000 times; of 100 such calls,
+ *    some two do in 2 seconds of 100, of 589 in every other second. A caller that needs distinct
+ *    records in quick succession spaces its calls.
+ *  - Two calls 213,568 microseconds apart, before and after the start of a second, may give
+ *    identical records too: `time_low` starts anew there while `time_high` may stay. Where a record
+ *    is made in every tick of 4 microseconds, 1 in 25 is equal to an earlier one. A caller that
+ *    needs distinct records compares each with those made since `time_high` last changed.
+ *  - `time_high` advances every 65535 ticks of 4 microseconds, not every 65536, and `time_low` is
+ *    the tick within the second modulo 65536: the two are not one 48-bit count.
+ *  - `time_high` goes back at three moments: at 2015-09-05 01:12:06.973440 and 2080-06-03
+ *    05:16:08.764424 UTC to 0, as it is kept modulo 2^32; at 2048-01-19 03:14:08 UTC to 0x17B617B7,
+ *    as the seconds since 1980 count as negative from then on. Near these, a record made before
+ *    compares greater than one made after. Records made between the same two of them compare in the
+ *    order of time when they were made 262,140 microseconds apart or more; closer ones may not, as
+ *    `time_low` starts anew meanwhile.
  *  - Where no host identifier can be had, the address of the record stands in for it.
  *  - Decoding puts the last two bytes of a text into `reserved`, never into host bytes 5 and 6.
  *
- *  Threads: every function is safe, and none changes `errno`. ::orla_uuid_host_provider is set before
- *  other threads generate.
+ *  Threads: every function is safe, and none changes `errno`. ::orla_uuid_host_provider is set
+ *  before other threads generate.
  */
 #ifndef ORLA_UUID_H
 #define ORLA_UUID_H
@@ -68,12 +76,13 @@ ORLA_EXPORT extern const k7_uuid__t k7_uuid__nil;
 /** The host-identifier provider that orla_uuid_gen() asks, once per record; null at load.
  *
  *  A program may point it at a function of its own, which stores the identifier of this host, and a
- *  class code that says what kind of identifier it is. Identifier 0 means that there is none. What the
- *  function does not store counts as 0. It must not let an exception escape.
+ *  class code that says what kind of identifier it is. Identifier 0 means that there is none. What
+ *  the function does not store counts as 0. It must not let an exception escape.
  *
- *  While the pointer is null the library answers: the first IPv4 address of an interface that is up and
- *  not a loopback, so 10.0.2.3 is 0x0A000203, with class code 2 (#ORLA_UUID_CLASS_IPV4); identifier 0
- *  where there is no such address. The system is asked once per process, at the first record.
+ *  While the pointer is null the library answers: the first IPv4 address of an interface that is up
+ *  and not a loopback, so 10.0.2.3 is 0x0A000203, with class code 2 (#ORLA_UUID_CLASS_IPV4);
+ *  identifier 0 where there is no such address. The system is asked once per process, at the first
+ *  record.
  */
 ORLA_EXPORT extern void (*orla_uuid_host_provider)(uint32_t *identifier, uint16_t *class_code);
 
@@ -81,16 +90,18 @@ ORLA_EXPORT extern void (*orla_uuid_host_provider)(uint32_t *identifier, uint16_
  *
  *  @param[out] uuid  record, all 16 bytes are written.
  *  Errors: none. A clock that does not answer counts as 1970-01-01 00:00:00 UTC; without a host
- *  identifier host bytes 0 to 3 are the low 32 bits of the address of `*uuid`, as they lie in memory.
+ *  identifier host bytes 0 to 3 are the low 32 bits of the address of `*uuid`, as they lie in
+ *  memory.
  *  Threads: safe.
  */
 ORLA_EXPORT void orla_uuid_gen(k7_uuid__t *uuid) ORLA_NOEXCEPT;
 
 /** Writes a UUID as text: lower-case hexadecimal digits and dots.
  *
- *  The last two bytes are `reserved`, its low byte first, when it is not 0, else host bytes 5 and 6.
+ *  The last two bytes are `reserved`, its low byte first, when it is not 0, else host bytes 5 and
+ *  6.
  *
- *  @param[in]  uuid  record.
+ *  @param[in]  uuid  record; may lie in the buffer of the text.
  *  @param[out] text  char[37], always terminated.
  *  @return     characters written, always 36.
  *  Errors: none. Threads: safe.
@@ -99,18 +110,19 @@ ORLA_EXPORT int orla_uuid_encode(const k7_uuid__t *uuid, char *text) ORLA_NOEXCE
 
 /** Reads a UUID from text.
  *
- *  The text is read as `sscanf` reads "%8lx%4hx.%2hx.%2hx.%2hx.%2hx.%2hx.%2hx.%2hx.%2hx", with the freedom
- *  that comes with it: either letter case, white space before a number, signs, "0x", fewer digits where
- *  a dot ends the number, and anything behind the tenth number. Of each two-digit number the low byte
- *  counts, except that a sign in the last two shows in all 16 bits of `reserved`.
+ *  The text is read as `sscanf` reads "%8lx%4hx.%2hx.%2hx.%2hx.%2hx.%2hx.%2hx.%2hx.%2hx", with the
+ *  freedom that comes with it: either letter case, white space before a number, signs, "0x", fewer
+ *  digits where a dot ends the number, and anything after the tenth number. Of each two-digit
+ *  number the low byte counts. The ninth alone counts with all its 16 bits: "-1" there makes
+ *  `reserved` 0xFFFF.
  *
- *  Encoding and decoding give the record back unless its host byte 5 or 6 is not 0 while `reserved` is:
- *  those bytes come back in `reserved`.
+ *  Encoding and decoding give the record back unless its host byte 5 or 6 is not 0 while `reserved`
+ *  is: those bytes come back in `reserved`.
  *
  *  @param[in]  text    cstr.
- *  @param[out] uuid    record, all 16 bytes are written.
- *  @param[out] status  0, or 0xFFFFFFFF (#ORLA_UUID_MALFORMED) when fewer than ten numbers can be read;
- *                      `*uuid` is then left as it was.
+ *  @param[out] uuid    record, all 16 bytes are written; may lie over the text.
+ *  @param[out] status  stored before the record: 0, or 0xFFFFFFFF (#ORLA_UUID_MALFORMED) when fewer
+ *                      than ten numbers can be read; `*uuid` is then left as it was.
  *  Threads: safe.
  */
 ORLA_EXPORT void orla_uuid_decode(const char *text, k7_uuid__t *uuid,
@@ -124,8 +136,8 @@ ORLA_EXPORT void orla_uuid_decode(const char *text, k7_uuid__t *uuid,
  */
 ORLA_EXPORT void orla_reserved_uuid_gen(k7_uuid__t *uuid, uint16_t number) ORLA_NOEXCEPT;
 
-/** Makes a UUID of the reserved space from its parts: family 0x99, the reserved host, host bytes 4 to 6
- *  zero.
+/** Makes a UUID of the reserved space from its parts: family 0x99, the reserved host, host bytes 4
+ *  to 6 zero.
  *
  *  @param[out] uuid       record, all 16 bytes are written.
  *  @param[in]  time_high  as it is to stand in the record.
@@ -136,14 +148,16 @@ ORLA_EXPORT void orla_reserved_uuid_gen(k7_uuid__t *uuid, uint16_t number) ORLA_
 ORLA_EXPORT void orla_reserved_uuid_inflate(k7_uuid__t *uuid, uint32_t time_high, uint16_t time_low,
                                             uint16_t number) ORLA_NOEXCEPT;
 
-/** Orders two UUIDs: by `time_high`, `time_low`, `reserved` and `family` as unsigned numbers, then by
- *  the seven host bytes.
+/** Orders two UUIDs: by `time_high`, `time_low`, `reserved` and `family` as unsigned numbers, then
+ *  by the seven host bytes.
  *
- *  The order is the same on every host. It is that of time only within one round of `time_high`.
+ *  The order is the same on every host. How far it is that of time stands at the top of this
+ *  header.
  *
  *  @param[in] a  record.
  *  @param[in] b  record.
- *  @return    negative, zero or positive, as a is before, equal to or behind b. Use the sign alone.
+ *  @return    negative, zero or positive, as a comes before b, is equal to it or comes after it.
+ *             Use the sign alone.
  *  Errors: none. Threads: safe.
  */
 ORLA_EXPORT int orla_uuid_cmp(const k7_uuid__t *a, const k7_uuid__t *b) ORLA_NOEXCEPT;
@@ -159,8 +173,8 @@ ORLA_EXPORT int orla_uuid_equal(const k7_uuid__t *a, const k7_uuid__t *b) ORLA_N
 
 /** Hashes a UUID into one of `modulus` buckets.
  *
- *  Only 16 bits are hashed, so no bucket past 65535 is ever named. The words of the record are taken in
- *  the byte order of the host: a hash does not travel to hosts of the other order.
+ *  Only 16 bits are hashed, so no bucket past 65535 is ever named. The words of the record are
+ *  taken in the byte order of the host: a hash does not travel to hosts of the other order.
  *
  *  @param[in] uuid     record.
  *  @param[in] modulus  1 or more. Not checked: 0 is a division fault.

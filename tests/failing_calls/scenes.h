@@ -1,5 +1,5 @@
-// How each exported function is called where its calls of the C library are made to fail, and what is told
-// of what came of it.
+// How each exported function is called while its calls of the C library are made to fail, and how the
+// outcome is put into words.
 
 #ifndef ORLA_TESTS_FAILING_CALLS_SCENES_H
 #define ORLA_TESTS_FAILING_CALLS_SCENES_H
@@ -317,7 +317,12 @@ inline std::string parsed(Scene &scene, const char *text) {
   return result == 0 ? told(result, year, month, day) : told(result);
 }
 
-inline std::string parsed_canonical(Scene &scene) { return parsed(scene, "01/02/2007"); }
+// Not the first text of the process, which the C library always reads.
+inline std::string parsed_canonical(Scene &scene) {
+  std::uint16_t date;
+  string_to_date("01/02/2007", &date);
+  return parsed(scene, "01/02/2007");
+}
 inline std::string parsed_short(Scene &scene) { return parsed(scene, "1/2/2007"); }
 
 inline std::string parsed_old(Scene &scene, const char *text) {
@@ -408,6 +413,7 @@ inline std::string state_of_target(const Scene &scene) {
   for (const std::string &rewritten : {kNew, in_place_of_old(long_profile())})
     if (text == rewritten) return "new";
   if (text == kEntryAlone) return "entry alone";
+  if (text.substr(0, text.find('\xFF')) == kNew) return "new, the rest hidden";
   return text.empty() ? "empty" : testing::PrintToString(text);
 }
 
@@ -470,7 +476,7 @@ inline std::string read_string(Scene &scene) {
   return told(length, text);
 }
 
-inline std::string path_in_force(Scene &scene) {
+inline std::string profile_in_force(Scene &scene) {
   const std::string named = scene.folder.write("f", kOld);
   const WithVariable variable("ORLA_CONFIG", named.c_str());
   char path[ORLA_PROFILE_PATH_SIZE];
@@ -493,12 +499,29 @@ inline std::string temporary_name(Scene &scene) {
   return told(result, scene.temporary_files_left() == 1 ? "created" : "nothing");
 }
 
-inline std::string copy(Scene &scene) {
-  const std::string from = scene.folder.write("from", kNew);
-  const std::string to = scene.folder.write("f", kOld);
+inline std::string copy_between(Scene &scene, const std::string &from, const std::string &to) {
   const int result =
       scene.calls_of_the_library([&] { return copy_file(from.c_str(), to.c_str()); });
   return told(result, state_of_target(scene));
+}
+
+inline std::string copy(Scene &scene) {
+  return copy_between(scene, scene.folder.write("from", kNew), scene.folder.write("f", kOld));
+}
+
+inline std::string copy_over_longer(Scene &scene) {
+  return copy_between(scene, scene.folder.write("from", kNew),
+                      scene.folder.write("f", kOldAndLarger));
+}
+
+inline std::string copy_onto_itself(Scene &scene) {
+  const std::string path = scene.folder.write("f", kOld);
+  return copy_between(scene, path, path);
+}
+
+inline std::string copy_long(Scene &scene) {
+  const std::string text = in_place_of_old(long_profile());
+  return copy_between(scene, scene.folder.write("from", text), scene.folder.write("f", kOld));
 }
 
 // Loader.

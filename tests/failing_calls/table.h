@@ -1,10 +1,10 @@
-// What comes of every exported function when a call that it makes of the C library fails: every call, at
-// every place.
+// What every exported function does when a call that it makes of the C library fails: every call,
+// at every place.
 //
-// A function has a case, or several where it goes several ways. A case says what comes of it as long as
-// nothing fails, and lists all the calls made on that way: with which error numbers each is made to fail,
-// and what comes of it when it fails the first time it is made, the second time, and so on. What is kept
-// although it should have been given back would stand behind it: ", keeps 1 descriptor".
+// A function has a case, or several where it goes several ways. A case gives the outcome as long as
+// nothing fails, and lists all the calls made on that way: with which error numbers each is made to
+// fail, and the outcome when it fails the first time it is made, the second time, and so on. What
+// is kept although it should have been given back follows the outcome: ", keeps 1 descriptor".
 
 #ifndef ORLA_TESTS_FAILING_CALLS_TABLE_H
 #define ORLA_TESTS_FAILING_CALLS_TABLE_H
@@ -42,8 +42,8 @@ inline std::vector<std::string> both(const char *outcome) { return times(2, outc
 
 inline const std::vector<int> kAnyError = {EIO, ENOMEM};
 inline const std::vector<int> kNoMemory = {ENOMEM};
-inline const std::vector<int> kCannotOpen = {EACCES, ENOENT, EIO};
-inline const std::vector<int> kCannotOpenNow = {EMFILE, ENFILE, ENOMEM, EINTR};
+inline const std::vector<int> kCannotOpen = {EACCES, ENOENT, EPERM};
+inline const std::vector<int> kCannotOpenNow = {EMFILE, ENFILE, ENOMEM, EINTR, EIO, ESTALE};
 inline const std::vector<int> kCannotWrite = {ENOSPC, EDQUOT, EIO, kNothing};
 inline const std::vector<int> kPassing = {EINTR, kShort};
 
@@ -223,16 +223,48 @@ inline const std::vector<Case> &table() {
     {"copy_file", "", copy, "0, new", {
       {"open", kCannotOpen, {"1, old", "1, empty"}},
       {"open", kCannotOpenNow, {"1, old", "1, empty"}},
+      // Of both, to see whether they are the same, and of the destination once more.
+      {"statx", {EIO, ENOSYS}, times(3, "0, new")},
       {"read", {EIO}, {"0, empty", "0, new"}},
       {"read", kPassing, both("0, new")},
       {"write", kCannotWrite, {"0, empty"}},
       {"write", kPassing, {"0, new"}},
       {"close", {EIO, EINTR}, both("0, new")},
     }},
+    {"copy_file", "over a longer file", copy_over_longer, "0, new", {
+      {"open", kCannotOpen, {"1, old", "1, empty"}},
+      // Without the size of the destination its rest is not hidden, but it is cut off.
+      {"statx", {EIO, ENOSYS}, times(3, "0, new")},
+      {"read", {EIO}, {"0, empty", "0, new"}},
+      {"read", kPassing, both("0, new")},
+      {"write", kCannotWrite, {"0, empty"}},
+      {"write", kPassing, {"0, new"}},
+      {"ftruncate64", {EIO}, {"0, new, the rest hidden"}},
+      {"ftruncate64", {EINTR}, {"0, new"}},
+      {"close", {EIO, EINTR}, both("0, new")},
+    }},
+    {"copy_file", "onto itself", copy_onto_itself, "0, empty", {
+      {"open", kCannotOpen, {"1, old", "1, empty"}},
+      // Unknown for the same, it is copied as it stands.
+      {"statx", {EIO, ENOSYS}, both("0, old")},
+      {"ftruncate64", {EIO}, {"0, old"}},
+      {"ftruncate64", {EINTR}, {"0, empty"}},
+      {"close", {EIO, EINTR}, both("0, empty")},
+    }},
+    {"copy_file", "of a long file", copy_long, "0, new", {
+      {"open", kCannotOpen, {"1, old", "1, empty"}},
+      {"statx", {EIO, ENOSYS}, times(3, "0, new")},
+      {"read", {EIO}, {"0, empty", "0, new"}},
+      {"read", kPassing, both("0, new")},
+      {"write", kCannotWrite, {"0, empty"}},
+      {"write", kPassing, {"0, new"}},
+      {"realloc", kNoMemory, {"0, new"}},
+      {"close", {EIO, EINTR}, both("0, new")},
+    }},
     {"create_temporary_name", "", temporary_name, "0, created", {
       {"mkstemp", {EMFILE, ENOSPC, EACCES}, {"1, nothing"}},
     }},
-    {"orla_cfg_file", "", path_in_force, "named, 1", {
+    {"orla_cfg_file", "", profile_in_force, "named, 1", {
       {"open", kCannotOpen, {ORLA_DEFAULT_PROFILE_PATH ", 0"}},
       {"open", kCannotOpenNow, {ORLA_DEFAULT_PROFILE_PATH ", 0"}},
       {"close", {EIO}, {"named, 1"}},
@@ -266,11 +298,13 @@ inline const std::vector<Case> &table() {
     }},
     {"orla_cfg_write_private_profile_string", "a new file", write_new_profile, "1, entry alone", {
       {"mkstemp", {EMFILE, ENOSPC, EACCES}, {"0, no file"}},
+      // Temporary, target, target to be created.
       {"open", kCannotOpen, {"0, no file, temporary left", "1, entry alone", "0, no file"}},
       {"open", kCannotOpenNow, {"0, no file, temporary left", "0, no file", "0, no file"}},
       {"write", kCannotWrite, {"0, empty"}},
       {"write", kPassing, {"1, entry alone"}},
       {"close", {EIO, ENOSPC}, {"1, entry alone", "0, entry alone"}},
+      {"truncate", {EIO}, {"1, entry alone"}},
       {"unlink", {EACCES}, {"1, entry alone, temporary left"}},
     }},
     {"orla_cfg_write_private_profile_string", "a larger text", write_larger_profile, "1, new", {
@@ -284,23 +318,29 @@ inline const std::vector<Case> &table() {
       // To the temporary copy, to the target.
       {"write", kCannotWrite, {"0, old", "1, empty"}},
       {"write", kPassing, both("1, new")},
-      {"statx", {EIO, ENOSYS}, {"1, new"}},
-      // Target, temporary, temporary, target, target for its room.
+      // Of the target for its room, and those of copy_file().
+      {"statx", {EIO, ENOSYS}, times(4, "1, new")},
+      // Target, temporary, target for its room, temporary, target.
       {"close", {EIO, ENOSPC}, {"1, new", "0, old", "1, new", "1, new", "1, new"}},
       {"fallocate64", {ENOSPC, EDQUOT, EFBIG, EIO}, {"0, old"}},
       {"fallocate64", {EOPNOTSUPP, ENOSYS, EINTR}, {"1, new"}},
+      {"truncate", {EIO}, {"1, new"}},
       {"unlink", {EACCES}, {"1, new, temporary left"}},
     }},
     {"orla_cfg_write_private_profile_string", "a smaller text", write_smaller_profile, "1, new", {
       {"mkstemp", {EMFILE, ENOSPC, EACCES}, {"0, old"}},
       // Temporary, target, target for the copy, temporary.
       {"open", kCannotOpen, {"0, old, temporary left", "1, entry alone", "0, old", "0, empty"}},
+      {"open", kCannotOpenNow, {"0, old, temporary left", "0, old", "0, old", "0, empty"}},
       {"read", {EIO}, {"0, old", "0, old", "1, empty", "1, new"}},
       {"read", kPassing, times(4, "1, new")},
       {"write", kCannotWrite, {"0, old", "1, empty"}},
       {"write", kPassing, both("1, new")},
-      {"statx", {EIO, ENOSYS}, {"1, new"}},
+      {"statx", {EIO, ENOSYS}, times(4, "1, new")},
+      {"ftruncate64", {EIO}, {"1, new, the rest hidden"}},
+      {"ftruncate64", {EINTR}, {"1, new"}},
       {"close", {EIO, ENOSPC}, {"1, new", "0, old", "1, new", "1, new"}},
+      {"truncate", {EIO}, {"1, new"}},
       {"unlink", {EACCES}, {"1, new, temporary left"}},
     }},
     {"orla_cfg_write_private_profile_string", "a long file", write_long_profile, "1, new", {
@@ -310,10 +350,12 @@ inline const std::vector<Case> &table() {
       {"read", kPassing, times(5, "1, new")},
       {"write", kCannotWrite, {"0, old", "1, empty"}},
       {"write", kPassing, both("1, new")},
-      {"realloc", kNoMemory, {"1, new"}},
-      {"statx", {EIO}, {"1, new"}},
+      // For the lines, for the new text, for the copy.
+      {"realloc", kNoMemory, times(3, "1, new")},
+      {"statx", {EIO}, times(4, "1, new")},
       {"close", {EIO}, {"1, new", "0, old", "1, new", "1, new", "1, new"}},
       {"fallocate64", {ENOSPC}, {"0, old"}},
+      {"truncate", {EIO}, {"1, new"}},
       {"unlink", {EACCES}, {"1, new, temporary left"}},
     }},
     {"orla_cfg_write_private_profile_string", "without room", write_without_room, "0, old", {
@@ -324,6 +366,7 @@ inline const std::vector<Case> &table() {
       {"statx", {EIO}, both("0, old")},
       {"ftruncate64", {EIO, EINTR}, {"0, old"}},
       {"close", {EIO}, times(3, "0, old")},
+      {"truncate", {EIO}, {"0, old"}},
       {"unlink", {EACCES}, {"0, old, temporary left"}},
     }},
     {"orla_i_cfg_read_line", "", read_line, "1, ab", {{"getc", {EIO}, {"0, ", "0, a", "0, ab"}}}},
@@ -358,8 +401,15 @@ inline const std::vector<Case> &table() {
       {"fwrite", {kShort}, {"rotated, without it"}},
       {"fstat", {EIO}, {"goes on, with it, earlier"}},
       {"fstat", {EOVERFLOW}, {"rotated, with it"}},
-      {"fclose", {EIO, ENOSPC}, {"rotated, with it"}},
+      {"open", {EMFILE, EACCES, ENOENT}, {"rotated, with it"}},
+      {"flock", {EWOULDBLOCK, EINTR}, {"goes on, with it, earlier"}},
+      {"flock", {ENOLCK, EOPNOTSUPP, ENOSYS}, {"rotated, with it"}},
+      // Of the open file, of the predecessor.
+      {"statx", {EIO, ENOSYS}, both("rotated, with it")},
+      {"statx", {ESTALE}, {"rotated, with it", "goes on, with it, earlier"}},
       {"rename", {EACCES, ENOSPC}, {"goes on, with it, earlier"}},
+      {"close", {EIO}, {"rotated, with it"}},
+      {"fclose", {EIO, ENOSPC}, {"rotated, with it"}},
     }},
     // The record of fstat() does not hold such times.
     {"TavTrace", "past the limit in 2040", trace_past_the_limit_in_2040, "rotated, with it", {
@@ -369,8 +419,12 @@ inline const std::vector<Case> &table() {
       {"localtime", {EOVERFLOW}, {"rotated, with it"}},
       {"fwrite", {ENOSPC}, {"goes on, without it, earlier"}},
       {"lseek", {ESPIPE}, {"goes on, with it, earlier"}},
-      {"fclose", {EIO}, {"rotated, with it"}},
+      {"open", {EMFILE}, {"rotated, with it"}},
+      {"flock", {EWOULDBLOCK}, {"goes on, with it, earlier"}},
+      {"statx", {EIO}, both("rotated, with it")},
       {"rename", {EACCES}, {"goes on, with it, earlier"}},
+      {"close", {EIO}, {"rotated, with it"}},
+      {"fclose", {EIO}, {"rotated, with it"}},
     }},
     {"TavTrace", "into a file that does not open", trace_that_does_not_open, "complains, no trace", {
       {"fprintf", {EIO}, {"no trace"}},

@@ -15,7 +15,8 @@ extern Fake<int(timeval *, void *)> fake_gettimeofday;
 extern Fake<std::tm *(const std::time_t *)> fake_localtime;
 extern Fake<std::tm *(const std::time_t *)> fake_gmtime;
 
-// The kernel's 64-bit clock: what the C library's function for it fills, and that function's result.
+// The kernel's 64-bit clock: what the C library's function for it fills, and that function's
+// result.
 struct ClockReading {
   std::int64_t seconds;
   long nanoseconds;
@@ -31,8 +32,8 @@ class ClockAt {
   With<std::time_t(std::time_t *)> time_;
 };
 
-// A 32-bit host after 2038-01-19 03:14:07 UTC: time() and gettimeofday() fail with EOVERFLOW and only
-// the kernel's clock knows the moment.
+// A 32-bit host after 2038-01-19 03:14:07 UTC: time() and gettimeofday() fail with EOVERFLOW and
+// only the kernel's clock knows the moment.
 class ClockPast2038 {
  public:
   explicit ClockPast2038(std::int64_t now, long nanoseconds = 0);

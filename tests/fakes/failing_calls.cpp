@@ -12,6 +12,7 @@
 #include <orla/inventory.h>
 #include <orla/loader.h>
 #include <pwd.h>
+#include <sys/file.h>
 #include <sys/ioctl.h>
 #include <sys/klog.h>
 #include <sys/stat.h>
@@ -43,15 +44,53 @@ struct KernelTimespec {
 namespace {
 
 // One for each function at the end of this file.
-constexpr const char *kNames[] = {
-    KERNEL_CLOCK_NAME, "close",       "ctime",       "dlclose",  "dlerror", "dlopen",
-    "dlsym",           "fallocate64", "fclose",      "fgets",    "fileno",  "fopen",
-    "fprintf",         "fstat",       "ftruncate64", "fwrite",   "getc",    "geteuid",
-    "getgrgid",        "getifaddrs",  "getpwuid",    "gmtime",   "ioctl",   "get_nprocs_conf",
-    "gettimeofday",    "klogctl",     "localtime",   "lseek",    "malloc",  "mkstemp",
-    "mktime",          "open",        "printf",      "read",     "realloc", "rename",
-    "sscanf",          "statx",       "strftime",    "strptime", "sysinfo", "time",
-    "uname",           "unlink",      "write"};
+constexpr const char *kNames[] = {KERNEL_CLOCK_NAME,
+                                  "close",
+                                  "ctime",
+                                  "dlclose",
+                                  "dlerror",
+                                  "dlopen",
+                                  "dlsym",
+                                  "fallocate64",
+                                  "fclose",
+                                  "fgets",
+                                  "fileno",
+                                  "flock",
+                                  "fopen",
+                                  "fprintf",
+                                  "fstat",
+                                  "ftruncate64",
+                                  "fwrite",
+                                  "get_nprocs_conf",
+                                  "getc",
+                                  "geteuid",
+                                  "getgrgid",
+                                  "getifaddrs",
+                                  "getpwuid",
+                                  "gettimeofday",
+                                  "gmtime",
+                                  "ioctl",
+                                  "klogctl",
+                                  "localtime",
+                                  "lseek",
+                                  "malloc",
+                                  "mkstemp",
+                                  "mktime",
+                                  "open",
+                                  "printf",
+                                  "read",
+                                  "realloc",
+                                  "rename",
+                                  "sscanf",
+                                  "statx",
+                                  "strftime",
+                                  "strptime",
+                                  "sysinfo",
+                                  "time",
+                                  "truncate",
+                                  "uname",
+                                  "unlink",
+                                  "write"};
 
 struct Call {
   int made = 0;
@@ -457,6 +496,11 @@ int fstat(int descriptor, struct stat *out) noexcept {
   return call.fails() ? -1 : real<int(int, struct stat *)>("fstat")(descriptor, out);
 }
 
+int flock(int descriptor, int operation) noexcept {
+  INTERCEPTED("flock");
+  return call.fails() ? -1 : real<int(int, int)>("flock")(descriptor, operation);
+}
+
 int statx(int folder, const char *path, int flags, unsigned mask, struct statx *out) noexcept {
   INTERCEPTED("statx");
   if (call.fails()) return -1;
@@ -478,6 +522,11 @@ int fallocate64(int descriptor, int mode, off64_t offset, off64_t size) {
 int ftruncate64(int descriptor, off64_t size) noexcept {
   INTERCEPTED("ftruncate64");
   return call.fails() ? -1 : real<int(int, off64_t)>("ftruncate64")(descriptor, size);
+}
+
+int truncate(const char *path, off_t size) noexcept {
+  INTERCEPTED("truncate");
+  return call.fails() ? -1 : real<int(const char *, off_t)>("truncate")(path, size);
 }
 
 int mkstemp(char *name) {

@@ -16,13 +16,16 @@ constinit Fake<int(const char *)> fake_unlink("unlink");
 constinit Fake<int(char *)> fake_mkstemp("mkstemp");
 constinit Fake<int(int, int, off64_t, off64_t)> fake_fallocate("fallocate64");
 constinit Fake<int(int, off64_t)> fake_ftruncate("ftruncate64");
+constinit Fake<int(const char *, off_t)> fake_truncate("truncate");
 constinit Fake<int(int, const char *, int, unsigned, struct statx *)> fake_statx("statx");
 constinit Fake<void *(void *, std::size_t)> fake_realloc("realloc");
 
 MemoryFiles::MemoryFiles()
     : open_(fake_open, [this](const char *path, int flags, mode_t) { return open(path, flags); }),
       mkstemp_(fake_mkstemp, [this](char *name) { return create_temporary(name); }),
-      unlink_(fake_unlink, [this](const char *path) { return remove(path); }) {}
+      unlink_(fake_unlink, [this](const char *path) { return remove(path); }),
+      truncate_(fake_truncate,
+                [this](const char *path, off_t size) { return truncate(path, size); }) {}
 
 MemoryFiles::~MemoryFiles() {
   for (const auto &[path, descriptor] : files_)
@@ -71,6 +74,10 @@ int MemoryFiles::remove(const char *path) {
   return 0;
 }
 
+int MemoryFiles::truncate(const char *path, off_t size) {
+  return holds(path) ? ftruncate(files_.at(path), size) : -1;
+}
+
 extern "C" {
 
 int open(const char *path, int flags, ...) {
@@ -99,6 +106,7 @@ int unlink(const char *path) noexcept { return fake_unlink(path); }
 int mkstemp(char *name) { return fake_mkstemp(name); }
 
 int ftruncate64(int descriptor, off64_t size) noexcept { return fake_ftruncate(descriptor, size); }
+int truncate(const char *path, off_t size) noexcept { return fake_truncate(path, size); }
 int fallocate64(int descriptor, int mode, off64_t offset, off64_t size) {
   return fake_fallocate(descriptor, mode, offset, size);
 }

@@ -19,9 +19,10 @@ extern Fake<int(const char *path)> fake_unlink;
 extern Fake<int(char *name)> fake_mkstemp;
 extern Fake<int(int descriptor, int mode, off64_t offset, off64_t size)> fake_fallocate;
 extern Fake<int(int descriptor, off64_t size)> fake_ftruncate;
+extern Fake<int(const char *path, off_t size)> fake_truncate;
 extern Fake<int(int folder, const char *path, int flags, unsigned mask, struct statx *out)>
     fake_statx;
-extern Fake<void *(void *earlier, std::size_t size)> fake_realloc;  // the memory of long lines
+extern Fake<void *(void *earlier, std::size_t size)> fake_realloc;  // the memory of long texts
 
 // Files that stand in memory alone, for as long as the object lives: whatever is opened is one of them.
 // A file that is neither put nor created does not open.
@@ -43,11 +44,13 @@ class MemoryFiles {
  private:
   int create_temporary(char *name);
   int remove(const char *path);
+  int truncate(const char *path, off_t size);
 
   std::map<std::string, int> files_;  // descriptor of each
   With<int(const char *, int, mode_t)> open_;
   With<int(char *)> mkstemp_;
   With<int(const char *)> unlink_;
+  With<int(const char *, off_t)> truncate_;
 };
 
 #endif

@@ -14,8 +14,8 @@ const void *base_of(const void *code) {
   return dladdr(code, &where) != 0 ? where.dli_fbase : nullptr;
 }
 
-// The library itself, or this executable where the library's call was its last step, after which nothing
-// of the library is left to return to. Tests allocate through the C++ library.
+// The library itself, or this executable where the library's call was its last step, after which
+// nothing of the library is left to return to. Tests allocate through the C++ library.
 bool calls_for_the_library(const void *caller) {
   const void *base = base_of(caller);
   return base == base_of(dlsym(RTLD_DEFAULT, "wek_time_stamp")) ||

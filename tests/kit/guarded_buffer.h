@@ -1,4 +1,4 @@
-// A buffer with an unreadable page right behind its last byte: a write past the end ends the test.
+// A buffer with an unreadable page right after its last byte: a write past the end ends the test.
 
 #ifndef ORLA_TESTS_KIT_GUARDED_BUFFER_H
 #define ORLA_TESTS_KIT_GUARDED_BUFFER_H

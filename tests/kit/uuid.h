@@ -7,7 +7,6 @@
 
 #include <array>
 #include <cstdint>
-#include <cstdio>
 #include <cstring>
 #include <string>
 
@@ -31,18 +30,6 @@ inline k7_uuid__t filled(std::uint8_t byte) {
   UuidBytes bytes;
   bytes.fill(byte);
   return uuid_of(bytes);
-}
-
-// The text by formatted output, which is how it is described.
-inline std::string printed(const k7_uuid__t &uuid) {
-  const bool has_number = uuid.reserved != 0;
-  char text[ORLA_UUID_TEXT_SIZE];
-  std::snprintf(text, sizeof text, "%08lx%04x.%02x.%02x.%02x.%02x.%02x.%02x.%02x.%02x",
-                static_cast<unsigned long>(uuid.time_high), uuid.time_low, uuid.family,
-                uuid.host[0], uuid.host[1], uuid.host[2], uuid.host[3], uuid.host[4],
-                has_number ? uuid.reserved & 0xFF : uuid.host[5],
-                has_number ? uuid.reserved >> 8 : uuid.host[6]);
-  return text;
 }
 
 inline std::string text_of(const k7_uuid__t &uuid) {

@@ -1,8 +1,9 @@
 """The small changes that a source file can be given, one at a time.
 
-    find(file, text)  yields the mutants of a source, in the order of the text
+    find(file, text, reached)  yields the mutants of a source, in the order of the text
 
-Only what the i386 build compiles is changed: of the branches of a preprocessor condition the first.
+`reached` names the library's own functions that it reaches by their exported names. A call of one that is
+bound inside the library goes to an alias of the function, which bound_aliases() adds to its source. Only what the i386 build compiles is changed: of the branches of a preprocessor condition the first.
 Comments, strings, directives and static assertions stay as they are.
 """
 
@@ -27,7 +28,23 @@ CONDITION = re.compile(r"\b(?:if|while) \(")
 STATEMENT = re.compile(
     r"^\s*(?:if \(.*\) )?(?P<whole>(?:[\w:.\[\]]|->|\*)+(?: [-+|]?= .*|\(.*\));)$")
 JUMP = re.compile(r"^\s*(?:if \(.*\) )?(?P<whole>(?:break|continue);)$")
+# A local that is filled later: shared by all threads when it is static.
+LOCAL = re.compile(r"^ {2,}(?!return |using |goto |static |extern |typename )"
+                   r"(?P<whole>(?:struct )?[A-Za-z_][\w:]* \*?\w+(?:\[.*\])?(?: = \{\})?;)$")
+# Calls whose order shows: what they ask or change is outside of the function.
+ASKING = frozenset("""
+    close closedir copy_file count_physical_proc dlclose dlerror dlopen dlsym exit fclose fgets flock fopen fputs
+    freeifaddrs fstat ftruncate ftruncate64 get_nprocs_conf getenv secure_getenv getgid getgrgid getifaddrs getpid
+    getpwuid gettimeofday getuid gmtime HTSupported ht_os_cpus ioctl klogctl localtime lseek mkstemp mktime open
+    perror printf puts read rename setvbuf snprintf swap sysinfo TavTrace time tzset umask uname unlink write
+    orla_uuid_gen orla_slnk_free_library orla_slnk_free_library_id orla_slnk_load_library
+    configured_processors
+    """.split())
+CALL = re.compile(r"(?<![\w.>:])(?:std::|::)?(\w+)\(")
 NEVER_CHANGED = re.compile(r"^\s*(?:#|static_assert|namespace|using|template)")
+
+
+STATIC = "static local"  # only threads notice some of these
 
 
 @dataclasses.dataclass(frozen=True)
@@ -44,7 +61,7 @@ class Mutant:
         return self.file, self.line, self.change
 
 
-def find(file, text):
+def find(file, text, reached=()):
     code_lines = blank_what_is_not_code(text).split("\n")
     lines = text.split("\n")
     compiled = compiled_lines(lines)
@@ -54,11 +71,21 @@ def find(file, text):
             continue
         times_seen[lines[index].strip()] += 1
         again = times_seen[lines[index].strip()]
+        kind = f" (line {again} of its kind)" if again > 1 else ""
+
+        def mutant(change, changed, count=1, first=()):
+            text = "\n".join([*first, *lines[:index], *changed, *lines[index + count:]])
+            return Mutant(file, index + 1, lines[index].strip(), change + kind, text)
+
         for start, end, replacement, change in changes(code, lines[index]):
-            change += f" (line {again} of its kind)" if again > 1 else ""
-            changed = lines[index][:start] + replacement + lines[index][end:]
-            yield Mutant(file, index + 1, lines[index].strip(), change,
-                         "\n".join(lines[:index] + [changed] + lines[index + 1:]))
+            yield mutant(change, [lines[index][:start] + replacement + lines[index][end:]])
+        for match in CALL.finditer(code):
+            if match[1] in reached and code.startswith(" "):
+                bound = lines[index][:match.start(1)] + alias(match[1]) + lines[index][match.end(1):]
+                yield mutant(f"{match[1]} bound inside the library", [bound],
+                             first=includes_and_alias(lines, match[1]))
+        if ask_the_system(code_lines[index:index + 2]):
+            yield mutant("swapped with the next line", lines[index:index + 2][::-1], count=2)
 
 
 def changes(code, line):
@@ -74,11 +101,14 @@ def changes(code, line):
         found.append((start, end, chr(ord(line[start]) ^ 1), line[start]))
     for match in CONDITION.finditer(code):
         start = match.end()
-        end = behind_matching_parenthesis(code, start)
+        end = after_matching_parenthesis(code, start)
         if end is not None:
             found.append((start, end, f"!({line[start:end]})", "condition"))
     for match in filter(None, (STATEMENT.match(code), JUMP.match(code))):
         found.append((*match.span("whole"), ";", "statement"))
+    for match in filter(None, [LOCAL.match(code)]):
+        start = match.start("whole")
+        found.append((start, start, "static ", "local"))
     found.sort(key=lambda change: change[:2])
     return [(start, end, replacement, describe(found, i, replacement))
             for i, (start, end, replacement, _) in enumerate(found)]
@@ -100,6 +130,8 @@ def describe(found, index, replacement):
     start, _, _, what = found[index]
     if what == "statement":
         return "statement removed"
+    if what == "local":
+        return STATIC
     if what == "condition":
         return "condition negated" + ordinal(found, index)
     return f"{what} -> {replacement.strip()}{ordinal(found, index)}"
@@ -112,7 +144,32 @@ def ordinal(found, index):
     return f" (number {place + 1})" if place else ""
 
 
-def behind_matching_parenthesis(code, start):
+def alias(name):
+    return f"orla_bound_{name}"
+
+
+def includes_and_alias(lines, name):
+    """What a source needs before its first line to call the alias of a function."""
+    return [*(line for line in lines if line.startswith("#include <orla/")),
+            f'extern "C" [[gnu::visibility("hidden")]] decltype({name}) {alias(name)};']
+
+
+def bound_aliases(text, reached):
+    """Hidden aliases of those functions that a source defines, to be added at its end."""
+    return "".join(f'extern "C" [[gnu::alias("{name}"), gnu::visibility("hidden")]] '
+                   f"decltype({name}) {alias(name)};\n"
+                   for name in reached
+                   if re.search(rf"^\w[^;{{}}]*\b{name}\([^;{{}}]*\) noexcept {{", text, re.MULTILINE))
+
+
+def ask_the_system(lines):
+    """Whether both of two lines are statements that call a function that has an effect or asks for one."""
+    return len(lines) == 2 and all(
+        re.match(r"^ +[^ ].*;$", line) and any(match[1] in ASKING for match in CALL.finditer(line))
+        for line in lines)
+
+
+def after_matching_parenthesis(code, start):
     depth = 1
     for at in range(start, len(code)):
         depth += {"(": 1, ")": -1}.get(code[at], 0)

@@ -1,6 +1,8 @@
 #!/usr/bin/env python3
-"""Changes one operator, constant, condition or statement of the library at a time, in a copy of the
-sources, and runs the tests of the changed unit on i386: tests that are worth something fail then.
+"""Changes one operator, constant, condition, call or statement of the library at a time, in a copy of the
+sources, and runs the tests of the changed unit on i386: tests that are worth something fail then. Of what a
+program may stand in for, one call is bound inside the library; a local is made static, and the tests of
+threads then run under ThreadSanitizer.
 
     mutate.py [--every N] [--parallel N] [--list] [--work FOLDER] [PART...]
 
@@ -27,6 +29,7 @@ import pathlib
 import queue
 import re
 import resource
+import shlex
 import shutil
 import signal
 import subprocess
@@ -37,6 +40,7 @@ import mutants
 
 HERE = pathlib.Path(__file__).resolve().parent
 ROOT = HERE.parent.parent
+TMP = pathlib.Path("/tmp")
 LEAST_KILLED = 95  # in 100
 LEAST_COUNTED = 300
 
@@ -46,32 +50,38 @@ TESTS = (
     ("inventory/cpu_decode", "inventory_decode_test inventory_processors_test"),
     ("inventory/CPUCountLinux", "inventory_processors_test failing_calls_test"),
     ("inventory/getcap", "inventory_capacity_test inventory_processors_test"),
-    ("time/calendar", "time_calendar_test time_text_test"),
+    ("time/calendar", "time_calendar_test time_exhaustive_test time_text_test"),
     ("time/date_", "time_text_test"),
     ("time/", "time_clock_test time_calendar_test time_text_test uuid_generation_test"
-              " support_trace_test failing_calls_test"),
+              " trace_test failing_calls_test"),
     ("uuid/uuid_text", "uuid_text_test"),
     ("uuid/", "uuid_time_test uuid_order_test uuid_generation_test uuid_text_test"
               " failing_calls_test"),
-    ("profile/", "profile_orlacfgr_test profile_orlacfgw_test failing_calls_test"),
+    ("profile/", "profile_reader_test profile_writer_test failing_calls_test"),
     ("support/ntohl", "byteorder_test"),
     ("support/token", "token_test"),
     ("support/orlaslnk", "loader_test failing_calls_test"),
     ("support/orlamisc", "names_test"),
-    ("base/percent_text", "support_trace_test time_text_test"),
-    ("support/trace.cpp", "support_trace_test failing_calls_test"),
-    ("support/trace_stamp", "support_trace_test failing_calls_test"),
-    ("support/", "support_trace_test loader_test inventory_capacity_test"),
+    ("base/percent_text", "trace_test time_text_test"),
+    ("support/trace.cpp", "trace_test failing_calls_test"),
+    ("support/trace_stamp", "trace_test failing_calls_test"),
+    ("support/", "trace_test loader_test inventory_capacity_test"),
     ("companion/", "names_test"),
 )
+INTERFACE = "interposition_test"  # for every unit, as the last
+THREADS = ("inventory_threads_test", "reentrant_threads_test", "uuid_threads_test")
+NOT_FOR_THREADS = ("support/orlamisc.cpp", "support/trace.cpp", "support/trace_stamp.cpp")
+# What the library reaches by its exported name, as orla(3) lists it.
+REACHED = re.findall(r"^\.It Fn (\w+)$", (ROOT / "man" / "orla.3").read_text(encoding="utf-8"), re.M)
 FOLDERS = re.findall(r"^(\w+):", (ROOT / "scripts" / "layers.txt").read_text(encoding="utf-8"), re.M)
 
 CONFIGURATION = (
     "-DCMAKE_BUILD_TYPE=None", "-DORLA_TOOL=OFF", "-DBUILD_TESTING=ON",
-    "-DCMAKE_C_FLAGS=-m32 -march=i686 -O1", "-DCMAKE_CXX_FLAGS=-m32 -march=i686 -O1",
     # A test is not linked anew for a library that has the same names.
     "-DCMAKE_LINK_DEPENDS_NO_SHARED=ON",
 )
+I386 = ("-DCMAKE_C_FLAGS=-m32 -march=i686 -O1", "-DCMAKE_CXX_FLAGS=-m32 -march=i686 -O1")
+THREAD_SANITIZER = ("-DORLA_SANITIZE=thread",)  # there is none for i386
 
 
 def main():
@@ -82,7 +92,7 @@ def main():
             print(f"{mutant.file}:{mutant.number}: {mutant.line}\n    {mutant.change}")
         print(f"{len(found)} mutants")
         return 0
-    give_tests_their_own_tmp()
+    give_tests_their_own_tmp(options.work.resolve())
     if not found:
         raise SystemExit("no mutants")
     limit_resources()
@@ -115,7 +125,13 @@ def all_mutants(options):
         for path in sorted((ROOT / folder).glob("*.*")):
             file = path.relative_to(ROOT).as_posix()
             if path.suffix in (".cpp", ".h") and is_asked_for(file, options.parts):
-                yield from chosen(list(mutants.find(file, path.read_text())), options.every)
+                found = mutants.find(file, path.read_text(), REACHED)
+                yield from chosen([mutant for mutant in found if matters(mutant)], options.every)
+
+
+def matters(mutant):
+    """Whether threads share the code, where only they would notice."""
+    return not (mutant.change.startswith(mutants.STATIC) and mutant.file in NOT_FOR_THREADS)
 
 
 def is_asked_for(file, parts):
@@ -137,26 +153,45 @@ def draw(mutant):
 
 
 def tests_of(file):
-    return next(tests for prefix, tests in TESTS if file.startswith(prefix)).split()
+    return [*next(tests for prefix, tests in TESTS if file.startswith(prefix)).split(), INTERFACE]
 
 
-def give_tests_their_own_tmp():
-    """Starts this program again with another /tmp mounted, where that is allowed."""
-    own_tmp = "mount -t tmpfs -o size=1g,mode=1777 none /tmp"
+def give_tests_their_own_tmp(work):
+    """Starts this program again with another /tmp mounted, where that is allowed. Of the old one the sources and
+    `work` stay in sight."""
     if "ORLA_MUTATION_TMP" in os.environ or shutil.which("unshare") is None:
         return
+    work.mkdir(parents=True, exist_ok=True)
+    kept = [folder for folder in (ROOT, work) if TMP in folder.parents]
+    # A folder that is open can still be reached when the mount hides its path.
+    steps = [f"exec {number}<{shlex.quote(str(folder))}" for number, folder in enumerate(kept, 3)]
+    steps.append(f"mount -t tmpfs -o size=1g,mode=1777 none {TMP}")
+    for number, folder in enumerate(kept, 3):
+        path = shlex.quote(str(folder))
+        steps.append(f"mkdir -p {path} && mount --no-canonicalize --bind /proc/self/fd/{number} {path}")
+    own_tmp = " && ".join([*steps, f"cd {shlex.quote(str(ROOT))}"])
     if subprocess.run(["unshare", "--mount", "sh", "-c", own_tmp], stderr=subprocess.DEVNULL,
                       check=False).returncode != 0:
         return
     os.environ["ORLA_MUTATION_TMP"] = "own"
     os.execvp("unshare", ["unshare", "--mount", "sh", "-c", own_tmp + ' && exec "$@"', "sh",
-                          sys.executable, *sys.argv])
+                          sys.executable, HERE / "mutate.py", *absolute_work(sys.argv[1:], work)])
+
+
+def absolute_work(arguments, work):
+    """The arguments for a program that runs in another folder."""
+    return [*arguments, "--work", str(work)]
 
 
 def limit_resources():
     """For all that is started from here: a mutant may take memory without end, and crashes leave no dump."""
-    resource.setrlimit(resource.RLIMIT_AS, (2 << 30, 2 << 30))
+    resource.setrlimit(resource.RLIMIT_AS, (2 << 30, resource.getrlimit(resource.RLIMIT_AS)[1]))
     resource.setrlimit(resource.RLIMIT_CORE, (0, 0))
+
+
+def without_limit(command):
+    """A command that may take all addresses: ThreadSanitizer maps more of them than there is memory."""
+    return ["sh", "-c", 'ulimit -S -v "$(ulimit -H -v)" && exec "$@"', "sh", *command]
 
 
 class Worker:
@@ -165,14 +200,20 @@ class Worker:
     def __init__(self, folder):
         self.source = folder / "source"
         self.build = folder / "build"
+        self.threads = folder / "threads"  # the build under ThreadSanitizer, made when it is needed
         copy_sources(self.source)
         self.tests = {}  # case lists by test program, with the seconds that each case took
         self.killers = collections.defaultdict(list)  # by file, the last successful one first
-        run_checked(["cmake", "-G", "Ninja", "-S", self.source, "-B", self.build, *CONFIGURATION])
+        self.configure(self.build, I386)
         self.compile(["orla", "orlanode"], must_work=True)
 
-    def compile(self, targets, must_work=False):
-        command = ["ninja", "-C", self.build, *targets]
+    def configure(self, build, flags):
+        run_checked(["cmake", "-G", "Ninja", "-S", self.source, "-B", build, *CONFIGURATION, *flags])
+
+    def compile(self, targets, must_work=False, build=None):
+        command = ["ninja", "-C", build or self.build, *targets]
+        if build == self.threads:
+            command = without_limit(command)  # it lists the cases of the tests
         if must_work:
             return run_checked(command)
         return subprocess.run(command, stdout=subprocess.DEVNULL, stderr=subprocess.DEVNULL,
@@ -183,7 +224,7 @@ class Worker:
         if program not in self.tests:
             self.compile([program, "orla", "orlanode"], must_work=True)
             seconds = {}
-            for case in listed_cases(self.build / "tests" / program):
+            for case in listed_cases([self.build / "tests" / program]):
                 begin = time.monotonic()
                 if not self.passes(program, case, 600):
                     raise SystemExit(f"{program}: {case} fails without any change")
@@ -191,9 +232,11 @@ class Worker:
             self.tests[program] = seconds
         return self.tests[program]
 
-    def passes(self, program, case, seconds):
+    def passes(self, program, case, seconds, build=None):
+        tests = (build or self.build) / "tests"
+        command = [tests / program, f"--gtest_filter={case}"]
         process = subprocess.Popen(
-            [self.build / "tests" / program, f"--gtest_filter={case}"], cwd=self.build / "tests",
+            without_limit(command) if build == self.threads else command, cwd=tests,
             stdin=subprocess.DEVNULL, stdout=subprocess.DEVNULL, stderr=subprocess.DEVNULL,
             start_new_session=True)
         try:
@@ -210,13 +253,34 @@ class Worker:
         cases.sort(key=lambda case: killers.index(case) if case in killers else len(killers))
         path = self.source / mutant.file
         original = path.read_text()
-        path.write_text(mutant.text)
+        is_static = mutant.change.startswith(mutants.STATIC)
+        if is_static:
+            self.make_threads_build()
+        path.write_text(mutant.text + mutants.bound_aliases(original, REACHED))
         try:
             if not self.compile(["orla", "orlanode"]):
                 return "not compiled", ""
-            return self.run(cases, killers)
+            outcome = self.run(cases, killers)
+            if outcome[0] == "survived" and is_static:
+                return self.run_threads()
+            return outcome
         finally:
             path.write_text(original)
+
+    def make_threads_build(self):
+        if not self.threads.is_dir():
+            self.configure(self.threads, THREAD_SANITIZER)
+        self.compile(["orla", *THREADS], must_work=True, build=self.threads)
+
+    def run_threads(self):
+        """Runs the tests of threads under ThreadSanitizer, each case in a process of its own."""
+        if not self.compile(["orla", *THREADS], build=self.threads):
+            return "killed", "tests of threads do not compile"
+        for program in THREADS:
+            for case in listed_cases(without_limit([self.threads / "tests" / program])):
+                if not self.passes(program, case, 120, build=self.threads):
+                    return "killed", f"{case} under ThreadSanitizer"
+        return "survived", ""
 
     def run(self, cases, killers):
         """Runs cases up to the first that fails, which goes to the front of `killers`."""
@@ -253,15 +317,23 @@ def copy_sources(folder):
             old.unlink()
     for name in sorted(names):
         source, target = ROOT / name, folder / name
-        if target.is_file() and target.read_bytes() == source.read_bytes():
+        content = source.read_bytes() + aliases_for(name, source)
+        if target.is_file() and target.read_bytes() == content:
             continue
         target.parent.mkdir(parents=True, exist_ok=True)
-        shutil.copyfile(source, target)
+        target.write_bytes(content)
+
+
+def aliases_for(name, source):
+    """What is added to a copied unit of the library, so that a mutant can call its functions by an alias."""
+    if not name.endswith(".cpp") or pathlib.PurePath(name).parts[0] not in FOLDERS:
+        return b""
+    return mutants.bound_aliases(source.read_text(encoding="utf-8"), REACHED).encode()
 
 
 def listed_cases(program):
-    """The names of the cases of a test program, as --gtest_filter takes them."""
-    listed = subprocess.run([program, "--gtest_list_tests"], check=True, stdout=subprocess.PIPE,
+    """The names of the cases of a test program, given as a command, as --gtest_filter takes them."""
+    listed = subprocess.run([*program, "--gtest_list_tests"], check=True, stdout=subprocess.PIPE,
                             text=True).stdout
     suite = ""
     cases = []
@@ -293,7 +365,7 @@ def explained():
     for block in filter(None, (block.strip() for block in lines.split("\n\n"))):
         file, line, change, *reason = (part.strip() for part in block.split("\n"))
         if not reason:
-            raise SystemExit(f"equivalent.txt: no reason stands behind\n{block}")
+            raise SystemExit(f"equivalent.txt: no reason stands after\n{block}")
         reasons[file, line, change] = " ".join(reason)
     return reasons
 

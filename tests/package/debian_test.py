@@ -14,12 +14,13 @@ import os
 import pathlib
 import re
 import shutil
+import subprocess
 import sys
 import tempfile
 
 from command import check, run
 
-PACKAGES = {"liborla1", "liborla-dev", "orla-tools"}
+PACKAGES = {"liborla1", "liborla-dev", "orla-tools"}  # of each architecture
 TRIPLETS = {"i386": "i386-linux-gnu", "amd64": "x86_64-linux-gnu"}
 WORD_SIZE = {"i386": "-m32", "amd64": "-m64"}
 # The package that has the library on a machine of the architecture, and the one that this machine,
@@ -56,10 +57,24 @@ def packages_of(folder):
     found = {}
     for path in sorted(folder.glob("*.deb")):
         found.setdefault(field(path, "Architecture"), {})[field(path, "Package")] = path
+    check(set(found.pop("all", {})) == {"python3-orla"}, f"python3-orla is not in {folder}")
     check(found, f"no packages in {folder}")
     for architecture, packages in found.items():
         check(set(packages) == PACKAGES, f"{architecture} has only {sorted(packages)}")
     return found
+
+
+def native_architecture():
+    return run("dpkg", "--print-architecture").strip()
+
+
+def sys_python(expression):
+    """What an expression is in the system's Python."""
+    return run("/usr/bin/python3", "-c", f"import sys, _ctypes; print({expression})").strip()
+
+
+def python_package(folder):
+    return next(folder.glob("python3-orla_*_all.deb"))
 
 
 def make(build):
@@ -75,9 +90,9 @@ def make(build):
 
 
 def lintian(folder):
-    for packages in packages_of(folder).values():
-        run("lintian", "--allow-root", "--fail-on", "error,warning", "--tag-display-limit", "0",
-            *packages.values())
+    packages = [path for names in packages_of(folder).values() for path in names.values()]
+    for each in [*packages, python_package(folder)]:
+        run("lintian", "--allow-root", "--fail-on", "error,warning", "--tag-display-limit", "0", each)
 
 
 def symbols(folder):
@@ -95,7 +110,8 @@ def symbols(folder):
 
 
 class FreshRoot:
-    """A system that holds the C and C++ libraries of this one, and a package database that says so."""
+    """A system that holds the C and C++ libraries of this one, and a package database that says
+    so."""
 
     def __init__(self, folder, architectures):
         self.folder = folder
@@ -113,16 +129,22 @@ class FreshRoot:
         self.as_root = [] if os.geteuid() == 0 else ["unshare", "--map-root-user"]
 
     def list_host_packages(self, architectures, versions=None):
-        entries = []
+        version = run("dpkg-query", "--show", "--showformat=${Version}", "python3-minimal")
+        entries = [self.entry("python3", native_architecture(), version, "allowed")]
         for architecture in architectures:
             for name, here in HOST_PACKAGES[architecture].items():
                 version = (versions or {}).get(name) or run(
                     "dpkg-query", "--show", "--showformat=${Version}", here)
-                entries.append(f"Package: {name}\nStatus: install ok installed\n"
-                               f"Architecture: {architecture}\nMulti-Arch: same\nVersion: {version}\n"
-                               "Maintainer: nobody <nobody@example.invalid>\nDescription: stands in\n")
+                entries.append(self.entry(name, architecture, version, "same"))
                 (self.database / f"info/{name}:{architecture}.list").touch()
+        (self.database / "info/python3.list").touch()
         (self.database / "status").write_text("\n".join(entries), encoding="ascii")
+
+    @staticmethod
+    def entry(name, architecture, version, multi_arch):
+        return (f"Package: {name}\nStatus: install ok installed\nArchitecture: {architecture}\n"
+                f"Multi-Arch: {multi_arch}\nVersion: {version}\n"
+                "Maintainer: nobody <nobody@example.invalid>\nDescription: stands in\n")
 
     def dpkg(self, *arguments, **options):
         # This machine's settings may leave out documents or name its own log.
@@ -130,7 +152,8 @@ class FreshRoot:
                    "--path-include=/usr/share/*", *arguments, env=ADMINISTRATOR, **options)
 
     def copy_libraries(self, program, architecture):
-        """The loader to where the program asks for it, the libraries to where packages have them."""
+        """The loader to where the program asks for it, the libraries to where packages have
+        them."""
         said = run("ldd", program)
         loader = re.search(r"^\s(/\S+) \(0x", said, re.MULTILINE)[1]
         copies = [(loader, loader)]
@@ -141,6 +164,31 @@ class FreshRoot:
             target = self.folder / target[1:]
             target.parent.mkdir(parents=True, exist_ok=True)
             shutil.copy(source, target)
+
+    def copy_file(self, path):
+        target = self.folder / path[1:]
+        target.parent.mkdir(parents=True, exist_ok=True)
+        shutil.copy(path, target, follow_symlinks=False)
+
+    def copy_python(self):
+        """This system's Python, and what py3compile asks for the files of a package."""
+        version = f"{sys_python('sys.version_info[0]')}.{sys_python('sys.version_info[1]')}"
+        packages = ["python3-minimal", f"python{version}-minimal", f"libpython{version}-minimal",
+                    f"libpython{version}-stdlib"]
+        listing = subprocess.run(["dpkg-query", "--listfiles", *packages], check=True, text=True,
+                                 stdout=subprocess.PIPE).stdout
+        for path in listing.splitlines():
+            if os.path.islink(path) or os.path.isfile(path):
+                self.copy_file(path)
+        programs = ["/usr/bin/dpkg", "/usr/bin/dpkg-query"]
+        for program in programs:
+            self.copy_file(program)
+        (self.folder / "bin").mkdir(exist_ok=True)  # /bin/sh is a link, or in /usr, on this system
+        shutil.copy("/bin/sh", self.folder / "bin/sh")
+        for program in (*programs, "/bin/sh", "/usr/bin/python3", sys_python("_ctypes.__file__")):
+            self.copy_libraries(program, native_architecture())
+        (self.folder / "dev").mkdir()
+        (self.folder / "dev/null").touch()
 
     def run(self, *command):
         return run(*self.as_root, "chroot", self.folder, *command, env=ADMINISTRATOR)
@@ -174,12 +222,28 @@ def try_development(root, architecture):
         check((usr / "share/doc" / document).exists(), f"no {document}")
 
 
+def try_python(root):
+    """The package finds the library, is of its version, and was compiled when it was installed."""
+    modules = root.folder / "usr/lib/python3/dist-packages/orla"
+    check(any(modules.glob("__pycache__/_date.*.pyc")), "the modules are not compiled")
+    said = root.run("/usr/bin/python3", "-c", "import importlib.metadata, orla; "
+                    "print(orla.Date.parse('12/31/2007').number, orla.__version__, "
+                    "importlib.metadata.version('orla'))")
+    number, version, installed = said.split()
+    check(number == "7673", "12/31/2007 is not day 7673")
+    check(version == installed, "the package is installed as another version")
+
+
 def fresh_root(folder):
     found = packages_of(folder)
     # Only one of several architectures has the tool; libraries and headers stand side by side.
     tool_of = next(iter(found))
     chosen = [path for architecture, packages in found.items() for name, path in packages.items()
               if name != "orla-tools" or architecture == tool_of]
+    # Debian's Python has one architecture, and the package needs the library of that one.
+    with_python = native_architecture() in found
+    if with_python:
+        chosen.append(python_package(folder))
     names = [f"{field(path, 'Package')}:{field(path, 'Architecture')}" for path in chosen]
     for architecture in found:
         check(field(found[architecture]["liborla1"], "Multi-Arch") == "same",
@@ -197,6 +261,8 @@ def fresh_root(folder):
         root.dpkg("--purge", *names)
 
         root.list_host_packages(found)
+        if with_python:
+            root.copy_python()
         root.dpkg("--install", *chosen)
         check(not root.dpkg("--verify"), "files are not as their packages' md5sums say")
         for architecture in found:
@@ -210,6 +276,8 @@ def fresh_root(folder):
         # What that trigger does on a whole system.
         run(*root.as_root, "ldconfig", "-r", scratch, env=ADMINISTRATOR)
         try_tool(root)
+        if with_python:
+            try_python(root)
         for architecture in found:
             try_development(root, architecture)
 

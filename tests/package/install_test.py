@@ -110,7 +110,7 @@ def install(options):
         library / "cmake/orla/orlaTargets.cmake", library / "pkgconfig/orla.pc", "bin/orla",
         "share/doc/orla/LICENSE", "share/doc/orla/guide.md", "share/doc/orla/json.md",
         "share/doc/orla/quirks.md")}
-    expected |= {f"include/orla/{header.name}" for header in options.source.glob("include/orla/*.h")}
+    expected |= {f"include/orla/{header.name}" for header in options.source.glob("include/orla/*.h*")}
     missing = expected - files_of(paths.prefix)
     check(not missing, f"not installed: {sorted(missing)}")
     check(os.readlink(paths.prefix / library / "liborla.so") == "liborla.so.1",
@@ -178,6 +178,23 @@ def build_by_pkg_config(options, prefix, build):
 def pkg_config(options):
     paths = Paths(options)
     build_by_pkg_config(options, paths.prefix, empty_folder(paths.scratch / "pkg_config"))
+
+
+@case
+def meson(options):
+    """Meson finds the installation by pkg-config, for C and for C++."""
+    paths = Paths(options)
+    source = empty_folder(options.scratch / "meson")
+    files = [pathlib.Path(__file__).parent / "meson_consumer/meson.build",
+             options.source / "examples/host_report.c", options.source / "examples/find_symbol.cpp"]
+    for file in files:
+        shutil.copy(file, source)
+    variables = {**os.environ, "CC": options.cc, "CFLAGS": options.cflags, "CXX": options.cxx,
+                 "CXXFLAGS": options.cxxflags,
+                 "PKG_CONFIG_LIBDIR": str(paths.prefix / options.libdir / "pkgconfig")}
+    run("meson", "setup", source / "build", source, env=variables)
+    run("meson", "compile", "-C", source / "build", env=variables)
+    run_examples(source / "build", {"LD_LIBRARY_PATH": str(paths.prefix / options.libdir)})
 
 
 def build_from_source(options, by):

@@ -13,6 +13,10 @@ import tool
 
 SCRIPTS = sys.argv.pop(2)
 PROFILE = "[Main]\nPort=5\nHost name=h\n\n[Two words]\nK=1\n[Inner]\nL=2\n"
+# What a shell would run, or take for the end of its quotes. The last cannot be typed at all.
+STRANGE = ["A$(touch ran)", "B`touch ran`", "C\"; touch ran; \"", "D'; touch ran; '", "E; touch ran", "F!!",
+           "G\\$(touch ran)", "H$HOME"]
+STRANGE_PROFILE = "".join(f"[{name}]\nK=1\n\n" for name in [*STRANGE, "I\x1b$(touch ran)"])
 
 BASH = r"""
 source /usr/share/bash-completion/bash_completion
@@ -61,7 +65,7 @@ class Proposals(CompletionCase):
         """The path of every subcommand, the program's own, (), among them."""
         yield path
         for name in self.proposed(*path, ""):
-            if name not in (":files", *path):
+            if name != ":files" and "help" not in path:
                 yield from self.commands(*path, name)
 
     def test_are_the_subcommands_and_options_of_every_help(self):
@@ -75,6 +79,8 @@ class Proposals(CompletionCase):
             self.assertEqual(set(self.proposed(*path, "-")), wanted, path)
             subcommands = re.findall(r"(?m)^  (\w+)", sections.get("Subcommands", ""))
             proposed = [word for word in self.proposed(*path, "") if word != ":files"]
+            if path == ("help",):  # it takes the names of all others
+                subcommands = self.proposed("")
             self.assertEqual(proposed, subcommands, path)
 
     def test_come_with_descriptions(self):
@@ -82,13 +88,16 @@ class Proposals(CompletionCase):
 
     def test_are_files_where_a_file_is_asked_for(self):
         for words in (["profile", "get"], ["profile", "lint"], ["profile", "lint", "a", "b"],
-                      ["profile", "lint", "--int", "K"], ["load"], ["profile", "set", "--json"]):
+                      ["profile", "lint", "--int", "K"], ["load"], ["profile", "set", "--json"],
+                      ["profile", "list"], ["profile", "unset"], ["profile", "diff"],
+                      ["profile", "diff", "a"]):
             self.assertEqual(self.proposed(*words, ""), [":files"], words)
-        for words in (["uuid", "show"], ["load", "x.so"], ["profile", "lint", "--int"], ["host"]):
+        for words in (["uuid", "show"], ["load", "x.so"], ["profile", "lint", "--int"], ["host"],
+                      ["profile", "diff", "a", "b"], ["--field"]):
             self.assertEqual(self.proposed(*words, ""), [], words)
 
     def test_are_the_sections_and_keys_of_the_file(self):
-        for verb in ("get", "set"):
+        for verb in ("get", "set", "unset"):
             words = ["profile", verb, "--json", self.profile]
             self.assertEqual(self.proposed(*words, ""), ["Main", "Two words", "Inner"])
             self.assertEqual(self.proposed(*words, "Main", ""), ["Port", "Host name"])
@@ -104,10 +113,25 @@ class Proposals(CompletionCase):
         self.assertEqual(self.proposed(*words, "Main", "", environment=environment),
                          ["Port", "Host name"])
 
-    def test_are_the_colour_words_behind_the_option(self):
+    def test_are_the_words_that_an_option_takes(self):
         self.assertEqual(self.proposed("uuid", "--color", ""), ["auto", "always", "never"])
+        self.assertIn("remark", self.proposed("profile", "lint", "--ignore", ""))
 
-    def test_are_no_options_behind_two_dashes(self):
+    def test_are_the_subcommands_whose_help_can_be_had(self):
+        self.assertIn("date", self.proposed("help", ""))
+        self.assertEqual(self.proposed("help", "date", "parse", ""), [])
+        self.assertIn("parse", self.proposed("help", "date", ""))
+        self.assertEqual(self.proposed("help", "nonsense", ""), [])
+
+    def test_are_no_words_that_nobody_can_type(self):
+        with open(self.profile, "w", encoding="utf-8") as file:
+            file.write(STRANGE_PROFILE)
+        self.assertEqual(self.proposed("profile", "get", self.profile, ""), STRANGE)
+
+    def test_are_the_sections_to_list(self):
+        self.assertEqual(self.proposed("profile", "list", self.profile, ""), ["Main", "Two words", "Inner"])
+
+    def test_are_no_options_after_two_dashes(self):
         self.assertEqual(self.proposed("tokens", "--", "-"), [])
 
     def test_without_a_word_there_are_none(self):
@@ -135,6 +159,21 @@ class Bash(CompletionCase):
         self.assertEqual(self.completed("profile", "get", "app.ini", "T"), ["Two\\ words"])
         self.assertEqual(self.completed("profile", "get", "app.ini", '"Two'), ["Two words"])
         self.assertEqual(self.completed("profile", "get", "'app.ini'", "Two\\ words", ""), ["K"])
+
+    def test_offers_no_word_that_the_shell_would_run(self):
+        with open(self.profile, "w", encoding="utf-8") as file:
+            file.write(STRANGE_PROFILE)
+        offered = 0
+        for typed, begin, end in (("", "", ""), ('"', '"', '"'), ("'", "'", "'")):
+            for letter in "ABCDEFGHI":
+                for word in self.completed("profile", "get", "app.ini", typed + letter):
+                    # As readline puts it into the line.
+                    echoed = subprocess.run(["bash", "-c", f"printf %s {begin}{word}{end}"], text=True,
+                                            cwd=self.folder, capture_output=True, check=False)
+                    self.assertIn(echoed.stdout, STRANGE, word)
+                    offered += 1
+        self.assertEqual(offered, len(STRANGE) + 2 + len(STRANGE) - 1)
+        self.assertEqual(os.listdir(self.folder), ["app.ini"])
 
 
 @unittest.skipUnless(shutil.which("zsh"), "zsh is not installed")

@@ -1,6 +1,7 @@
 #!/usr/bin/env python3
 """The subcommands host, now and date, and what every subcommand shares."""
 
+import json
 import os
 import shutil
 import subprocess
@@ -19,6 +20,55 @@ class Program(tool.Tool):
 
     def test_version(self):
         self.assertRegex(self.orla("--version").out, r"^orla \d+\.\d+\.\d+\n$")
+
+    def test_help_comes_in_every_form(self):
+        text = self.orla("--help").out
+        self.assertEqual(self.orla("help").out, text)
+        for path in (["date"], ["date", "parse"], ["profile", "get"], ["help"]):
+            text = self.orla(*path, "--help").out
+            self.assertIn("Usage: orla " + " ".join(path), text)
+            for form in (["help", *path], [*path, "-h"]):
+                result = self.orla(*form)
+                self.assertEqual((result.status, result.out, result.err), (0, text, ""), form)
+        self.assert_wrong_use("help", "dat", naming='there is no subcommand "dat"; did you mean "date"?\n'
+                              'Try "orla --help".\n')
+        self.assert_wrong_use("help", "date", "pars", naming='did you mean "parse"?\nTry "orla date --help".\n')
+
+    def test_usage_shows_what_is_required(self):
+        for path, usage in ((["profile", "get"], "{FILE | --default-path} SECTION KEY"),
+                            (["profile", "set"], "{FILE | --default-path} SECTION KEY VALUE"),
+                            (["profile", "list"], "{FILE | --default-path} [SECTION]"),
+                            (["profile", "lint"], "{FILE... | --default-path}"),
+                            (["profile", "diff"], "OLD NEW"), (["date", "lengths"], "YEAR [MONTH]"),
+                            (["date", "parse"], "TEXT..."), (["date"], "SUBCOMMAND"),
+                            (["help"], "[SUBCOMMAND...]")):
+            self.assertIn(f"\nUsage: orla {' '.join(path)} [OPTIONS] {usage}\n",
+                          self.orla(*path, "--help").out)
+
+    def test_options_may_stand_before_the_subcommand(self):
+        for arguments in (["--json", "date", "show", "0"], ["date", "--json", "show", "0"],
+                          ["date", "show", "0", "--json"]):
+            self.assertEqual(self.orla(*arguments).json["date"], "12/28/1986")
+        self.assertEqual(self.orla("--field", "date", "date", "show", "0").out, "12/28/1986\n")
+
+    def test_numbers_are_decimal(self):
+        for arguments, output in ((["date", "fields", "2007", "08", "09"], "08/09/2007"),
+                                  (["date", "fields", "2007", "010", "010"], "10/10/2007"),
+                                  (["date", "show", "010"], "01/07/1987"),
+                                  (["date", "stamp", "010"], "1970-01-01 00:00:10"),
+                                  (["date", "lengths", "2007", "08"], "month 8"),
+                                  (["uuid", "reserved", "010"], ".0a.00\n"),
+                                  (["uuid", "hash", "000000000000.00.00.00.00.00.00.00.00", "010"], "of 0 to 9"),
+                                  (["uuid", "new", "-n", "01", "--field", "uuids"], ".")):
+            result = self.orla(*arguments)
+            self.assertEqual((result.status, result.err), (0, ""), arguments)
+            self.assertIn(output, result.out)
+        nil = "000000000000.00.00.00.00.00.00.00.00"
+        for arguments in (["date", "fields", "0x7d7", "1", "1"], ["date", "fields", "2007", "0x1", "1"],
+                          ["date", "show", "0x1"], ["date", "stamp", "0x1"], ["date", "lengths", "2007", "0x2"],
+                          ["uuid", "reserved", "0x10"], ["uuid", "hash", nil, "0x10"],
+                          ["uuid", "new", "-n", "0x1"]):
+            self.assert_wrong_use(*arguments, naming="is not a whole number from ")
 
     def test_wrong_use(self):
         self.assert_wrong_use(naming="subcommand is required")
@@ -74,9 +124,11 @@ class Host(tool.Tool):
 
     def check_disks_need_root(self, options):
         result = self.orla("host", "--json", **options)
-        self.assertEqual(result.status, 1)
+        self.assertEqual(result.status, 0)
         self.assertEqual(result.json["disks"], {"count": None, "count_missing": "needs root"})
         self.assertGreaterEqual(result.json["processors"]["count"], 1)
+        result = self.orla("host", "--field", "disks.count", **options)
+        self.assertEqual((result.status, result.out, result.err), (1, "", "orla: disks.count: needs root\n"))
 
 
 class Now(tool.Tool):
@@ -84,7 +136,7 @@ class Now(tool.Tool):
         before = int(time.time())
         now = self.orla("now", "--json", environment={"TZ": "AAA-2"}).json
         after = int(time.time())
-        self.assertLessEqual((now["stamp"] - before) % 2**32, after - before)  # also past 2038
+        self.assertLessEqual((now["stamp"] - before) % 2**32, after - before)  # also after 2038
         self.assertEqual(now["offset"], -7200)
         self.assertEqual((now["local_stamp"] - now["stamp"]) % 2**32, 7200)
         local = time.gmtime(now["local_stamp"] % 2**32)
@@ -99,6 +151,39 @@ class Now(tool.Tool):
 
 
 class Date(tool.Tool):
+    def test_dates_of_every_mode(self):
+        for mode in ("--standard", "--old"):
+            self.assertEqual(self.orla("date", "parse", mode, "2007-12-31", "--json").json,
+                             {"mode": mode[2:], "year": 2007, "month": 12, "day": 31,
+                              "number": 7673, "stamp": 1199059200})
+            for text in ("2007-02-29", "2007-13-01", "2007-00-10"):
+                self.assert_fails("date", "parse", mode, text, naming=f'orla: "{text}": month ')
+        self.assert_fails("date", "parse", "--old", "1900-01-01", naming="the library reads this year as 3800")
+        for text in ("2007-1-31", "2007-12-3x", "02007-12-31"):
+            self.assert_fails("date", "parse", text, naming=f'"{text}" is not a date in the standard')
+
+    def test_today_and_now(self):
+        # Far from UTC, so that a confusion of the two shows at least half of the day.
+        for zone in ("AAA-14", "AAA12"):
+            environment = {"TZ": zone}
+            before = self.orla("now", "--json", environment=environment).json
+            today, now = (json.loads(line) for line in self.orla(
+                "date", "parse", "today", "now", "--json", environment=environment).out.splitlines())
+            after = self.orla("now", "--json", environment=environment).json
+            self.assertIn(today["number"], (before["date_number"], after["date_number"]))
+            self.assertIn(now["number"], (before["date_number"], after["date_number"]))
+            self.assertEqual(today["stamp"], self.orla(
+                "date", "parse", f"{today['year']:04}-{today['month']:02}-{today['day']:02}", "--json").json["stamp"])
+            self.assertLessEqual((now["stamp"] - before["stamp"]) % 2**32, after["stamp"] - before["stamp"])
+
+    def test_iso_prints_the_date_alone(self):
+        self.assertEqual(self.orla("date", "show", "--iso", "7673").out, "2007-12-31\n")
+        self.assertEqual(self.orla("date", "show", "--iso", "--json", "7673").json,
+                         {"number": 7673, "date": "12/31/2007", "iso": "2007-12-31"})
+        # The library's calendar, in which 2100 is a leap year.
+        self.assertEqual(self.orla("date", "show", "--iso", "41337").out, "2100-03-01\n")
+        self.assertEqual(self.orla("date", "show", "--iso", "41336").out, "2100-02-29\n")
+
     def test_text_to_number_in_the_standard_mode(self):
         parsed = self.orla("date", "parse", "12/31/2007", "--json").json
         self.assertEqual(parsed, {"mode": "standard", "year": 2007, "month": 12, "day": 31,
@@ -139,16 +224,17 @@ class Date(tool.Tool):
 
     def test_fields_to_number(self):
         self.assertEqual(self.orla("date", "fields", "1986", "12", "28", "--json").json["number"], 0)
-        self.assert_fails("date", "fields", "2007", "2", "29", naming="no day 29 in month 2 of 2007")
+        self.assert_fails("date", "fields", "2007", "2", "29", naming="month 2 of 2007 has no day 29")
         self.assertIn("do not come back", self.orla("date", "fields", "1960", "1", "1").out)
 
     def test_lengths(self):
         lengths = self.orla("date", "lengths", "2100", "--json").json
-        self.assertEqual(lengths["year"], 366)
-        self.assertEqual(lengths["month_2"], 29)
-        self.assertEqual(len(lengths), 13)
+        self.assertEqual(lengths, {"year": 366,
+                                   "months": [31, 29, 31, 30, 31, 30, 31, 31, 30, 31, 30, 31]})
         self.assertEqual(self.orla("date", "lengths", "2007", "2", "--json").json,
-                         {"year": 365, "month_2": 28})
+                         {"year": 365, "months": [28]})
+        self.assertEqual(self.orla("date", "lengths", "2007", "02").rows,
+                         {"year": "365 days; every fourth year has 366", "month 2": "28 days"})
         self.assert_wrong_use("date", "lengths", "2007", "13")
 
     def test_a_stamp_beyond_2038_both_ways(self):

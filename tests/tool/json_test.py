@@ -17,6 +17,9 @@ UUIDS = [UUID, UUID.replace(".82.", ".02."), UUID.replace(".82.", ".87."), "ce6c
 GOOD_MODULE = os.path.join(MODULES, "liborla-test-good.so")
 TYPES = {"integer": int, "string": str, "boolean": bool, "null": type(None)}
 
+# Arrays of objects that are always there, and so stand in the document themselves.
+OBJECT_LISTS = ("findings", "sections", "entries", "differences")
+
 # Command to the arguments of its calls.
 CALLS = {
     "host": [[]],
@@ -37,6 +40,9 @@ CALLS = {
     "trace": [["a message"], ["one", "two"]],
     "profile get": [["FILE", "M", "K"], ["FILE", "M", "K", "--int"], ["FILE", "M", "N", "--default", "d"]],
     "profile set": [["FILE", "M", "K", "7"], ["FILE", "M", "K", "a=b"]],
+    "profile unset": [["FILE", "M", "K"]],
+    "profile list": [["FILE"], ["FILE", "M"]],
+    "profile diff": [["FILE", "EMPTY"], ["EMPTY", "FILE"]],
     "profile path": [[]],
     "profile lint": [["FILE"], ["FILE", "FILE"]],
 }
@@ -47,6 +53,9 @@ def is_of_type(value, names):
         if name == "array of strings":
             if isinstance(value, list) and all(isinstance(each, str) for each in value):
                 return True
+        elif name == "array of integers":
+            if isinstance(value, list) and all(type(each) is int for each in value):
+                return True
         elif name == "array of objects":
             if isinstance(value, list) and all(isinstance(each, dict) for each in value):
                 return True
@@ -56,13 +65,13 @@ def is_of_type(value, names):
 
 
 def pairs(value, path=""):
-    """The keys of an object, those of objects in it behind a dot, and their values."""
+    """The keys of an object, those of objects in it after a dot, and their values."""
     for key, each in value.items():
         if isinstance(each, dict):
             yield from pairs(each, f"{path}{key}.")
             continue
         inner = isinstance(each, list) and each and isinstance(each[0], dict)
-        if not inner or key == "findings":
+        if not inner or key in OBJECT_LISTS:
             yield path + key, each
         for element in each if inner else ():
             yield from pairs(element, f"{path}{key}[].")
@@ -86,15 +95,22 @@ class Json(tool.Tool):
         self.folder = folder.name
         self.profile = os.path.join(folder.name, "app.ini")
 
-    def objects(self, command, arguments):
-        arguments = [self.profile if word == "FILE" else word for word in arguments]
+    def run_command(self, command, arguments, *options):
+        names = {"FILE": self.profile, "EMPTY": os.path.join(self.folder, "empty.ini")}
+        arguments = [names.get(word, word) for word in arguments]
         environment = {"ORLA_CONFIG": os.path.join(self.folder, "none")}
         if command == "trace":
             environment["K7LIB_VERB"] = "y"
         with open(self.profile, "w", encoding="ascii") as file:
             file.write("[M]\nK=5\nlast")
-        result = self.orla(*command.split(), "--json", *arguments, environment=environment)
+        with open(names["EMPTY"], "w", encoding="ascii"):
+            pass
+        result = self.orla(*command.split(), "--json", *options, *arguments, environment=environment)
         self.assertNotEqual(result.status, 2, result.err)
+        return result
+
+    def objects(self, command, arguments):
+        result = self.run_command(command, arguments)
         try:
             return [json.loads(result.out)]
         except json.JSONDecodeError:  # several: one a line
@@ -130,6 +146,42 @@ class Json(tool.Tool):
                         seen |= self.check(value, keys)
             with self.subTest(command=command):
                 self.assertEqual(seen, set(keys))
+
+    def test_every_name_is_a_field_of_the_report(self):
+        changing = ("now", "uuid new", "uuid reserved")
+        for command, calls in CALLS.items():
+            value, = self.objects(command, calls[0])
+            for name, expected in pairs(value):
+                if name.endswith("_missing") or expected is None:
+                    continue
+                printed = self.run_command(command, calls[0], "--field", name).out
+                found = [json.loads(line) for line in printed.splitlines()]
+                with self.subTest(command=command, name=name):
+                    if command in changing:
+                        self.assertEqual(len(found), 1)
+                    elif "[]" not in name:
+                        self.assertEqual(found, expected if isinstance(expected, list) else [expected])
+                    else:
+                        for each in expected if isinstance(expected, list) else [expected]:
+                            self.assertIn(each, found)
+
+    def test_a_field_is_bare_text(self):
+        self.assertEqual(self.orla("date", "show", "0", "--field", "date").out, "12/28/1986\n")
+        self.assertEqual(self.orla("date", "lengths", "2007", "--field", "months").out.split()[1], "28")
+        self.assertEqual(self.orla("tokens", '"a" "b c"', "--field", "tokens").out, "a\nb c\n")
+        self.assertEqual(self.orla("uuid", "compare", UUID, UUID, "--field", "equal").out, "true\n")
+        count = self.orla("host", "--field", "processors.count").out
+        self.assertGreaterEqual(int(count), 1)
+        self.assertEqual(self.orla("load", GOOD_MODULE, "orla_module_answer", "no", "--field",
+                                   "symbols.found").out, "true\nfalse\n")
+
+    def test_a_field_that_is_not_there_is_a_failure(self):
+        self.assert_fails("host", "--field", "nope",
+                          naming='the report has no field "nope"; it has processors, memory, disks\n')
+        self.assert_fails("host", "--field", "memory.nope", naming="it has size, unit, total\n")
+        self.assert_fails("host", "--field", "memory.size.x", naming='has no field "memory.size.x"\n')
+        self.assert_fails("uuid", "new", "--field", "x", naming="it has uuids\n")
+        self.assert_wrong_use("host", "--field", "", naming="name a value")
 
     def test_a_symbol_may_be_called_like_any_key(self):
         result = self.orla("load", "--json", GOOD_MODULE, "orla_module_answer", "name", "name_missing")

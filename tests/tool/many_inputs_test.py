@@ -54,8 +54,20 @@ class ManyInputs(tool.Tool):
     def test_json_is_one_object_a_line(self):
         result = self.orla("date", "show", "--json", "-", input="0\n1\n")
         self.assertEqual([json.loads(line) for line in result.out.splitlines()],
-                         [{"input": "0", "number": 0, "date": "12/28/1986"},
-                          {"input": "1", "number": 1, "date": "12/29/1986"}])
+                         [{"input": "0", "number": 0, "date": "12/28/1986", "iso": "1986-12-28"},
+                          {"input": "1", "number": 1, "date": "12/29/1986", "iso": "1986-12-29"}])
+
+    def test_a_field_of_each_gets_a_line(self):
+        self.expect("0\n1\n", "date", "parse", "--field", "number", "-", given="12/28/1986\n12/29/1986\n")
+        self.expect("", "uuid", "show", "--field", "address", "-", given=NIL + "\n", status=1,
+                    error='orla: standard input, line 1: the report has no field "address"; it has input, text, '
+                    "time_high, time_low, reserved, family, host, class_code, instants\n")
+        result = self.orla("uuid", "show", "--field", "address", NIL, UUID)
+        self.assertEqual((result.status, result.out), (1, "10.0.2.3\n"))
+        self.assertIn(f'orla: "{NIL}": the report has no field', result.err)
+
+    def test_iso_dates(self):
+        self.expect("7673  2007-12-31\n0  1986-12-28\n", "date", "show", "--iso", "-", given="7673\n0\n")
 
     def test_a_bad_line_is_told_by_its_number_and_the_others_go_on(self):
         self.expect("0  12/28/1986\n1  12/29/1986\n", "date", "show", "-", given="0\nx\n1\n", status=1,

@@ -9,6 +9,7 @@ import signal
 import subprocess
 import sys
 import tempfile
+import termios
 
 import tool
 
@@ -20,9 +21,10 @@ class OnATerminal(tool.Tool):
     """Runs the tool with a terminal for the descriptors named, and a file for the others."""
 
     def run_on_terminal(self, descriptors, *arguments, environment=None,
-                        given=subprocess.DEVNULL):
+                        given=subprocess.DEVNULL, columns=0):
         """Returns what the terminal shows, and what goes into the file."""
         leader, follower = pty.openpty()
+        termios.tcsetwinsize(follower, (24, columns))
         variables = self.environment({"TERM": "xterm", **(environment or {})})
         with tempfile.TemporaryFile() as file:
             streams = {name: follower if name in descriptors else file
@@ -105,6 +107,25 @@ class ProgressLine(OnATerminal):
             lines.seek(0)
             shown, _ = self.run_on_terminal(["stderr"], "date", "show", "-", given=lines)
         self.assertEqual(shown, f"{self.ERASE}30 inputs{self.ERASE}")
+
+    def test_fits_the_width_of_the_terminal(self):
+        for columns, line in ((20, "30 of 1,100 UUIDs, "), (1, ""), (0, "30 of 1,100 UUIDs, 2 %, 11 s left")):
+            shown, _ = self.run_on_terminal(["stderr"], "uuid", "new", "-n", "1100", columns=columns)
+            self.assertEqual(shown.split(self.ERASE)[1], line)
+
+    def test_is_erased_when_a_signal_ends_the_work(self):
+        for number in (signal.SIGINT, signal.SIGTERM, signal.SIGHUP, signal.SIGQUIT):
+            leader, follower = pty.openpty()
+            variables = self.environment({"TERM": "xterm", **self.preloaded(FAST_CLOCK)})
+            with subprocess.Popen([tool.PATH, "uuid", "new", "-n", "4294967295"], env=variables,
+                                  stdout=subprocess.DEVNULL, stderr=follower) as process:
+                os.close(follower)
+                shown = os.read(leader, 65536)
+                process.send_signal(number)
+                shown += self.read_terminal(leader)
+            os.close(leader)
+            self.assertEqual(process.returncode, -number)
+            self.assertTrue(shown.endswith(self.ERASE.encode()), shown[-100:])
 
     def test_is_not_shown_for_short_work(self):
         shown, _ = self.run_on_terminal(["stderr"], "uuid", "new", "-n", "29")
@@ -192,7 +213,7 @@ class Help(tool.Tool):
     def commands(self, *path):
         yield path
         for line in self.orla("--complete", *path, "").out.splitlines():
-            if not line.startswith(":"):
+            if not line.startswith(":") and "help" not in path:
                 yield from self.commands(*path, line.split("\t")[0])
 
     def test_ends_with_examples_and_exit_statuses(self):
@@ -223,13 +244,18 @@ class Help(tool.Tool):
 
     def test_wrong_use_names_what_was_misspelt_rather_than_what_is_missing_for_it(self):
         for arguments, message in (
-                (["dat"], 'there is no subcommand "dat"'),
-                (["date", "pars", "12/31/2007"], 'there is no subcommand "pars"'),
-                (["--jsn"], 'there is no option "--jsn"'),
-                (["date", "parse", "--odl"], 'there is no option "--odl"'),
-                (["uuid", "new", "--coun", "2"], 'there is no option "--coun"'),
+                (["dat"], 'there is no subcommand "dat"; did you mean "date"?'),
+                (["hsot"], 'there is no subcommand "hsot"; did you mean "host"?'),
+                (["prof"], 'there is no subcommand "prof"; did you mean "profile"?'),
+                (["frobnicate"], 'there is no subcommand "frobnicate"'),
+                (["x" * 1000], 'there is no subcommand "' + "x" * 100 + '..." (1000 bytes)'),
+                (["date", "pars", "12/31/2007"], 'there is no subcommand "pars"; did you mean "parse"?'),
+                (["--jsn"], 'there is no option "--jsn"; did you mean "--json"?'),
+                (["date", "parse", "--odl"], 'there is no option "--odl"; did you mean "--old"?'),
+                (["uuid", "new", "--coun", "2"], 'there is no option "--coun"; did you mean "--count"?'),
+                (["now", "-x"], 'there is no option "-x"'),
                 (["names", "x"], '"x" was not expected'),
-                (["uuid", "new", "-n"], "--count wants a value"),
+                (["uuid", "new", "-n"], "--count needs a value"),
                 (["--", "host"], "A subcommand is required")):
             with self.subTest(arguments=arguments):
                 self.assert_wrong_use(*arguments, naming=f"orla: {message}\nTry ")
@@ -242,6 +268,37 @@ class Help(tool.Tool):
             file.write("[Main]\nP\x1b=1\nP\x1b=2\n\n")
             file.flush()
             self.assertIn("P\\x1b", self.orla("profile", "lint", file.name).out)
+
+    # What control characters are in UTF-8 and as single bytes, and what is none.
+    STRANGE = (("\x1b[2J", "\\x1b[2J"), ("\x7f", "\\x7f"), ("a\tb\nc\rd", "a\\x09b\\x0ac\\x0dd"),
+               ("\u0080\u009b2J\u009f", "\\xc2\\x80\\xc2\\x9b2J\\xc2\\x9f"), ("\u00a0\u20ac\U0001f600", None),
+               (b"\x9b2J", "\\x9b2J"), (b"\xe4", None), (b"\xe0\x82\x9b", "\ufffd\\x82\\x9b"),
+               (b"\xc2", None), (b"\xf4\x8f\xbf\xbf", None))
+
+    def test_a_report_shows_strange_text_without_obeying_it(self):
+        for text, shown in self.STRANGE:
+            text = text if isinstance(text, bytes) else text.encode()
+            shown = os.fsdecode(text) if shown is None else shown
+            for arguments in (["tokens", b'"' + text + b'"'], ["date", "parse", text], ["load", text],
+                              ["tokens", b'"' + text + b'"', "--field", "tokens"]):
+                result = subprocess.run([tool.PATH, *arguments], env=self.environment(), check=False,
+                                        stdout=subprocess.PIPE, stderr=subprocess.STDOUT)
+                out = result.stdout.decode(errors="surrogateescape").replace("\udce0", "\ufffd")
+                self.assertIn(shown, out, arguments)
+        with tempfile.TemporaryDirectory() as folder:
+            path = folder + "/f.ini"
+            with open(path, "wb") as file:
+                file.write(b"[Ma\x1bin]\nK\x9b=\x1b[2J\n\n")
+            for command in (["list", path], ["diff", path, "/dev/stdin"], ["set", path, "Ma\x1bin", "L", "\x1b"],
+                            ["unset", path, "Ma\x1bin", "L"]):
+                result = self.orla("profile", *command, input="", errors="surrogateescape")
+                self.assertIn("\\x1b", result.out, command)
+                self.assertNotIn(ESCAPE, result.out + result.err)
+            result = subprocess.run([tool.PATH, "profile", "get", path, b"Ma\x1bin", b"K\x9b"],
+                                    env=self.environment(), capture_output=True, check=True)
+            self.assertEqual(result.stdout, b"\x1b[2J\n")  # alone and as it is, for a script
+        traced = self.orla("trace", "a\x1b[2J", environment={"K7LIB_VERB": "y"})
+        self.assertEqual(traced.out.splitlines()[0], "a\\x1b[2J")
 
     def test_a_message_shows_the_beginning_of_a_long_input(self):
         for length, shown in ((100, '"' + "a" * 100 + '" is'),

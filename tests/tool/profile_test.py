@@ -1,11 +1,21 @@
 #!/usr/bin/env python3
-"""orla profile: values, entries written, the path in force, and what lint has to say."""
+"""orla profile: values, entries written and taken out, lists, differences, the default path, and lint."""
 
+import fcntl
 import json
 import os
+import pty
+import re
+import resource
+import signal
+import subprocess
+import sys
 import tempfile
 
 import tool
+
+QUIRKS = sys.argv.pop(2)
+SIGNALLED_COPY = os.path.join(sys.argv.pop(2), "liborla-test-signalled_copy.so")
 
 DEFAULT = "/opt/tav/ls/conf/k7ls.ini"
 MAIN = "[Main]\nPortNumber=77\nPort=5\nName= a b \nEmpty=\nSpaces=  \nText\nBig=123456\n\nLost=1\n"
@@ -77,7 +87,7 @@ class Get(ProfileCase):
 
     def test_says_why_there_is_no_value(self):
         file = self.write(MAIN)
-        self.expect_failure("does not open: No such file", "get", self.path("none"), "Main", "Port")
+        self.expect_failure("cannot be read: No such file", "get", self.path("none"), "Main", "Port")
         self.expect_failure("has no section [None]", "get", file, "None", "Port")
         self.expect_failure("has no key \"Lost\" before the empty line 9", "get", file, "Main", "Lost")
         self.expect_failure("up to the end of the file", "get", self.write("[M]\n"), "M", "K")
@@ -108,7 +118,7 @@ class Get(ProfileCase):
     def test_default_path_is_the_file_that_the_environment_names(self):
         file = self.write(MAIN)
         self.expect("77\n", "get", "--default-path", "Main", "Port", config=file)
-        self.expect_failure("does not open", "get", "--default-path", "Main", "Port",
+        self.expect_failure("cannot be read", "get", "--default-path", "Main", "Port",
                             config=self.path("none"))
 
     def test_standard_input_is_a_file_too(self):
@@ -146,9 +156,53 @@ class Set(ProfileCase):
         self.expect_json({"file": file, "entry": "Port=7", "replaced": "PortNumber=77"},
                          "set", file, "Main", "Port", "7")
 
-    def test_shows_what_is_read_where_that_differs(self):
+    def test_fails_where_a_reader_does_not_find_what_was_written(self):
         file = self.write("")
-        self.expect_json({"file": file, "entry": "K=a=b", "answer": "b"}, "set", file, "M", "K", "a=b")
+        result = self.run_tool("set", file, "M", "K", "a=b", "--json")
+        self.assertEqual(result.json, {"file": file, "entry": "K=a=b", "answer": "b"})
+        self.assertEqual((result.status, result.err),
+                         (1, f"orla: a reader of {file} does not find what was written: the value is read as "
+                          '"b", from after its last "="\n'))
+        for content, reason in (
+                ("[Mai]\n\n[Main]\nK=1\n", 'section [Main] of FILE, line 1, has no key "K" before the empty line 2'),
+                ("[Mai]\nKey=1\n\n[Main]\nK=1\n", "an earlier header begins like [Main], and line 2 is found")):
+            file = self.write(content)
+            result = self.run_tool("set", file, "Main", "K", "7")
+            self.assertEqual(result.status, 1, content)
+            self.assertIn(reason.replace("FILE", file), result.err)
+            self.assertIn("\nK=7\n", self.read())
+
+    def test_refuses_what_is_no_file(self):
+        os.mkfifo(self.path("f.ini"))
+        for path, reason in (("/dev/null", "it is a device, not a file"),
+                             (self.path("f.ini"), "it is a pipe, not a file"),
+                             (self.folder.name, "Is a directory"),
+                             (self.path("none/f.ini"), "No such file or directory")):
+            for verb in (["set", path, "M", "K", "v"], ["unset", path, "M", "K"]):
+                self.expect_failure(f"orla: {path} was not rewritten: {reason}\n", *verb)
+
+    def test_failure_carries_the_text_of_the_system(self):
+        file = self.write("[M]\nL=1\n")
+        limited = ["setpriv", "--bounding-set=-dac_override"] if os.geteuid() == 0 else []
+        for content, mode, reason in (("[M]\n", 0o444, "Permission denied"), ("[M]\n", 0, "Permission denied")):
+            self.write(content)
+            os.chmod(file, mode)
+            result = self.orla_under(limited, "profile", "set", file, "M", "K", "v")
+            os.chmod(file, 0o600)
+            self.assertEqual((result.status, result.err), (1, f"orla: {file} was not rewritten: {reason}\n"))
+            self.assertEqual(self.read(), content)
+        os.mkdir(self.path("closed"))
+        os.chmod(self.path("closed"), 0o500)
+        result = self.orla_under(limited, "profile", "set", self.path("closed/f.ini"), "M", "K", "v")
+        self.assertIn("was not rewritten: Permission denied\n", result.err)
+
+    def test_a_limit_of_the_file_size_is_a_failure_and_leaves_the_file_as_it_was(self):
+        content = "[M]\n" + "L=1\n" * 20
+        file = self.write(content)
+        result = self.run_tool("set", file, "M", "K", "v", preexec_fn=lambda: resource.setrlimit(
+            resource.RLIMIT_FSIZE, (8, 8)))
+        self.assertEqual((result.status, result.err), (1, f"orla: {file} was not rewritten: File too large\n"))
+        self.assertEqual(self.read(), content)
 
     def test_takes_negative_numbers_and_empty_values(self):
         file = self.path("f.ini")
@@ -172,13 +226,272 @@ class Set(ProfileCase):
     def test_standard_input_cannot_be_rewritten(self):
         self.expect_failure("standard input cannot be rewritten", "set", "-", "M", "K", "v", status=2)
 
-    def test_takes_what_looks_like_an_option_behind_two_dashes(self):
+    def test_takes_what_looks_like_an_option_after_two_dashes(self):
         file = self.path("f.ini")
         self.assertEqual(self.run_tool("set", "--", file, "M", "K", "--json").status, 0)
         self.assertEqual(self.read(), "[M]\nK=--json\n")
 
-    def test_failure_says_what_to_look_at(self):
-        self.expect_failure("check that it and /tmp", "set", self.path("none/f.ini"), "M", "K", "v")
+
+class Together(ProfileCase):
+    """Several processes on one file."""
+
+    COUNT = 20
+
+    def run_together(self, *commands):
+        processes = [subprocess.Popen([tool.PATH, "profile", *command], env=self.environment(),
+                                      stdout=subprocess.DEVNULL) for command in commands]
+        for process in processes:
+            self.assertEqual(process.wait(), 0)
+
+    def set_all(self, file):
+        self.run_together(*(["set", file, "Main", f"K{number:02}", f"v{number}"]
+                            for number in range(self.COUNT)))
+
+    def expect_all(self, file, others=()):
+        found = self.run_tool("list", file, "--json").json["sections"]
+        self.assertEqual([section["name"] for section in found], ["Main"])
+        self.assertEqual({entry["key"]: entry["value"] for entry in found[0]["entries"]},
+                         {**{f"K{number:02}": f"v{number}" for number in range(self.COUNT)},
+                          **dict(others)})
+
+    def test_lose_no_key_of_a_file(self):
+        for _ in range(3):
+            file = self.write("[Main]\nOld=1\n")
+            self.set_all(file)
+            self.expect_all(file, {"Old": "1"})
+
+    def test_lose_no_key_of_a_file_that_they_create(self):
+        for _ in range(3):
+            file = self.path("new.ini")
+            self.set_all(file)
+            self.expect_all(file)
+            os.remove(file)
+        self.assertEqual(os.listdir(self.folder.name), [])
+
+    def test_take_out_a_key_each(self):
+        file = self.write("[Main]\nOld=1\n" + "".join(f"K{n:02}=1\n" for n in range(self.COUNT)))
+        self.run_together(*(["unset", file, "Main", f"K{n:02}"] for n in range(self.COUNT)))
+        self.assertEqual(self.read(), "[Main]\nOld=1\n")
+
+    def start_and_see_it_wait(self, *arguments):
+        leader, follower = pty.openpty()
+        self.addCleanup(os.close, leader)
+        process = subprocess.Popen([tool.PATH, "profile", *arguments], env=self.environment(),
+                                   stdout=subprocess.DEVNULL, stderr=follower)
+        os.close(follower)
+        shown = b""
+        while b"which another process has locked" not in shown:
+            shown += os.read(leader, 1024)
+        return process
+
+    def test_wait_for_each_other_and_can_be_interrupted_then(self):
+        file = self.write("[Main]\nOld=1\n")
+        with open(file, "rb") as held:
+            fcntl.flock(held, fcntl.LOCK_EX)
+            with self.start_and_see_it_wait("set", file, "Main", "K", "v") as process:
+                process.send_signal(signal.SIGINT)
+                self.assertEqual(process.wait(), -signal.SIGINT)
+        self.assertEqual(self.read(), "[Main]\nOld=1\n")
+
+    def test_change_the_file_that_took_the_place_of_the_locked_one(self):
+        file = self.write("[Main]\nOld=1\n")
+        with open(file, "rb") as held:
+            fcntl.flock(held, fcntl.LOCK_EX)
+            process = self.start_and_see_it_wait("set", file, "Main", "K", "v")
+            os.remove(file)
+            self.write("[Main]\nNew=1\n")
+        self.assertEqual(process.wait(), 0)
+        self.assertEqual(self.read(), "[Main]\nNew=1\nK=v\n")
+
+
+class Signals(ProfileCase):
+    def test_wait_until_the_file_is_whole(self):
+        file = self.write("[Main]\nOld=1\nKey=1\n")
+        environment = self.preloaded(SIGNALLED_COPY)
+        for arguments, content in ((["set", file, "Main", "Key", "2"], "[Main]\nOld=1\nKey=2\n"),
+                                   (["unset", file, "Main", "Key"], "[Main]\nOld=1\n")):
+            result = self.orla("profile", *arguments, environment=environment)
+            self.assertEqual(result.status, -signal.SIGINT)
+            self.assertEqual(self.read(), content)
+
+
+class Unset(ProfileCase):
+    def expect_removed(self, before, after, removed, *arguments):
+        file = self.write(before)
+        self.expect_json({"file": file, "removed": removed}, "unset", file, *arguments)
+        self.assertEqual(self.read(), after)
+
+    def test_takes_out_the_lines_of_the_key_alone(self):
+        self.expect_removed("[Main]\nHost=h\nPort=5\nport = 6\n", "[Main]\nHost=h\n",
+                            ["Port=5", "port = 6"], "main", "PORT")
+        self.expect_removed("[Main]\nPort\n", "[Main]\n", ["Port"], "Main", "Port")
+
+    def test_leaves_all_other_bytes_as_they_are(self):
+        self.expect_removed("\r[Main]\r\n; x\r\nPort=5\r\n\r\n[Other]\nPort=6\nlast",
+                            "\r[Main]\r\n; x\r\n\r\n[Other]\nPort=6\nlast", ["Port=5"], "Main", "Port")
+        self.expect_removed("[Main]\nPort=5\nA\0b\n\xff\nPort=6\n", "[Main]\nA\0b\n\xff\nPort=6\n",
+                            ["Port=5"], "Main", "Port")
+
+    def test_keeps_the_file_and_its_mode(self):
+        file = self.write("[Main]\nPort=5\n")
+        os.chmod(file, 0o640)
+        before = os.stat(file)
+        self.run_tool("unset", file, "Main", "Port")
+        after = os.stat(file)
+        self.assertEqual((after.st_ino, after.st_mode), (before.st_ino, before.st_mode))
+
+    def test_fails_where_there_is_nothing_to_take_out(self):
+        for content, reason in (
+                ("[Main]\nHost=h\n", 'has no key "Port" up to the end of the file'),
+                ("[Main]\n\nPort=5\n", 'has no key "Port" before the empty line 2'),
+                ("[Other]\nPort=5\n", "has no section [Main]"),
+                ("[Main]\nPortNumber=77\n", 'line 2, "PortNumber=77", is what readers find'),
+                ("[Main]\n[Other]\nPort=5\n", 'line 3, "Port=5", is what readers find')):
+            self.expect_failure(reason, "unset", self.write(content), "Main", "Port")
+            self.assertEqual(self.read(), content)
+        self.expect_failure("No such file", "unset", self.path("none"), "Main", "Port")
+        self.assertFalse(os.path.exists(self.path("none")))
+
+    def test_says_what_readers_find_instead(self):
+        file = self.write("[Main]\nPort=5\nPortNumber=77\n")
+        result = self.run_tool("unset", file, "Main", "Port")
+        self.assertEqual(result.status, 1)
+        self.assertEqual(result.err, f'orla: {file}: line 2, "PortNumber=77", is what readers find for this key\n')
+        self.assertEqual(self.read(), "[Main]\nPortNumber=77\n")
+
+    def test_default_path_is_the_file_that_the_environment_names(self):
+        file = self.write("[Main]\nPort=5\n")
+        self.assertEqual(self.run_tool("unset", "--default-path", "Main", "Port", config=file).status, 0)
+        self.assertEqual(self.read(), "[Main]\n")
+
+    def test_wrong_use(self):
+        file = self.write("[Main]\nPort=5\n")
+        for arguments in ([file, "Main", ""], ["-", "Main", "Port"], [file, "Main"],
+                          [file, "Main", "Port", "x"]):
+            self.assertEqual(self.run_tool("unset", *arguments).status, 2, arguments)
+
+
+class List(ProfileCase):
+    CONTENT = ("lost=1\n[Main]\r\nPortNumber=77\r\nPort=5\r\n; x=1\r\nText\r\nURL=a=b\r\nName = n \r\n\r\n"
+               "Lost=1\n[Two words]\nK=\n[main]\nLost=2\n[Maintenance]\nK=3\n\n[Mains]\nK=4")
+
+    def test_shows_what_a_reader_finds_as_a_profile_of_its_own(self):
+        file = self.write(self.CONTENT)
+        listed = "[Main]\nPortNumber=77\nURL=b\nName= n \n\n[Two words]\nK=\n\n[Maintenance]\nK=3\n\n[Mains]\n\n"
+        self.expect(listed, "list", file)
+        self.expect(listed, "list", self.write(listed, "listed.ini"))
+
+    def test_every_listed_entry_is_what_get_prints(self):
+        file = self.write(self.CONTENT)
+        sections = self.run_tool("list", file, "--json").json["sections"]
+        count = 0
+        for section in sections:
+            for entry in section["entries"]:
+                self.expect(entry["value"] + "\n", "get", file, section["name"], entry["key"])
+                count += 1
+        self.assertEqual(count, 5)
+
+    def test_json_says_in_which_line_each_stands(self):
+        file = self.write("[Main]\nPort=5\n\n[Empty]\n")
+        self.expect_json({"file": file, "sections": [
+            {"name": "Main", "line": 1, "entries": [{"key": "Port", "value": "5", "line": 2}]},
+            {"name": "Empty", "line": 4, "entries": []}]}, "list", file)
+
+    def test_a_section_that_the_string_reader_does_not_reach_has_no_entries(self):
+        self.expect("[Node1]\nK=1\n\n[Node2]\n\n", "list", self.write("[Node1]\nK=1\n\n[Node2]\nK=2\n"))
+
+    def test_one_section(self):
+        file = self.write(self.CONTENT)
+        self.expect("[Two words]\nK=\n\n", "list", file, "TWO words")
+        self.expect_failure("has no section [None]", "list", file, "None")
+        self.expect("[Two words]\nK=\n\n", "list", "--default-path", "Two words", config=file)
+
+    def test_fields(self):
+        file = self.write("[Main]\nPort=5\nHost=h\n")
+        self.expect("Main\n", "list", file, "--field", "sections.name")
+        self.expect("5\nh\n", "list", file, "--field", "sections[].entries[].value")
+
+    def test_standard_input_and_open_pipes_are_files_too(self):
+        self.assertEqual(self.run_tool("list", "-", input="[M]\nK=1\n").out, "[M]\nK=1\n\n")
+        for words in (["list"], ["lint"], ["get", "M", "K"]):
+            words.insert(1, "<(printf '[M]\\nK=1\\n')")
+            result = subprocess.run(["bash", "-c", f"'{tool.PATH}' profile {' '.join(words)}"], text=True,
+                                    capture_output=True, env=self.environment(), check=False)
+            self.assertEqual((result.returncode, result.stderr), (0, ""), words)
+
+    def test_wrong_use_and_failures(self):
+        self.expect_failure("FILE is required", "list", status=2)
+        self.expect_failure("cannot be read: No such file", "list", self.path("none"))
+        self.assertEqual(self.run_tool("list", "a", "b", "c").status, 2)
+        self.assertEqual(self.run_tool("list", "--default-path", "b", "c").status, 2)
+
+
+class Diff(ProfileCase):
+    def expect_differences(self, old, new, text, differences):
+        old, new = self.write(old, "old.ini"), self.write(new, "new.ini")
+        result = self.run_tool("diff", old, new)
+        self.assertEqual((result.status, result.out, result.err), (1 if text else 0, text, ""))
+        self.expect_json({"old": old, "new": new, "differences": differences}, "diff", old, new,
+                         status=1 if text else 0)
+
+    def test_the_order_of_sections_and_keys_makes_no_difference(self):
+        self.expect_differences("[A]\nK=1\nL=2\n", "[a]\r\nl=2\r\nk=1\r\n", "", [])
+        self.expect_differences("[Xa]\nK=1\n\n[Yb]\nL=2\n", "[Yb]\nL=2\n\n[Xa]\nK=1\n", "", [])
+
+    def test_shows_what_changed_by_section_and_key(self):
+        self.expect_differences(
+            "[Main]\nPort=5\nHost=h\n\n[Gone]\nK=1\n", "[Main]\nPort=7\nUser=u\n\n[Fresh]\nK=1\n",
+            "[Main]\n-Port=5\n+Port=7\n-Host=h\n+User=u\n[Gone]\n-K=1\n[Fresh]\n+K=1\n",
+            [{"section": "Main", "key": "Port", "old": "5", "new": "7"},
+             {"section": "Main", "key": "Host", "old": "h"},
+             {"section": "Main", "key": "User", "new": "u"},
+             {"section": "Gone", "key": "K", "old": "1"},
+             {"section": "Fresh", "key": "K", "new": "1"}])
+
+    def test_one_of_the_two_may_be_standard_input(self):
+        file = self.write("[A]\nK=1\n")
+        self.assertEqual(self.run_tool("diff", "-", file, input="[A]\nK=2\n").out, "[A]\n-K=2\n+K=1\n")
+        self.assertEqual(self.run_tool("diff", "-", "-", input="").status, 2)
+
+    def test_a_file_that_cannot_be_read_is_a_failure(self):
+        file = self.write("")
+        self.expect_failure("cannot be read: No such file", "diff", file, self.path("none"))
+        self.expect_failure("NEW is required", "diff", file, status=2)
+
+    def test_ten_thousand_keys_take_no_time(self):
+        content = "[Main]\n" + "".join(f"Key{number:05}=1\n" for number in range(10000))
+        self.expect_differences(content, content + "More=1\n", "[Main]\n+More=1\n",
+                                [{"section": "Main", "key": "More", "new": "1"}])
+
+
+class Refused(ProfileCase):
+    """What is no file is not read: that might never end."""
+
+    COMMANDS = (["get", "FILE", "M", "K"], ["get", "--int", "FILE", "M", "K"], ["list", "FILE"],
+                ["lint", "FILE"], ["diff", "FILE", "/dev/null"])
+
+    def test_devices_and_named_pipes(self):
+        os.mkfifo(self.path("f.ini"))
+        for path, reason in (("/dev/zero", "it is a device, not a file"),
+                             (self.path("f.ini"), "it is a pipe, not a file")):
+            for command in self.COMMANDS:
+                arguments = [path if word == "FILE" else word for word in command]
+                self.expect_failure(f'orla: {path} cannot be read: {reason}; standard input is given as "-"\n',
+                                    *arguments)
+
+    def test_named_pipes_in_folders_do_not_keep_the_others_from_it(self):
+        os.mkfifo(self.path("a.ini"))
+        self.write("", "b.ini")
+        result = self.run_tool("lint", self.folder.name)
+        self.assertEqual((result.status, result.out), (1, "1 file checked, 0 findings\n"))
+        self.assertIn("a.ini cannot be read: it is a pipe", result.err)
+
+    def test_input_without_an_end(self):
+        for command in (["get", "-", "M", "K"], ["list", "-"], ["lint", "-"]):
+            with open("/dev/zero", "rb") as zero:
+                result = self.run_tool(*command, stdin=zero)
+            self.assertEqual((result.status, result.err),
+                             (1, "orla: standard input cannot be read: it has more than 64 MiB\n"))
 
 
 class Path(ProfileCase):
@@ -202,12 +515,12 @@ class Lint(ProfileCase):
         self.assertEqual(result.status, 1 if expected else 0)
 
     def test_clean_files(self):
-        for content in ("", "\n", "[A]\r\nK=1\r\n\r\n[B]\r\nK=1\r\n", "[A]\n\n; K=1\n# K=1\ntext\n\n[B]\n"):
+        for content in ("", "\n", "[Xa]\nK=1\n\n[Yb]\nK=1\n", "[Xa]\n\ntext\n\n[Yb]\n", "text\n[Xa]\n"):
             self.expect_findings(content, [])
-        self.expect(f"{self.write('')}: nothing to trip over\n", "lint", self.path("f.ini"))
+        self.expect(f"{self.write('')}: nothing found\n", "lint", self.path("f.ini"))
 
     def test_a_line_without_a_value_hides_a_key_too(self):
-        self.expect_findings("[M]\nPORTNUMBER\nPort=5\n", [(3, "hidden_key")])
+        self.expect_findings("[M]\nPORTNUMBER\nPort=5\n", [(2, "no_equals"), (3, "hidden_key")])
 
     def test_a_name_that_is_not_utf8_is_reported_all_the_same(self):
         self.expect_findings("[M\xe4]\nK=1\n\nL=1\n", [(3, "section_cut")])
@@ -224,23 +537,63 @@ class Lint(ProfileCase):
         self.expect_findings("[A]\nK=\xff\n [B]\nK", [(2, "byte_255")])
 
     def test_empty_line_before_later_keys_is_told_once(self):
-        self.expect_findings("[A]\nK=1\n\n\nL=1\nM=1\n[B]\n\nK=1\n", [(3, "section_cut"), (8, "section_cut")])
+        self.expect_findings("[Xa]\nK=1\n\n\nL=1\nM=1\n[Yb]\n\nK=1\n",
+                             [(3, "section_cut"), (8, "section_cut")])
 
     def test_key_hidden_by_an_earlier_line(self):
         self.expect_findings("[A]\nPortNumber=1\nPort=2\n", [(3, "hidden_key")])
         self.expect_findings("[A]\nport=1\nPort=2\n", [(3, "hidden_key")])
-        self.expect_findings("[A]\nPort=1\nPortNumber=2\n[B]\nPort=1\n", [])
+        self.expect_findings("[Xa]\nPort=1\nPortNumber=2\n\n[Yb]\nPort=1\n", [])
 
     def test_header_with_white_space_around_it(self):
-        self.expect_findings(" [A]\n\n[B]\t\n[C]\n[ D ]\n", [(1, "spaced_header"), (3, "spaced_header")])
+        self.expect_findings(" [Xa]\n\n[Yb]\t\n\n[Zc]\n\n[ D ]\n", [(1, "spaced_header"), (3, "spaced_header")])
+
+    def test_a_section_without_an_empty_line_at_its_end(self):
+        self.expect_findings("[Xa]\nK=1\n[Yb]\nL=1\n", [(3, "runs_on")])
+
+    def test_a_section_that_an_earlier_header_hides(self):
+        self.expect_findings("[Main]\n\n[main]\n", [(3, "section_twice")])
+        self.expect_findings("[Node1]\n\n[Node2]\n", [(3, "hidden_section")])
+        self.expect_findings("[Maintenance]\n\n[Main]\n", [(3, "hidden_section")])
+        self.expect_findings("[Main]\n\n[Maintenance]\n", [])
+        self.expect_findings("[Mai\n[Main]\n", [(2, "hidden_section")])
 
     def test_long_values_only_where_integers_are_expected(self):
         content = "[A]\nPort=123456\nHost=123456\nMany=12345\n"
         self.expect_findings(content, [])
         self.expect_findings(content, [(2, "long_integer")], "--int", "port", "--int", "Many")
 
+    def test_values_that_are_no_integers(self):
+        self.expect_findings("[A]\nPort=x\nHost=\nMany=1x\n", [(2, "no_integer"), (3, "no_integer")],
+                             "--int", "Port", "--int", "Host", "--int", "Many")
+
     def test_long_lines(self):
-        self.expect_findings("x" * 511 + "\r\n" + "x" * 512 + "\n", [(2, "long_line")])
+        self.expect_findings("x" * 511 + "\n" + "x" * 512 + "\n", [(2, "long_line")])
+
+    def test_bytes_that_do_not_show(self):
+        self.expect_findings("\xef\xbb\xbf[A]\nK=1\n", [(1, "byte_order_mark")])
+        self.expect_findings("[A]\r\nK=1\r\n\r\n", [(1, "carriage_return")])
+        self.expect_findings("[A]\nK=1\0x\n", [(2, "zero_byte")])
+        self.expect_findings("[A]\n \t\nK=1\n", [(2, "blank_line")])
+
+    def test_blanks_that_belong_to_key_or_value(self):
+        self.expect_findings("[A]\n K=1\nL =1\nM= 1\nN=1 \n", [(2, "blanks"), (3, "blanks"), (4, "blanks")])
+
+    def test_a_second_equals_sign(self):
+        self.expect_findings("[A]\nURL=a=b\n", [(2, "second_equals")])
+
+    def test_lines_that_look_like_remarks_are_told_once(self):
+        file = self.write("; a\n[A]\n# K=1\n;K=2\n")
+        self.assertEqual(self.run_tool("lint", file).out, f"{file}:1: looks like a remark, as in 2 more below: "
+                         "there are none, and to readers it is a line like any other\n")
+
+    def test_keys_above_every_header(self):
+        self.expect_findings("K=1\n[A]\nL=1\n", [(1, "no_section")])
+
+    def test_kinds_that_are_ignored(self):
+        content = "; x\n[A]\r\nURL=a=b\n"
+        self.expect_findings(content, [(3, "second_equals")], "--ignore", "remark", "--ignore", "carriage_return")
+        self.expect_failure('"x" is no kind of finding', "lint", "--ignore", "x", "f", status=2)
 
     def test_several_files_end_in_totals(self):
         clean, broken = self.write("", "a.ini"), self.write("x", "b.ini")
@@ -301,6 +654,51 @@ class Lint(ProfileCase):
 
     def test_get_says_that_a_folder_is_no_file(self):
         self.expect_failure("/tmp cannot be read: Is a directory", "get", "/tmp", "Main", "Port")
+
+
+class LintAndQuirks(ProfileCase):
+    """Every quirk of profile files is one that lint knows, or one that no file shows."""
+
+    # Words of the row, a file that shows it, and the kind of finding; None: it is not in a file.
+    ROWS = (
+        ("first empty line", "[M]\nK=1\n\nL=1\n", "section_cut"),
+        ("runs on into the next section", "[Xa]\nK=1\n[Yb]\nL=1\n", "runs_on"),
+        ('first line that *begins* with the key', "[M]\nPortNumber=77\nPort=5\n", "hidden_key"),
+        ("Nothing is trimmed", "[M]\nPort = 5\n", "blanks"),
+        ('*last* "="', "[M]\nURL=a=b\n", "second_equals"),
+        ("no comments", "[M]\n;Port=5\n", "remark"),
+        ("last line without a line feed", "[M]\nK=1", "no_line_feed"),
+        ("byte 0xFF", "[M]\nK=\xff\n", "byte_255"),
+        ('string reader takes "[Maintenance]"', "[Maintenance]\n\n[Main]\n", "hidden_section"),
+        ("integer reader gives 0", "[M]\nInt=x\n", "no_integer"),
+        ("integer reader never looks at `ORLA_CONFIG`", None, None),
+        ("`orla_cfg_file` settles once", None, None),
+        ("default as long as the buffer", None, None),
+        ("writer returns 1", None, None),
+        ("leaves one descriptor", None, None),
+        ("Carriage returns vanish", "[M]\r\nK=1\n", "carriage_return"),
+        ("may not be read but written", None, None),
+    )
+
+    def rows(self):
+        with open(QUIRKS, encoding="utf-8") as file:
+            section = re.search(r"(?ms)^## Profile files\n(.+?)(?=^## |\Z)", file.read())[1]
+        return re.findall(r"(?m)^\| (?!What happens|---)(.+?) \|", section)
+
+    def test_every_row_has_its_finding(self):
+        for row in self.rows():
+            found = [words for words, _, _ in self.ROWS if words.lower() in row.lower()]
+            self.assertEqual(len(found), 1, row)
+
+    def test_every_finding_has_its_row(self):
+        rows = self.rows()
+        for words, content, kind in self.ROWS:
+            with self.subTest(row=words):
+                self.assertTrue(any(words.lower() in row.lower() for row in rows))
+                if content is None:
+                    continue
+                result = self.run_tool("lint", self.write(content), "--json", "--int", "Int")
+                self.assertEqual([finding["kind"] for finding in result.json["findings"]], [kind])
 
 
 if __name__ == "__main__":

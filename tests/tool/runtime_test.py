@@ -137,7 +137,7 @@ class Load(ToolTest):
         self.assertRegex(text, r"(?m)^ *opened +by name$")
         self.assertRegex(text, r"(?m)^ *orla_module_answer +found$")
 
-    def test_wants_a_library(self):
+    def test_needs_a_library(self):
         self.run_tool("load", "", status=2)
         self.run_tool("load", status=2)
 
@@ -174,6 +174,12 @@ class Trace(ToolTest):
                            environment={"K7LIB_VERB": "y", "K7LOG_PATH": str(self.path)})
         self.assertEqual(result.status, 1)
         self.assertIn("did not grow", result.err)
+
+    def test_tells_that_a_device_is_full(self):
+        run = self.run_tool("trace", "lost", status=1, K7LIB_VERB="y", K7LOG_PATH="/dev/full")
+        self.assertEqual((run.out, run.err), ("", 'orla: nothing was written to the trace file "/dev/full": '
+                                              "No space left on device\n"))
+        self.run_tool("trace", "nowhere", K7LIB_VERB="y", K7LOG_PATH="/dev/null")
 
     def test_goes_to_standard_output_without_a_path(self):
         text = self.run_tool("trace", "100%% done", K7LIB_VERB="y").out

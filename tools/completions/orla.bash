@@ -1,4 +1,4 @@
-# Completion of orla for bash. The tool itself tells what may stand where the cursor is.
+# Completion of orla for bash. The tool itself says what may stand where the cursor is.
 # shellcheck disable=SC2034,SC2088
 
 _orla() {
@@ -26,9 +26,12 @@ _orla() {
     fi
     line=${line%%$'\t'*}
     [[ $line == "${given[-1]}"* ]] || continue
-    # A section or a key may hold spaces.
-    if [[ -n $quote ]]; then
-      COMPREPLY+=("$line")
+    # A section or a key may hold anything. It is offered as a word that the shell takes as it is:
+    # between quotes only where nothing in it ends them or is run.
+    if [[ $quote == \' ]]; then
+      [[ $line == *\'* ]] || COMPREPLY+=("$line")
+    elif [[ $quote == \" ]]; then
+      [[ $line == *[\"\$\`\\!]* ]] || COMPREPLY+=("$line")
     else
       printf -v line '%q' "$line"
       COMPREPLY+=("$line")

@@ -1,4 +1,4 @@
-# Completion of orla for fish. The tool itself tells what may stand where the cursor is.
+# Completion of orla for fish. The tool itself says what may stand where the cursor is.
 
 function __orla_complete
     set -l words (commandline -opc)

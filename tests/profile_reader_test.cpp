@@ -1,4 +1,4 @@
-// Profile files: the integer reader, the string reader, the line reader and the path in force.
+// Profile files: the integer reader, the string reader, the line reader and the profile in force.
 
 #include <fcntl.h>
 #include <gtest/gtest.h>
@@ -13,6 +13,7 @@
 #include <string>
 
 #include "fakes/file_calls.h"
+#include "fakes/secure_getenv.h"
 #include "kit/environment.h"
 #include "kit/guarded_buffer.h"
 #include "kit/temp_dir.h"
@@ -154,6 +155,13 @@ TEST_F(ProfileInt, TakesTheFirstLineThatBeginsWithTheKeyWhateverFollowsIt) {
           {"[Main]\nPortless\nPort=5\n", kNothing}});
 }
 
+// No line holds a line feed, so such a name is found nowhere; two lines that look like it are no
+// header.
+TEST_F(ProfileInt, FindsNoSectionWithALineFeedInItsName) {
+  EXPECT_EQ(read_int("[a\nb]\nPort=5\n", "a\nb"), kNothing);
+  EXPECT_EQ(read_string("[a\nbc\nName=x\n", "a\nbc", "Name"), kNone);
+}
+
 TEST_F(ProfileInt, FindsAnEmptyKeyInTheFirstLineOfTheSection) {
   EXPECT_EQ(read_int("[Main]\nA=1\nB=2\n", "Main", ""), 1);
 }
@@ -186,7 +194,7 @@ TEST_F(ProfileInt, HasNoCommentSyntax) {
   EXPECT_EQ(read_int("[Main]\n;Port=4\n", "Main", ";Port"), 4);
 }
 
-TEST_F(ProfileInt, ValueIsBehindTheLastEqualsSign) {
+TEST_F(ProfileInt, ValueIsAfterTheLastEqualsSign) {
   expect({{"[Main]\nPort=1=2\n", 2}, {"[Main]\nPort==3\n", 3}, {"[Main]\nPort=1=\n", kNothing}});
 }
 
@@ -278,7 +286,7 @@ TEST_F(ProfileInt, ReadsALongFileInLargeBlocks) {
   int reads = 0;
   const With counting(fake_read, [&](int descriptor, void *out, std::size_t size) {
     ++reads;
-    EXPECT_EQ(size % 4096, 0U);  // whole pages
+    EXPECT_EQ(size % 2048, 0U);
     return fake_read.real(descriptor, out, size);
   });
   EXPECT_EQ(orla_cfg_get_private_profile_int("Main", "Port", kNothing, "f"), 5);
@@ -382,7 +390,7 @@ TEST_F(ProfileInt, StopsReadingAtTheLineThatAnswers) {
   int reads = 0;
   const With counting(fake_read, [&](int descriptor, void *out, std::size_t size) {
     ++reads;
-    EXPECT_EQ(size % 4096, 0U);  // whole pages
+    EXPECT_EQ(size % 2048, 0U);
     return fake_read.real(descriptor, out, size);
   });
   EXPECT_EQ(orla_cfg_get_private_profile_int("Main", "Port", kNothing, "f"), 5);
@@ -401,7 +409,7 @@ TEST_F(ProfileInt, OpensFilesOfAnySizeForReadingOnly) {
   EXPECT_EQ(orla_cfg_get_private_profile_int("Main", "Port", kNothing, "f"), kNothing);
 }
 
-TEST(ProfileString, IsTheTextBehindTheLastEqualsSignWithItsSpaces) {
+TEST(ProfileString, IsTheTextAfterTheLastEqualsSignWithItsSpaces) {
   EXPECT_EQ(name_of("[Main]\nName=orla\n"), (Answer{"orla", 4}));
   EXPECT_EQ(name_of("[Main]\nName = 5\n"), (Answer{" 5", 2}));
   EXPECT_EQ(name_of("[Main]\nName= a b  \n"), (Answer{" a b  ", 6}));
@@ -541,6 +549,51 @@ TEST(ProfileString, FileOfTheEnvironmentThatDoesNotOpenHasNoFallback) {
   }
 }
 
+// A stranger's environment names no file of a privileged program.
+TEST(ProfileString, EnvironmentNamesNoFileInSecureMode) {
+  MemoryFiles files;
+  files.put(kDefaultPath, "[Main]\nName=of the default\n");
+  files.put("named", "[Main]\nName=of the named\n");
+  const WithVariable set("ORLA_CONFIG", "named");
+  const With secure(fake_secure_getenv, [](const char *) -> char * { return nullptr; });
+  EXPECT_EQ(ask_string(kDefaultPath, "Main", "Name", "none").text, "of the default");
+}
+
+TEST(ProfileErrno, IsLeftAloneByTheReaders) {
+  const TempDir folder;
+  const std::string path = folder.write("f", "[Main]\nName=5\n" + std::string(10000, '\n'));
+  const WithVariable set("ORLA_CONFIG", folder.path("missing").c_str());
+  const std::string missing = folder.path("missing");
+  const std::string folder_itself = folder.path("");
+  const With failing_close(fake_close, [](int descriptor) {
+    fake_close.real(descriptor);
+    errno = EIO;
+    return -1;
+  });
+  for (const std::string &file : {path, missing, folder_itself}) {
+    for (const char *section : {"Main", "Absent"}) {
+      errno = 4711;
+      orla_cfg_get_private_profile_int(section, "Name", 1, file.c_str());
+      EXPECT_EQ(errno, 4711) << file;
+      ask_string(file.c_str(), section, "Name", "none");
+      EXPECT_EQ(errno, 4711) << file;
+    }
+  }
+  char in_force[ORLA_PROFILE_PATH_SIZE];
+  orla_cfg_file(in_force, nullptr);
+  EXPECT_EQ(errno, 4711);
+}
+
+TEST(ProfileErrno, IsLeftAloneByTheLineReader) {
+  char line[ORLA_PROFILE_LINE_SIZE];
+  std::FILE *stream = std::fopen("/", "r");
+  ASSERT_NE(stream, nullptr);
+  errno = 4711;
+  EXPECT_EQ(orla_i_cfg_read_line(stream, line), 0);  // a folder cannot be read
+  EXPECT_EQ(errno, 4711);
+  std::fclose(stream);
+}
+
 struct InForce {
   std::string path;
   char from_environment = 9;
@@ -548,7 +601,7 @@ struct InForce {
   bool operator==(const InForce &) const = default;
 };
 
-InForce path_in_force() {
+InForce profile_in_force() {
   GuardedBuffer path(ORLA_PROFILE_PATH_SIZE);
   InForce in_force;
   orla_cfg_file(path.data(), &in_force.from_environment);
@@ -561,7 +614,7 @@ InForce path_in_force() {
 TEST(ProfilePath, IsTheDefaultWithoutTheVariable) {
   const MemoryFiles files;
   const WithVariable unset("ORLA_CONFIG", nullptr);
-  EXPECT_EQ(path_in_force(), (InForce{kDefaultPath, 0}));
+  EXPECT_EQ(profile_in_force(), (InForce{kDefaultPath, 0}));
 }
 
 TEST(ProfilePath, IsTheFileThatTheVariableNamesWhenItOpens) {
@@ -573,15 +626,23 @@ TEST(ProfilePath, IsTheFileThatTheVariableNamesWhenItOpens) {
     ++closed;
     return fake_close.real(descriptor);
   });
-  EXPECT_EQ(path_in_force(), (InForce{"named", 1}));
+  EXPECT_EQ(profile_in_force(), (InForce{"named", 1}));
   EXPECT_EQ(closed, 1);
 }
 
 TEST(ProfilePath, IsTheDefaultWhenTheNamedFileDoesNotOpen) {
   const MemoryFiles files;
   const WithVariable set("ORLA_CONFIG", "missing");
-  EXPECT_EQ(path_in_force(), (InForce{kDefaultPath, 0}));
+  EXPECT_EQ(profile_in_force(), (InForce{kDefaultPath, 0}));
   EXPECT_EQ(ask_string(kDefaultPath, "Main", "Name", "none"), kNone);
+}
+
+TEST(ProfilePath, IsTheDefaultInSecureMode) {
+  MemoryFiles files;
+  files.put("named", "");
+  const WithVariable set("ORLA_CONFIG", "named");
+  const With secure(fake_secure_getenv, [](const char *) -> char * { return nullptr; });
+  EXPECT_EQ(profile_in_force(), (InForce{kDefaultPath, 0}));
 }
 
 TEST(ProfilePath, IsSettledByTheFirstCall) {
@@ -589,18 +650,18 @@ TEST(ProfilePath, IsSettledByTheFirstCall) {
   files.put("named", "");
   files.put("later", "");
   const WithVariable set("ORLA_CONFIG", "named");
-  EXPECT_EQ(path_in_force(), (InForce{"named", 1}));
+  EXPECT_EQ(profile_in_force(), (InForce{"named", 1}));
   const WithVariable changed("ORLA_CONFIG", "later");
-  EXPECT_EQ(path_in_force(), (InForce{"named", 1}));
+  EXPECT_EQ(profile_in_force(), (InForce{"named", 1}));
 }
 
 TEST(ProfilePath, DefaultIsSettledByTheFirstCallToo) {
   MemoryFiles files;
   const WithVariable unset("ORLA_CONFIG", nullptr);
-  EXPECT_EQ(path_in_force(), (InForce{kDefaultPath, 0}));
+  EXPECT_EQ(profile_in_force(), (InForce{kDefaultPath, 0}));
   files.put("later", "");
   const WithVariable set("ORLA_CONFIG", "later");
-  EXPECT_EQ(path_in_force(), (InForce{kDefaultPath, 0}));
+  EXPECT_EQ(profile_in_force(), (InForce{kDefaultPath, 0}));
 }
 
 TEST(ProfilePath, FlagMayBeNull) {
@@ -616,7 +677,7 @@ TEST(ProfilePath, MayHave255Characters) {
   const std::string name(255, 'n');
   files.put(name, "");
   const WithVariable set("ORLA_CONFIG", name.c_str());
-  EXPECT_EQ(path_in_force(), (InForce{name, 1}));
+  EXPECT_EQ(profile_in_force(), (InForce{name, 1}));
 }
 
 TEST(ProfilePath, NameOf256CharactersCountsAsAFileThatDoesNotOpen) {
@@ -624,7 +685,7 @@ TEST(ProfilePath, NameOf256CharactersCountsAsAFileThatDoesNotOpen) {
   const std::string name(256, 'n');
   files.put(name, "");
   const WithVariable set("ORLA_CONFIG", name.c_str());
-  EXPECT_EQ(path_in_force(), (InForce{kDefaultPath, 0}));
+  EXPECT_EQ(profile_in_force(), (InForce{kDefaultPath, 0}));
 }
 
 class ProfileLine : public testing::Test {
@@ -664,7 +725,7 @@ TEST_F(ProfileLine, WithoutLineFeedIsLostAndLeavesTheBufferUnterminated) {
   EXPECT_EQ(std::string(line_.data(), 5), "abcZZ");
 }
 
-TEST_F(ProfileLine, StreamStandsRightBehindAByte255) {
+TEST_F(ProfileLine, StreamStandsRightAfterAByte255) {
   open("one\nab\xFFrest\n");
   EXPECT_EQ(read(), 1);
   EXPECT_EQ(read(), 0);
@@ -674,7 +735,7 @@ TEST_F(ProfileLine, StreamStandsRightBehindAByte255) {
   EXPECT_EQ(line(), "rest");
 }
 
-TEST_F(ProfileLine, StreamStandsRightBehindTheLineFeed) {
+TEST_F(ProfileLine, StreamStandsRightAfterTheLineFeed) {
   open("one\ntwo\n");
   EXPECT_EQ(read(), 1);
   EXPECT_EQ(std::ftell(stream_), 4);

@@ -1,6 +1,7 @@
 // Profile files: the writer, its temporary name and its copy.
 
 #include <fcntl.h>
+#include <gmock/gmock.h>
 #include <gtest/gtest.h>
 #include <orla/profile.h>
 #include <sys/resource.h>
@@ -9,10 +10,12 @@
 
 #include <algorithm>
 #include <cerrno>
+#include <cstdint>
 #include <cstring>
 #include <filesystem>
 #include <fstream>
 #include <string>
+#include <utility>
 #include <vector>
 
 #include "fakes/file_calls.h"
@@ -85,7 +88,7 @@ TEST(ProfileWriter, PutsANewEntryAtTheEndOfAFileWithoutThatEmptyLine) {
   EXPECT_EQ(write_into("[Main]\n", "Main", "Host", "h"), written("[Main]\nHost=h\n"));
 }
 
-TEST(ProfileWriter, AppendsANewSectionBehindAnEmptyLine) {
+TEST(ProfileWriter, AppendsANewSectionAfterAnEmptyLine) {
   EXPECT_EQ(write_into("[Main]\nPort=5\n", "New", "K", "v"),
             written("[Main]\nPort=5\n\n[New]\nK=v\n"));
   EXPECT_EQ(write_into("[Main]\n\n", "New", "K", "v"), written("[Main]\n\n\n[New]\nK=v\n"));
@@ -254,16 +257,51 @@ TEST_F(ProfileWriterFailing, UnwritableTargetStaysUntouched) {
   expect_untouched();
 }
 
-// Every rewrite leaves a descriptor open, so a busy process comes to the point where only two are left:
-// enough for the temporary file and its copy, not for the target.
-TEST_F(ProfileWriterFailing, WantOfDescriptorsOrMemoryOrASignalIsNoReasonToReplaceTheTarget) {
-  for (const int error : {EMFILE, ENFILE, ENOMEM, EINTR}) {
+constexpr int kLastError = 133;  // EHWPOISON
+
+bool means_missing_or_unreadable(int error) {
+  return error == ENOENT || error == EACCES || error == EPERM;
+}
+
+// A disk that hiccups, a server that is away, a process without a descriptor left: the target is
+// still there, and is not replaced by a single key.
+TEST_F(ProfileWriterFailing, TargetIsReplacedOnlyWhenItIsMissingOrMayNotBeRead) {
+  for (int error = 1; error <= kLastError; ++error) {
+    files_.put("f", kTwoSections);
+    const bool replaced = means_missing_or_unreadable(error);
     EXPECT_EQ(write_with_open([error](const char *path, int flags) {
                 return !is_temporary(path) && !opens_for_writing(flags) ? error : 0;
               }),
-              0)
+              replaced ? 1 : 0)
         << std::strerror(error);
-    expect_untouched();
+    EXPECT_EQ(files_.get("f"), replaced ? "[Main]\nPort=7\n" : kTwoSections)
+        << std::strerror(error);
+    EXPECT_EQ(files_.count(), 1U) << "a temporary file stayed behind";
+  }
+}
+
+// What is done with the temporary file meanwhile may fail for a reason of its own.
+TEST_F(ProfileWriterFailing, WhyTheTargetDidNotOpenIsNotForgotten) {
+  for (const auto &[of_target, of_others] : {std::pair(ESTALE, ENOENT), std::pair(ENOENT, EIO)}) {
+    files_.put("f", kTwoSections);
+    const int error = of_others;
+    const With closing(fake_close, [error](int descriptor) {
+      fake_close.real(descriptor);
+      errno = error;
+      return 0;
+    });
+    const With cutting(fake_truncate, [error](const char *, off_t) {
+      errno = error;
+      return -1;
+    });
+    const With removing(fake_unlink, [error](const char *) {
+      errno = error;
+      return -1;
+    });
+    EXPECT_EQ(write_with_open([&](const char *path, int flags) {
+                return !is_temporary(path) && !opens_for_writing(flags) ? of_target : 0;
+              }),
+              of_target == ENOENT ? 1 : 0);
   }
 }
 
@@ -394,20 +432,29 @@ TEST(ProfileWriterCopy, IsNotWholeWhenTheSystemTakesNothing) {
   EXPECT_EQ(files.get("f"), kTwoSections);
 }
 
-TEST(ProfileWriterCopy, IsWrittenInWholePages) {
+TEST(ProfileWriterCopy, IsWrittenInWholePagesAndCopiedByOneWrite) {
   MemoryFiles files;
-  files.put("f", kTwoSections + std::string(100000, '\n'));
+  files.put("f", kTwoSections + std::string(200000, '\n'));
   std::vector<std::size_t> sizes;
   const With measuring(fake_write, [&](int descriptor, const void *data, std::size_t size) {
     sizes.push_back(size);
     return fake_write.real(descriptor, data, size);
   });
   EXPECT_EQ(write_port(), 1);
+  const std::size_t whole = kTwoSections.size() + 200000;
   ASSERT_GT(sizes.size(), 2U);
-  // The temporary file and the target end in a piece of a page.
-  EXPECT_EQ(
-      std::count_if(sizes.begin(), sizes.end(), [](std::size_t size) { return size % 4096 != 0; }),
-      2);
+  EXPECT_EQ(sizes.back(), whole);
+  // The temporary file ends in a piece of a page.
+  std::for_each(sizes.begin(), sizes.end() - 2,
+                [](std::size_t size) { EXPECT_EQ(size % 4096, 0U); });
+}
+
+TEST(ProfileWriterCopy, GoesOnInSmallBlocksWhileThereIsNoMemory) {
+  MemoryFiles files;
+  files.put("f", kTwoSections + std::string(100000, '\n'));
+  const With none(fake_realloc, [](void *, std::size_t) { return nullptr; });
+  EXPECT_EQ(write_port(), 1);
+  EXPECT_EQ(files.get("f"), "[Main]\nPort=7\n\n[Other]\nA=1\n" + std::string(100000, '\n'));
 }
 
 TEST(ProfileWriterCopy, EndsAtTheEndOfTheFileWhateverFailedEarlier) {
@@ -461,11 +508,10 @@ class ProfileRoom : public testing::Test {
   std::string path_;
 };
 
-TEST_F(ProfileRoom, IsReservedBeforeTheTargetIsOpenedForWriting) {
+TEST_F(ProfileRoom, IsReservedBeforeTheTargetIsCopiedTo) {
   std::string steps;
   const With opening(fake_open, [&](const char *path, int flags, mode_t mode) {
-    if (path == path_)
-      steps += (flags & O_TRUNC) != 0 ? "empty " : opens_for_writing(flags) ? "open " : "read ";
+    if (path == path_) steps += opens_for_writing(flags) ? "write " : "read ";
     return fake_open.real(path, flags, mode);
   });
   const With reserving(fake_fallocate, [&](int, int mode, off64_t offset, off64_t size) {
@@ -477,7 +523,21 @@ TEST_F(ProfileRoom, IsReservedBeforeTheTargetIsOpenedForWriting) {
     return 0;
   });
   EXPECT_EQ(write(long_value_), 1);
-  EXPECT_EQ(steps, "read open reserve empty ");
+  EXPECT_EQ(steps, "read write reserve write ");
+  EXPECT_EQ(folder_.read("f"), with_port(long_value_));
+}
+
+// Another process that fills the disk would take what is given up, however briefly.
+TEST_F(ProfileRoom, IsKeptUntilTheCopyIsThere) {
+  const With cutting(fake_ftruncate, [](int, off64_t size) {
+    ADD_FAILURE() << "cut at " << size;
+    return 0;
+  });
+  const With opening(fake_open, [&](const char *path, int flags, mode_t mode) {
+    EXPECT_EQ(flags & O_TRUNC, 0) << path;
+    return fake_open.real(path, flags, mode);
+  });
+  EXPECT_EQ(write(long_value_), 1);
   EXPECT_EQ(folder_.read("f"), with_port(long_value_));
 }
 
@@ -532,6 +592,27 @@ TEST_F(ProfileRoom, ThatCannotBeGivenBackLeavesTheTargetUntouched) {
   EXPECT_EQ(folder_.read("f"), kTwoSections);
 }
 
+TEST_F(ProfileRoom, IsGivenBackOnATargetOf5Gigabytes) {
+  constexpr std::uint64_t kSize = 5368709120;
+  const With full(fake_fallocate, [](int, int, off64_t, off64_t) {
+    errno = ENOSPC;
+    return -1;
+  });
+  const With telling(fake_statx, [&](int, const char *, int, unsigned, struct statx *out) {
+    *out = {};
+    out->stx_mode = S_IFREG;
+    out->stx_size = kSize;
+    return 0;
+  });
+  std::vector<off64_t> sizes;
+  const With cutting(fake_ftruncate, [&](int, off64_t size) {
+    sizes.push_back(size);
+    return 0;
+  });
+  EXPECT_EQ(write(long_value_), 0);
+  EXPECT_EQ(sizes, std::vector<off64_t>{kSize});
+}
+
 // To cut the target without knowing its size would lose what it holds.
 TEST_F(ProfileRoom, IsNotGivenBackWhereTheSizeOfTheTargetCannotBeTold) {
   const With full(fake_fallocate, [](int, int, off64_t, off64_t) {
@@ -552,7 +633,7 @@ TEST_F(ProfileRoom, IsNotGivenBackWhereTheSizeOfTheTargetCannotBeTold) {
 
 TEST_F(ProfileRoom, IsGivenBackWhenTheTargetThenDoesNotOpen) {
   const With opening(fake_open, [&](const char *path, int flags, mode_t mode) {
-    if (path == path_ && (flags & O_TRUNC) != 0) {
+    if (path == path_ && (flags & O_CREAT) != 0) {
       errno = EACCES;
       return -1;
     }
@@ -565,7 +646,7 @@ TEST_F(ProfileRoom, IsGivenBackWhenTheTargetThenDoesNotOpen) {
   EXPECT_LT(status.st_blocks * 512, 100000);
 }
 
-// The block count takes in what the file system keeps beside the data, so it does not decide alone.
+// The block count includes what the file system keeps beside the data, so it does not decide alone.
 TEST_F(ProfileRoom, IsReservedForAnyTextLongerThanTheFile) {
   const std::size_t now = kTwoSections.size();
   for (const unsigned blocks : {0U, 1U, 8U}) {
@@ -665,20 +746,39 @@ TEST_F(ProfileRoom, CannotBeReservedOnATargetThatDoesNotOpenForWriting) {
   EXPECT_EQ(folder_.read("f"), kTwoSections);
 }
 
-// Every open of a rewrite: temporary, target for reading, for its room and for the copy, temporary again.
-TEST_F(ProfileRoom, IsForFilesOfAnySizeWhoseDescriptorsNoProgramInherits) {
-  int opened = 0;
+struct Opened {
+  std::string path;
+  int flags;
+  mode_t mode;
+
+  bool operator==(const Opened &) const = default;
+};
+
+std::ostream &operator<<(std::ostream &out, const Opened &opened) {
+  return out << opened.path << " with " << std::oct << opened.flags << " " << opened.mode;
+}
+
+constexpr int kOfAnySize = O_LARGEFILE | O_CLOEXEC;
+constexpr int kRead = O_RDONLY | kOfAnySize;
+constexpr int kWrite = O_WRONLY | kOfAnySize;
+constexpr int kCreate = O_WRONLY | O_CREAT | kOfAnySize;
+
+// Files of any size, and descriptors that no program inherits.
+TEST_F(ProfileRoom, AndTheTextAreWrittenThroughTheseFilesAndNoOther) {
+  std::vector<Opened> all;
   const With opening(fake_open, [&](const char *path, int flags, mode_t mode) {
-    ++opened;
-    EXPECT_EQ(flags & O_LARGEFILE, O_LARGEFILE) << path;
-    EXPECT_EQ(flags & O_CLOEXEC, O_CLOEXEC) << path;
+    all.push_back({is_temporary(path) ? "copy" : path == path_ ? "target" : path, flags, mode});
     return fake_open.real(path, flags, mode);
   });
   EXPECT_EQ(write(long_value_), 1);
-  EXPECT_EQ(opened, 5);
+  EXPECT_THAT(all, testing::ElementsAre(Opened{"copy", kCreate, 0666}, Opened{"target", kRead, 0},
+                                        Opened{"target", kWrite, 0},
+                                        Opened{"target", kCreate, 0666}, Opened{"copy", kRead, 0}));
+  all.clear();
   ASSERT_EQ(unlink(path_.c_str()), 0);
   EXPECT_EQ(write_port(path_.c_str()), 1);
-  EXPECT_EQ(opened, 8);  // temporary, target, the new target
+  EXPECT_THAT(all, testing::ElementsAre(Opened{"copy", kCreate, 0666}, Opened{"target", kRead, 0},
+                                        Opened{"target", kCreate | O_TRUNC, 0666}));
 }
 
 // Files of the file system.
@@ -763,8 +863,39 @@ TEST(ProfileWriterFile, LeavesOneDescriptorOpenPerRewriteAndNoTemporaryFile) {
     EXPECT_FALSE(std::filesystem::exists(name)) << name;
 }
 
-// The real limit, down to the last descriptor: whatever fails, the file holds what it held.
-TEST(ProfileWriterFile, LosesNothingWhenTheProcessRunsOutOfDescriptors) {
+// A child inherits it, and would read a profile that only its owner may read; and it would hold the
+// room of the copy in /tmp for as long as the process lives.
+TEST(ProfileWriterFile, LeavesADescriptorThatReadsNothingAndHoldsNoRoom) {
+  const TempDir folder;
+  const std::string path = folder.write("f", kTwoSections + std::string(300000, '\n'));
+  std::vector<int> left;
+  const With naming(fake_mkstemp, [&](char *name) {
+    left.push_back(fake_mkstemp.real(name));
+    return left.back();
+  });
+  EXPECT_EQ(write_port(path.c_str()), 1);
+  const With no_room(fake_fallocate, [](int, int, off64_t, off64_t) {
+    errno = ENOSPC;
+    return -1;
+  });
+  EXPECT_EQ(orla_cfg_write_private_profile_string("Main", "Long", std::string(9000, 'v').c_str(),
+                                                  path.c_str()),
+            0);
+  ASSERT_EQ(left.size(), 2U);
+  for (const int descriptor : left) {
+    struct stat status;
+    ASSERT_EQ(fstat(descriptor, &status), 0);
+    EXPECT_EQ(status.st_size, 0);
+    EXPECT_EQ(status.st_blocks, 0);
+  }
+}
+
+// Rewrites at the real limit of descriptors. Each makes the file longer, so that room is reserved.
+class ProfileWriterLimit : public testing::TestWithParam<rlim_t> {};
+
+INSTANTIATE_TEST_SUITE_P(Descriptors, ProfileWriterLimit, testing::Range<rlim_t>(32, 40));
+
+TEST_P(ProfileWriterLimit, LosesNothingDownToTheLastDescriptor) {
   const TempDir folder;
   const std::string path = folder.write("f", kTwoSections);
   std::vector<std::string> names;
@@ -775,16 +906,61 @@ TEST(ProfileWriterFile, LosesNothingWhenTheProcessRunsOutOfDescriptors) {
   });
   rlimit earlier;
   ASSERT_EQ(getrlimit(RLIMIT_NOFILE, &earlier), 0);
-  const rlimit few = {64, earlier.rlim_max};
+  const rlimit few = {GetParam(), earlier.rlim_max};
   ASSERT_EQ(setrlimit(RLIMIT_NOFILE, &few), 0);
+  std::string value;
   int failures = 0;
-  for (int i = 0; i < 80; ++i)
-    failures += write_port(path.c_str()) == 0;
+  while (failures < 8) {
+    const std::string next = value + "7";
+    if (orla_cfg_write_private_profile_string("Main", "Port", next.c_str(), path.c_str()) == 1) {
+      value = next;
+    } else {
+      ++failures;
+    }
+  }
   setrlimit(RLIMIT_NOFILE, &earlier);
-  EXPECT_GT(failures, 0);
-  EXPECT_EQ(folder.read("f"), "[Main]\nPort=7\n\n[Other]\nA=1\n");
+  EXPECT_EQ(folder.read("f"), "[Main]\nPort=" + value + "\n\n[Other]\nA=1\n");
   for (const std::string &name : names)
-    unlink(name.c_str());  // the one that could not be opened
+    unlink(name.c_str());  // those that could not be opened
+}
+
+TEST(ProfileWriterErrno, IsLeftAloneOnSuccess) {
+  const TempDir folder;
+  const std::string path = folder.path("f");
+  const std::string copy = folder.path("copy");
+  errno = 4711;
+  EXPECT_EQ(write_port(path.c_str()), 1);  // created
+  EXPECT_EQ(errno, 4711);
+  EXPECT_EQ(orla_cfg_write_private_profile_string("Main", "Port", "77777", path.c_str()), 1);
+  EXPECT_EQ(errno, 4711);
+  EXPECT_EQ(copy_file(path.c_str(), copy.c_str()), 0);
+  EXPECT_EQ(errno, 4711);
+  EXPECT_EQ(copy_file(path.c_str(), "/dev/full"), 0);
+  EXPECT_EQ(errno, 4711);
+}
+
+TEST(ProfileWriterErrno, TellsWhyAFileWasNotWritten) {
+  const TempDir folder;
+  const std::string path = folder.write("f", kTwoSections);
+  errno = 0;
+  EXPECT_EQ(write_port(folder.path("missing/f").c_str()), 0);
+  EXPECT_EQ(errno, ENOENT);
+  EXPECT_EQ(copy_file(folder.path("missing").c_str(), path.c_str()), 1);
+  EXPECT_EQ(errno, ENOENT);
+  EXPECT_EQ(copy_file(path.c_str(), folder.path("").c_str()), 1);
+  EXPECT_EQ(errno, EISDIR);
+  const With full(fake_fallocate, [](int, int, off64_t, off64_t) {
+    errno = EDQUOT;
+    return -1;
+  });
+  const With removing(fake_unlink, [](const char *name) {
+    fake_unlink.real(name);
+    errno = EIO;
+    return -1;
+  });
+  folder.write("f", kTwoSections);
+  EXPECT_EQ(orla_cfg_write_private_profile_string("Main", "Port", "77777", path.c_str()), 0);
+  EXPECT_EQ(errno, EDQUOT);
 }
 
 TEST(TemporaryName, IsACreatedEmptyFileOfTheOwnersAlone) {
@@ -820,9 +996,12 @@ TEST(TemporaryName, IsOneOnFailure) {
   EXPECT_EQ(create_temporary_name(name), 1);
 }
 
+constexpr std::size_t kLargestWrite = 1048576;
+
 TEST(CopyFile, CopiesEveryByteOfFilesOfAnySize) {
   const std::string all = std::string("a\0b\r\n\xFF\n", 8);
-  for (const std::size_t size : {0U, 1U, 511U, 512U, 513U, 16383U, 16384U, 16385U, 1000000U}) {
+  for (const std::size_t size :
+       {0U, 1U, 511U, 512U, 513U, 4095U, 4096U, 4097U, 1048575U, 1048576U, 1048577U, 3000000U}) {
     MemoryFiles files;
     std::string content;
     while (content.size() < size)
@@ -870,9 +1049,10 @@ TEST(CopyFile, DoesNotNoticeWhatCannotBeWritten) {
   EXPECT_EQ(copy_file(from.c_str(), "/dev/full"), 0);
 }
 
-TEST(CopyFile, GoesOnBehindAPieceThatCouldNotBeWritten) {
+TEST(CopyFile, GoesOnAfterAPieceThatCouldNotBeWritten) {
   MemoryFiles files;
-  files.put("from", std::string(16384, 'a') + "b");
+  files.put("from", std::string(kLargestWrite, 'a') + "b");
+  files.put("to", "earlier content");
   int writes = 0;
   const With failing(fake_write,
                      [&](int descriptor, const void *data, std::size_t size) -> ssize_t {
@@ -881,6 +1061,112 @@ TEST(CopyFile, GoesOnBehindAPieceThatCouldNotBeWritten) {
                      });
   EXPECT_EQ(copy_file("from", "to"), 0);
   EXPECT_EQ(files.get("to"), "b");
+}
+
+// A process that is killed meanwhile, or a reader, finds a file that was never empty.
+TEST(CopyFile, NeverEmptiesTheDestination) {
+  for (const std::size_t size : {0U, 1U, 5U, 6U, 7U, 100U, 5000U}) {
+    MemoryFiles files;
+    const std::string content(size, 'n');
+    files.put("from", content);
+    files.put("to", "the old");
+    const With writing(fake_write, [&](int descriptor, const void *data, std::size_t length) {
+      EXPECT_EQ(files.get("to"), "the old");
+      lseek(descriptor, 0, SEEK_SET);
+      return fake_write.real(descriptor, data, length);
+    });
+    std::string before_the_cut;
+    const With cutting(fake_ftruncate, [&](int descriptor, off64_t length) {
+      EXPECT_EQ(length, static_cast<off64_t>(size));
+      before_the_cut = files.get("to");
+      return fake_ftruncate.real(descriptor, length);
+    });
+    EXPECT_EQ(copy_file("from", "to"), 0);
+    EXPECT_EQ(files.get("to"), content);
+    // What is left of a longer file is hidden from readers of profiles until it is cut off.
+    EXPECT_EQ(before_the_cut,
+              size < 7 ? content + '\xFF' + std::string("the old").substr(size + 1) : "");
+  }
+}
+
+TEST(CopyFile, WritesUpToAMegabyteAtOnce) {
+  for (const std::size_t size :
+       std::vector<std::size_t>{1, 4095, 4096, 100000, kLargestWrite, kLargestWrite + 1}) {
+    MemoryFiles files;
+    files.put("from", std::string(size, 'a'));
+    std::vector<std::size_t> sizes;
+    const With measuring(fake_write, [&](int descriptor, const void *data, std::size_t length) {
+      sizes.push_back(length);
+      return fake_write.real(descriptor, data, length);
+    });
+    EXPECT_EQ(copy_file("from", "to"), 0);
+    EXPECT_EQ(files.get("to").size(), size);
+    EXPECT_EQ(sizes.front(), std::min<std::size_t>(size, kLargestWrite));
+    EXPECT_EQ(sizes.size(), size <= kLargestWrite ? 1U : 2U);
+  }
+}
+
+TEST(CopyFile, WritesWhatASourceHasThatGrowsOrShrinksMeanwhile) {
+  for (const std::size_t told : {0U, 10U, 5000U, 100000U, 9000000U}) {
+    MemoryFiles files;
+    const std::string content(50000, 'a');
+    files.put("from", content);
+    const With telling(
+        fake_statx, [&](int file, const char *path, int flags, unsigned mask, struct statx *out) {
+          const int status = fake_statx.real(file, path, flags, mask, out);
+          if (out->stx_size == content.size()) out->stx_size = told;
+          return status;
+        });
+    EXPECT_EQ(copy_file("from", "to"), 0);
+    EXPECT_TRUE(files.get("to") == content) << told;
+  }
+}
+
+TEST(CopyFile, CutsTheDestinationWhereSizesCannotBeTold) {
+  MemoryFiles files;
+  files.put("from", "new");
+  files.put("to", "earlier content");
+  const With untold(fake_statx, [](int, const char *, int, unsigned, struct statx *) {
+    errno = ENOSYS;
+    return -1;
+  });
+  EXPECT_EQ(copy_file("from", "to"), 0);
+  EXPECT_EQ(files.get("to"), "new");
+}
+
+TEST(CopyFile, CutsAgainAfterASignal) {
+  MemoryFiles files;
+  files.put("from", "new");
+  files.put("to", "earlier content");
+  int cuts = 0;
+  const With interrupted(fake_ftruncate, [&](int descriptor, off64_t size) {
+    errno = EINTR;
+    return cuts++ == 0 ? -1 : fake_ftruncate.real(descriptor, size);
+  });
+  EXPECT_EQ(copy_file("from", "to"), 0);
+  EXPECT_EQ(files.get("to"), "new");
+  EXPECT_EQ(cuts, 2);
+}
+
+TEST(CopyFile, PutsNothingButTheContentIntoAPipe) {
+  const TempDir folder;
+  const std::string from = folder.write("from", "all of it");
+  int ends[2];
+  ASSERT_EQ(pipe(ends), 0);
+  EXPECT_EQ(copy_file(from.c_str(), ("/proc/self/fd/" + std::to_string(ends[1])).c_str()), 0);
+  char got[64];
+  EXPECT_EQ(read(ends[0], got, sizeof got), 9);
+  close(ends[0]);
+  close(ends[1]);
+}
+
+TEST(CopyFile, EmptiesAFileThatIsCopiedOntoALinkToIt) {
+  const TempDir folder;
+  const std::string from = folder.write("from", "content");
+  const std::string to = folder.path("to");
+  ASSERT_EQ(link(from.c_str(), to.c_str()), 0);
+  EXPECT_EQ(copy_file(from.c_str(), to.c_str()), 0);
+  EXPECT_EQ(folder.read("from"), "");
 }
 
 TEST(CopyFile, DoesNotNoticeWhatCannotBeRead) {

@@ -1,11 +1,13 @@
 // The trace writer: switches, lines, standard output, opening, closing and rotation.
 
+#include <dlfcn.h>
 #include <fcntl.h>
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 #include <orla/inventory.h>
 #include <orla/time.h>
 #include <orla/trace.h>
+#include <sys/file.h>
 #include <sys/resource.h>
 #include <sys/socket.h>
 #include <sys/stat.h>
@@ -13,16 +15,20 @@
 #include <unistd.h>
 
 #include <cerrno>
+#include <csignal>
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
+#include <filesystem>
 #include <string>
+#include <utility>
 #include <vector>
 
 #include "fakes/clock.h"
 #include "fakes/file_status.h"
 #include "fakes/fopen.h"
 #include "fakes/heap.h"
+#include "fakes/host.h"
 #include "kit/captured.h"
 #include "kit/environment.h"
 #include "kit/temp_dir.h"
@@ -127,6 +133,20 @@ TEST_F(TraceFile, IsStampedWithTheDateOfDaylightSavingTime) {
   const ClockAt night(1183264200);  // half past midnight, and still the day before by standard time
   trace("m\n");
   EXPECT_THAT(read(), StartsWith("07/01/2007  0:30:00 "));
+}
+
+// There summer time is half an hour, but the date is that of a full one.
+TEST_F(TraceFile, IsStampedWithTomorrowsDateInTheLastHalfHourOfASummerDayOnLordHoweIsland) {
+  const WithZone lord_howe("<+1030>-10:30<+11>-11,M10.1.0,M4.1.0");
+  std::string expected;
+  for (const auto &[minute, line] :
+       {std::pair(29, "02/03/2007 23:29:00 "), std::pair(30, "02/04/2007 23:30:00 "),
+        std::pair(50, "02/04/2007 23:50:00 "), std::pair(60, "02/04/2007  0:00:00 ")}) {
+    const ClockAt night(1170504000 + minute * 60);  // 23:00 there
+    trace("m\n");
+    expected += line + process_id() + " m\n";
+  }
+  EXPECT_EQ(read(), expected);
 }
 
 TEST_F(TraceFile, IsWrittenWhenTheThreadSwitchAloneIsOnAndNeverWithAThreadNumber) {
@@ -264,6 +284,36 @@ TEST_F(TraceFile, GetsTheLinesOfTheServices) {
   EXPECT_EQ(read(), stamp() + "KVRCA0001I tavGetMemorySize(): entering.\n" + stamp() +
                         "KVRCA0005E tavGetMemorySize(): Null pointer exception.\n" + stamp() +
                         "KVRCA0003E tavGetMemorySize(): exiting with status 0x1.\n");
+}
+
+TEST_F(TraceFile, GetsTheLastLineOfAServiceDuringWhichTheSwitchIsTurnedOn) {
+  orlalib_verbose = 0;
+  const With sysinfo(fake_sysinfo, [](struct sysinfo *host) {
+    *host = {};
+    orlalib_verbose = 1;
+    return 0;
+  });
+  int size = 0;
+  EXPECT_EQ(tavGetMemorySize(&size), 0U);
+  EXPECT_EQ(read(), stamp() + "KVRCA0002I tavGetMemorySize(): exiting with status 0x0.\n");
+}
+
+TEST_F(TraceFile, GetsTheFirstLineOfAServiceDuringWhichTheSwitchIsTurnedOff) {
+  const With sysinfo(fake_sysinfo, [](struct sysinfo *) {
+    orlalib_verbose = 0;
+    return -1;
+  });
+  int size = 0;
+  EXPECT_EQ(tavGetMemorySize(&size), 1U);
+  EXPECT_EQ(read(), stamp() + "KVRCA0001I tavGetMemorySize(): entering.\n");
+}
+
+TEST_F(TraceFile, OfAServiceEmptiesTheMessageBufferByItsFirstByteAlone) {
+  int size = 0;
+  tavGetMemorySize(&size);
+  const std::string last = "KVRCA0002I tavGetMemorySize(): exiting with status 0x0.\n";
+  EXPECT_EQ(statuslog[0], '\0');
+  EXPECT_EQ(statuslog + 1, last.substr(1));
 }
 
 TEST_F(TraceFile, GetsOnePercentSignForTwo) {
@@ -577,6 +627,171 @@ TEST_F(TraceFile, ThatCannotBeRenamedIsClosedAndAppendedToAndTriedAgainWithEvery
   EXPECT_EQ(read().substr(kLimit - 1), stamp() + "a\n" + stamp() + "b\n" + stamp() + "c\n");
 }
 
+// Rotation of a file that other processes share.
+
+TEST_F(TraceFile, ThatAnotherProcessHasRotatedIsOnlyClosed) {
+  fill_to(1000);
+  trace("a\n");
+  folder_.write("new", "of another process\n");
+  std::filesystem::rename(path(), path("trace.1"));
+  std::filesystem::rename(path("new"), path());
+  const std::string long_line(1000, 'b');
+  trace(long_line);
+  EXPECT_EQ(read(), "of another process\n");
+  EXPECT_THAT(read("trace.1"), testing::EndsWith(stamp() + "a\n" + stamp() + long_line));
+  trace("c\n");
+  EXPECT_EQ(read(), "of another process\n" + stamp() + "c\n");
+}
+
+TEST_F(TraceFile, WhoseNameIsGoneIsOnlyClosed) {
+  fill_to(1000);
+  trace("a\n");
+  std::filesystem::remove(path());
+  folder_.write("trace", "of another process\n");
+  folder_.write("trace.1", "rotated by another process\n");
+  trace(std::string(1000, 'b'));
+  EXPECT_EQ(read("trace.1"), "rotated by another process\n");
+  trace("c\n");
+  EXPECT_EQ(read(), "of another process\n" + stamp() + "c\n");
+}
+
+TEST_F(TraceFile, ThatAnotherProcessIsRotatingIsOnlyClosedAndTriedAgainWithTheNextLine) {
+  fill_to(1);
+  const int other = open(path().c_str(), O_RDONLY);
+  ASSERT_EQ(flock(other, LOCK_EX), 0);
+  const int next = dup(STDOUT_FILENO);
+  close(next);
+  trace("a\n");
+  EXPECT_FALSE(folder_.holds("trace.1"));
+  EXPECT_EQ(fcntl(next, F_GETFD), -1);
+  close(other);
+  trace("b\n");
+  EXPECT_THAT(read("trace.1"), testing::EndsWith(stamp() + "a\n" + stamp() + "b\n"));
+}
+
+// Whether a line that takes the file past the limit moves it aside.
+class TraceRotation : public TraceFile {
+ protected:
+  bool rotates() {
+    const bool there_before = folder_.holds("trace.1");
+    if (!folder_.holds("trace")) fill_to(1);
+    trace("m\n");
+    return !there_before && folder_.holds("trace.1") && !folder_.holds("trace");
+  }
+
+  bool rotates_when_locking_fails_with(int error) {
+    const With flock(fake_flock, [&](int descriptor, int operation) {
+      EXPECT_GE(descriptor, 0);
+      EXPECT_EQ(operation, LOCK_EX | LOCK_NB);
+      errno = error;
+      return -1;
+    });
+    return rotates();
+  }
+
+  // The status of the open file, whose path is empty, or of the predecessor.
+  bool rotates_when_identifying_fails_with(int error, const std::string &failing_path) {
+    const With statx(fake_statx, [&](int folder, const char *asked, int flags, unsigned mask,
+                                     struct statx *out) {
+      if (asked != failing_path) return fake_statx.real(folder, asked, flags, mask, out);
+      errno = error;
+      return -1;
+    });
+    return rotates();
+  }
+};
+
+TEST_F(TraceRotation, IsLeftToWhoeverHoldsTheLock) {
+  EXPECT_FALSE(rotates_when_locking_fails_with(EWOULDBLOCK));
+  EXPECT_FALSE(rotates_when_locking_fails_with(EINTR));
+  EXPECT_TRUE(rotates());
+}
+
+TEST_F(TraceRotation, GoesOnWhereThereAreNoLocks) {
+  for (const int error : {ENOLCK, EOPNOTSUPP, ENOSYS, EINVAL}) {
+    EXPECT_TRUE(rotates_when_locking_fails_with(error)) << error;
+    std::filesystem::remove(path("trace.1"));
+  }
+}
+
+TEST_F(TraceRotation, GoesOnWithoutALockWhenNoMoreFilesCanBeOpened) {
+  const With open(fake_open, [&](const char *opened, int flags) {
+    EXPECT_EQ(opened, path());
+    EXPECT_EQ(flags & (O_ACCMODE | O_NONBLOCK | O_CLOEXEC), O_WRONLY | O_NONBLOCK | O_CLOEXEC);
+    errno = EMFILE;
+    return -1;
+  });
+  EXPECT_TRUE(rotates());
+}
+
+TEST_F(TraceRotation, IsLeftToAnotherHostThatReplacesThePredecessorAtThatMoment) {
+  EXPECT_FALSE(rotates_when_identifying_fails_with(ESTALE, path("trace.1")));
+  EXPECT_TRUE(rotates());
+}
+
+TEST_F(TraceRotation, GoesOnWhenItCannotBeToldWhoseFileIsWhere) {
+  for (const int error : {EIO, ENOSYS, EACCES, ELOOP}) {
+    EXPECT_TRUE(rotates_when_identifying_fails_with(error, path("trace.1"))) << error;
+    std::filesystem::remove(path("trace.1"));
+  }
+  for (const int error : {EIO, ENOSYS, ESTALE}) {
+    EXPECT_TRUE(rotates_when_identifying_fails_with(error, "")) << error;
+    std::filesystem::remove(path("trace.1"));
+  }
+}
+
+TEST_F(TraceRotation, TellsFilesApartByTheirDeviceToo) {
+  for (const int part : {0, 1, 2}) {
+    folder_.write("trace.1", "earlier");
+    fill_to(1);
+    const With statx(fake_statx, [&](int folder, const char *asked, int flags, unsigned mask,
+                                     struct statx *out) {
+      const bool of_the_open_file = *asked == '\0';
+      fake_statx.real(folder, of_the_open_file ? asked : path().c_str(), flags, mask, out);
+      if (of_the_open_file) return 0;
+      if (part == 0) ++out->stx_ino;
+      if (part == 1) ++out->stx_dev_major;
+      if (part == 2) ++out->stx_dev_minor;
+      return 0;
+    });
+    trace("m\n");
+    EXPECT_EQ(read("trace.1").size(), kLimit - 1 + stamp().size() + 2) << part;
+  }
+}
+
+TEST_F(TraceRotation, AsksNothingForLinesThatDoNotRotate) {
+  const With flock(fake_flock, [](int, int) {
+    ADD_FAILURE() << "locked";
+    return 0;
+  });
+  const With statx(fake_statx, [](int, const char *asked, int, unsigned, struct statx *) {
+    ADD_FAILURE() << "status of " << asked;
+    return -1;
+  });
+  const With open(fake_open, [](const char *opened, int) {
+    ADD_FAILURE() << "opened " << opened;
+    return -1;
+  });
+  fill_to(2 * (stamp().size() + 2));
+  trace("a\n");
+  trace("b\n");
+  EXPECT_EQ(read().size(), kLimit);
+}
+
+// On 32 bits the status of a file written after 2038 does not fit its record.
+TEST_F(TraceRotation, LeavesAFileThatAnotherProcessHasRotatedPast2038On32Bits) {
+  const With fstat(fake_fstat, [](int, struct stat *) {
+    errno = EOVERFLOW;
+    return -1;
+  });
+  fill_to(1000);
+  trace("a\n");
+  std::filesystem::rename(path(), path("trace.1"));
+  folder_.write("trace", "of another process\n");
+  trace(std::string(1000, 'b'));
+  EXPECT_EQ(read(), "of another process\n");
+}
+
 TEST_F(TraceFile, WithoutADescriptorIsWrittenAndItsSizeNotAskedFor) {
   char text[128] = {};
   const With fopen(fake_fopen, [&](const char *, const char *mode) {
@@ -711,6 +926,115 @@ TEST_F(TraceFile, LosesAnUnwrittenLineForGood) {
   EXPECT_EQ(read(), stamp() + "a\n" + stamp() + "c\n");
 }
 
+// How a process that does `work` ends: the signal, or 0.
+template <typename Work>
+int signal_that_ends(Work work) {
+  std::fflush(nullptr);
+  const pid_t child = fork();
+  if (child == 0) {
+    for (const int signal_number : {SIGPIPE, SIGXFSZ})
+      signal(signal_number, SIG_DFL);  // whoever started the test may ignore them
+    work();
+    _exit(0);
+  }
+  int status = 0;
+  waitpid(child, &status, 0);
+  return WIFSIGNALED(status) ? WTERMSIG(status) : 0;
+}
+
+TEST_F(TraceFile, PastTheLimitOfFileSizesIsCutAndTheProcessEndedBySigxfsz) {
+  const auto write_past_the_limit = [] {
+    const struct rlimit no_core = {0, 0};
+    const struct rlimit tight = {10, 10};
+    setrlimit(RLIMIT_CORE, &no_core);
+    setrlimit(RLIMIT_FSIZE, &tight);
+    trace("m\n");
+  };
+  EXPECT_EQ(signal_that_ends(write_past_the_limit), SIGXFSZ);
+  EXPECT_EQ(read(), stamp().substr(0, 10));
+}
+
+TEST_F(TraceFile, ThatIsAFifoWithoutAReaderAnyMoreEndsTheProcessBySigpipe) {
+  ASSERT_EQ(mkfifo(path().c_str(), 0600), 0);
+  const int reader = open(path().c_str(), O_RDONLY | O_NONBLOCK);
+  trace("m\n");
+  char line[64] = {};
+  EXPECT_EQ(::read(reader, line, sizeof line), static_cast<ssize_t>(stamp().size() + 2));
+  EXPECT_EQ(line, stamp() + "m\n");
+  close(reader);
+  EXPECT_EQ(signal_that_ends([] { trace("m\n"); }), SIGPIPE);
+}
+
+// A 32-bit program cannot open it.
+TEST_F(TraceFile, Over2GiBIsRotatedOn64BitsAndNamedOn32) {
+  folder_.write("trace", "");
+  ASSERT_EQ(truncate64(path().c_str(), off64_t{3} << 30), 0);
+  Captured error(STDERR_FILENO);
+  trace("m\n");
+  const bool is_32_bits = sizeof(off_t) == 4;
+  EXPECT_EQ(error.text(), is_32_bits ? "\n\tUnable to open log file " + path() : "");
+  EXPECT_EQ(folder_.holds("trace.1"), !is_32_bits);
+}
+
+TEST_F(TraceFile, OfALibraryThatIsClosedMeanwhileLeavesItsDescriptorOpen) {
+#ifdef ORLA_SANITIZED
+  GTEST_SKIP() << "a sanitizer takes the copy's variables for a second definition";
+#endif
+  const std::string copy = path("liborla-copy.so");
+  std::filesystem::copy_file(ORLA_LIBRARY, copy);
+  const int next = dup(STDOUT_FILENO);
+  close(next);
+  void *library = dlopen(copy.c_str(), RTLD_NOW);
+  ASSERT_NE(library, nullptr) << dlerror();
+  char line[] = "m\n";
+  reinterpret_cast<void (*)(char *)>(dlsym(library, "TavTrace"))(line);
+  dlclose(library);
+  ASSERT_EQ(dlopen(copy.c_str(), RTLD_NOW | RTLD_NOLOAD), nullptr);
+  EXPECT_NE(fcntl(next, F_GETFD), -1);
+  EXPECT_EQ(read(), stamp() + "m\n");
+}
+
+// errno as it is after `line`, which finds it at 4711.
+template <typename Line>
+int errno_after(Line line) {
+  errno = 4711;
+  line();
+  return errno;
+}
+
+TEST_F(TraceFile, LeavesErrnoAlone) {
+  const auto with_errors = [](auto &fake, int result) {
+    return [&fake, result](auto... arguments) {
+      fake.real(arguments...);
+      errno = EIO;
+      return result;
+    };
+  };
+  const With flock(fake_flock, with_errors(fake_flock, 0));
+  const With rename(fake_rename, with_errors(fake_rename, 0));
+  const With fopen(fake_fopen, [](const char *name, const char *mode) {
+    std::FILE *file = fake_fopen.real(name, mode);
+    errno = EIO;
+    return file;
+  });
+  const auto line = [] { trace("m\n"); };
+  EXPECT_EQ(errno_after(line), 4711) << "opened";
+  EXPECT_EQ(errno_after(line), 4711) << "open";
+  EXPECT_EQ(errno_after([] { TavTrace(nullptr); }), 4711) << "closed";
+  fill_to(1);
+  EXPECT_EQ(errno_after(line), 4711) << "rotated";
+  EXPECT_TRUE(folder_.holds("trace.1"));
+  EXPECT_EQ(errno_after([] { tavGetMemorySize(nullptr); }), 4711) << "of a service";
+  TavTrace(nullptr);
+  {
+    const WithVariable nowhere(kPath, path("missing/trace").c_str());
+    Captured error(STDERR_FILENO);
+    EXPECT_EQ(errno_after(line), 4711) << "not opened";
+  }
+  const WithVariable full(kPath, "/dev/full");
+  EXPECT_EQ(errno_after(line), 4711) << "not written";
+}
+
 class TraceWithoutAPath : public testing::Test {
  protected:
   TraceWithoutAPath() {
@@ -732,6 +1056,16 @@ TEST_F(TraceWithoutAPath, DoesNotReadTheMessageAsAFormat) {
   Captured out(STDOUT_FILENO);
   trace("100%% %s %m");
   EXPECT_EQ(out.text(), "100%% %s %m\n");
+}
+
+TEST_F(TraceWithoutAPath, LeavesErrnoAloneWhenStandardOutputIsFull) {
+  const int out = dup(STDOUT_FILENO);
+  const int full = open("/dev/full", O_WRONLY);
+  dup2(full, STDOUT_FILENO);
+  std::setvbuf(stdout, nullptr, _IONBF, 0);
+  const int after = errno_after([] { trace("m\n"); });
+  dup2(out, STDOUT_FILENO);
+  EXPECT_EQ(after, 4711);
 }
 
 TEST_F(TraceWithoutAPath, WritesPrintfsTextForANullMessage) {

@@ -1,8 +1,8 @@
-// The profile functions said plainly, a byte and a line at a time, over files that are strings: what the
-// library's block-wise way is held against.
+// The profile functions said plainly, a byte and a line at a time, over files that are strings:
+// what the library's block-wise way is held against.
 
-#ifndef ORLA_TESTS_KIT_PLAIN_PROFILE_H
-#define ORLA_TESTS_KIT_PLAIN_PROFILE_H
+#ifndef ORLA_TESTS_PLAIN_PROFILE_H
+#define ORLA_TESTS_PLAIN_PROFILE_H
 
 #include <strings.h>
 

@@ -1,0 +1,10 @@
+// The environment as a process that may run with another's rights asks for it.
+
+#ifndef ORLA_TESTS_FAKES_SECURE_GETENV_H
+#define ORLA_TESTS_FAKES_SECURE_GETENV_H
+
+#include "fake.h"
+
+extern Fake<char *(const char *name)> fake_secure_getenv;
+
+#endif

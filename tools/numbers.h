@@ -1,0 +1,34 @@
+// Whole numbers on the command line: decimal digits everywhere, so that "08" is eight and "010"
+// ten.
+
+#ifndef ORLA_TOOLS_NUMBERS_H
+#define ORLA_TOOLS_NUMBERS_H
+
+#include <cstdint>
+#include <optional>
+#include <string>
+#include <string_view>
+
+namespace CLI {
+class App;
+class Option;
+}  // namespace CLI
+
+namespace orla_tool {
+
+// The numbers that a command takes, with a sign for those below zero.
+struct Whole {
+  std::int64_t smallest;
+  std::int64_t largest;
+
+  std::optional<std::int64_t> read(std::string_view text) const;
+  std::string refusal(std::string_view text) const;
+};
+
+// An option or an argument that is such a number; anything else is wrong use.
+CLI::Option *add_number(CLI::App &command, const std::string &name, std::int64_t &number,
+                        const std::string &help, const Whole &allowed);
+
+}  // namespace orla_tool
+
+#endif
