@@ -214,10 +214,10 @@ def fetch_content(options):
 
 @case
 def add_subdirectory(options):
-    """What FetchContent does in the end: it is configured, and not built a second time."""
+    """FetchContent comes to this in the end, so it is not built a second time. Without orla::orla the
+    consumer cannot be configured."""
     build = empty_folder(options.scratch.parent / "add_subdirectory")
     configure_from_source(options, "add_subdirectory", build)
-    check("host_report" in run("cmake", "--build", build, "--target", "help"), "no target of ours")
 
 
 def configure_from_source(options, by, build):
