@@ -1,4 +1,5 @@
-// What orla.hpp asks the exported functions for: profiles, libraries, tokens, the host, names, traces.
+// What orla.hpp asks the exported functions for: profiles, libraries, tokens, the host, names and
+// traces.
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>

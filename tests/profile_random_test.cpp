@@ -259,8 +259,8 @@ TEST(ProfileRandom, LineReaderAgreesWithThePlainWay) {
 
 // ---- What the format's page promises ------------------------------------------------------------
 //
-// "Both readers find every key of a file, with its value, when ...": the conditions, over the lines of a
-// file, and what then must hold.
+// "Both readers find every key of a file, with its value, when ...": the conditions, over the lines
+// of a file, and what then must hold.
 
 bool begins(const std::string &line, const std::string &text) {
   return strncasecmp(line.c_str(), text.c_str(), text.size()) == 0;

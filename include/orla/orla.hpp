@@ -325,7 +325,7 @@ class profile {
                                                path_.c_str()) == size - 1)
       value.resize((size *= 2) - 1);  // it may have been cut
     value.resize(std::strlen(value.c_str()));
-    if (value.find_first_not_of(' ') == value.npos) return std::nullopt;
+    if (value.find_first_not_of(' ') == std::string::npos) return std::nullopt;
     return value;
   }
   /** Reads a number: `get_int(section, key).value_or(number)` is what
@@ -409,7 +409,7 @@ class tokens {
   constexpr tokens &operator++() noexcept {
     const std::size_t opening = rest_.find(delimiter_);
     const std::size_t closing = rest_.find(delimiter_, opening + 1);  // npos + 1 is the start again
-    if (closing == rest_.npos) return *this = tokens();
+    if (closing == std::string_view::npos) return *this = tokens();
     token_ = rest_.substr(opening + 1, closing - opening - 1);
     rest_.remove_prefix(closing + 1);
     return *this;

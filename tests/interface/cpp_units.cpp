@@ -1,13 +1,13 @@
-// Two units of one program that use all of orla.hpp, beside the platform's header whose names the library
-// has too: compile_hpp.py compiles them in many ways. The second is compiled with SECOND_UNIT.
+// Two units of one program that use all of orla.hpp, beside the platform's header whose names the
+// library has too: compile_hpp.py compiles them in many ways, the second one with SECOND_UNIT.
 
 #ifdef SECOND_UNIT
 #include <arpa/inet.h>
-#include <orla/orla.hpp>
-#else
-#include <orla/orla.hpp>
-#include <arpa/inet.h>
 #endif
+
+#include <orla/orla.hpp>
+
+#include <arpa/inet.h>
 
 #include <unordered_map>
 #include <vector>

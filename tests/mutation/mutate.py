@@ -63,6 +63,7 @@ TESTS = (
     ("support/orlaslnk", "loader_test failing_calls_test"),
     ("support/orlamisc", "names_test"),
     ("base/percent_text", "trace_test time_text_test"),
+    ("base/", "time_clock_test time_text_test profile_writer_test failing_calls_test"),
     ("support/trace.cpp", "trace_test failing_calls_test"),
     ("support/trace_stamp", "trace_test failing_calls_test"),
     ("support/", "trace_test loader_test inventory_capacity_test"),
