@@ -38,7 +38,7 @@ const CLI::App &innermost(const CLI::App &program) {
 std::string path_of(const CLI::App &app) {
   std::string path = app.get_name();
   for (const CLI::App *above = app.get_parent(); above != nullptr; above = above->get_parent())
-    path = above->get_name() + " " + path;
+    path.insert(0, above->get_name() + " ");
   return path;
 }
 
@@ -55,7 +55,7 @@ std::string unexpected(const CLI::App &program) {
 }
 
 std::string what_is_wrong(const CLI::App &program, const CLI::ParseError &error) {
-  const std::string text = error.what();
+  std::string text = error.what();
   if (dynamic_cast<const CLI::ArgumentMismatch *>(&error) != nullptr && text.ends_with(" missing"))
     return text.substr(0, text.find(':')) + " needs a value";
   // Something that is missing may have been misspelt.
