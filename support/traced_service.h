@@ -36,7 +36,7 @@ class TracedService {
   const char *name_;
 };
 
-// An error detail of the other kind, in which a period follows the detail. `name` has
+// An error detail of the other family of lines, in which a period follows the detail. `name` has
 // its "()".
 void trace_error_with_period(const char *name, const char *detail);
 
