@@ -7,10 +7,7 @@
 
 #include <stdint.h>
 
-/** Marks what the library exports; all else in it is hidden.
- *
- *  A program that defines an exported function itself replaces it, also for the library's own calls
- *  that orla(3) lists under "Interposition". */
+/** Marks what the library exports; all else in it is hidden. */
 #define ORLA_EXPORT __attribute__((visibility("default")))
 
 #ifdef __cplusplus

@@ -9,9 +9,8 @@
  *
  *  Corners a caller must know:
  *  - A year is a leap year exactly when it is divisible by 4. There is no century rule: 1900 and
- *    2100 are leap years, because stored date numbers were computed so. The exceptions are the four
- *    functions that call one of the C library's: tav_mktime(), tav_gmtime(), tav_ctime() and
- *    tav_localtime().
+ *    2100 count as leap years, in every function but the four that call one of the C library's:
+ *    tav_mktime(), tav_gmtime(), tav_ctime() and tav_localtime().
  *  - time_to_string() does not fold: a stamp of 2^31 or more prints as a date from 1901 to 1970.
  *  - string_to_time() answers 0 for a failure, and for some dates: 01/01/1970 and 12/28/1986 (date
  *    number 0) are two of them.
