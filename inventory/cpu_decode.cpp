@@ -26,8 +26,8 @@ class ReleaseReader {
       rest_.remove_prefix(1);
   }
 
-  // Takes the digits at the front, none being 0, and the separator after them. False when there is
-  // no separator. A number beyond an int is the largest int.
+  // Takes the digits at the front (no digits count as 0) and the separator after them. False when
+  // there is no separator. A number beyond an int is the largest int.
   bool take_number(int &number) {
     constexpr int kLargest = std::numeric_limits<int>::max();
     number = 0;
@@ -84,8 +84,7 @@ bool SiblingsFigure::take(const char *line) {
   return true;
 }
 
-// A priority prefix ("<6>") at a line's start needs no stepping over: no occurrence can begin in
-// it.
+// A priority prefix ("<6>") at the start of a line needs no care: no occurrence can begin in it.
 int count_sibling_maps(std::string_view log) {
   constexpr std::string_view kMap = "cpu_sibling_map[";
   int count = 0;
