@@ -1,13 +1,14 @@
 /** @file
- *  What every header of orla rests on: fixed-width integers, the export mark, and the macros that let
- *  one declaration serve C and C++. It declares no function; include the header of the family you need.
+ *  What every header of orla needs: fixed-width integers, the export mark, and the macros that let
+ *  one declaration serve C and C++. It declares no function; include the header of the family you
+ *  need.
  */
 #ifndef ORLA_BASE_H
 #define ORLA_BASE_H
 
 #include <stdint.h>
 
-/** Marks what the library exports; all else in it is hidden. */
+/** Marks what the library exports; everything else in it is hidden. */
 #define ORLA_EXPORT __attribute__((visibility("default")))
 
 #ifdef __cplusplus
