@@ -12,8 +12,11 @@
 #define ORLA_EXPORT __attribute__((visibility("default")))
 
 #ifdef __cplusplus
+/** Begins declarations with C linkage. */
 #define ORLA_BEGIN_DECLS extern "C" {
+/** Ends declarations with C linkage. */
 #define ORLA_END_DECLS }
+/** Says in C++ that a function throws nothing. */
 #define ORLA_NOEXCEPT noexcept
 #else
 #define ORLA_BEGIN_DECLS
