@@ -21,6 +21,7 @@
 #include <vector>
 
 #include "fakes/file_calls.h"
+#include "kit/processes.h"
 #include "kit/temp_dir.h"
 #include "plain/profile.h"
 
@@ -122,6 +123,7 @@ class ProfileKilled : public testing::Test {
 
  private:
   [[noreturn]] void rewrite_for_ever(int number) {
+    die_with_the_parent();
     // A name that is known before the file is there, so that the test finds what a kill leaves.
     std::snprintf(course_.temporary, sizeof course_.temporary, "/tmp/K7%06x",
                   static_cast<unsigned>(getpid()));

@@ -7,7 +7,6 @@
 #include <signal.h>
 #include <sys/mman.h>
 #include <sys/mount.h>
-#include <sys/prctl.h>
 #include <sys/stat.h>
 #include <sys/statvfs.h>
 #include <sys/wait.h>
@@ -280,7 +279,7 @@ class Competitor {
  private:
   [[noreturn]] static void fill_for_ever() {
     const std::string page(kPage, 'f');
-    prctl(PR_SET_PDEATHSIG, SIGKILL);  // also where the test itself is killed
+    die_with_the_parent();
     const int file = open("/tmp/target/filler", O_RDWR | O_CREAT, 0600);
     for (off_t size = 0, round = 0;; ++round) {
       while (pwrite(file, page.data(), page.size(), size) == static_cast<ssize_t>(page.size()))

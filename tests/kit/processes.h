@@ -11,12 +11,18 @@
 #ifndef ORLA_TESTS_KIT_PROCESSES_H
 #define ORLA_TESTS_KIT_PROCESSES_H
 
+#include <signal.h>
+#include <sys/prctl.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
 #include <cstdio>
 #include <stdexcept>
 #include <vector>
+
+// Called by a child: it is killed when its parent ends, also where the parent itself was killed. One
+// that runs a loop would otherwise go on for ever.
+inline void die_with_the_parent() { prctl(PR_SET_PDEATHSIG, SIGKILL); }
 
 class Processes {
  public:
@@ -34,6 +40,7 @@ class Processes {
     const pid_t process = fork();
     if (process < 0) throw std::runtime_error("no process");
     if (process == 0) {
+      die_with_the_parent();
       wait_for_the_gate();
       const int status = work();
       std::fflush(nullptr);
