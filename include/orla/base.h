@@ -11,17 +11,17 @@
 /** Marks what the library exports; everything else in it is hidden. */
 #define ORLA_EXPORT __attribute__((visibility("default")))
 
-#ifdef __cplusplus
-/** Begins declarations with C linkage. */
-#define ORLA_BEGIN_DECLS extern "C" {
-/** Ends declarations with C linkage. */
-#define ORLA_END_DECLS }
-/** Says in C++ that a function throws nothing. */
-#define ORLA_NOEXCEPT noexcept
-#else
+#ifndef __cplusplus
+/** Begins declarations, in C++ with C linkage. */
 #define ORLA_BEGIN_DECLS
+/** Ends declarations. */
 #define ORLA_END_DECLS
+/** Says in C++ that a function throws nothing. */
 #define ORLA_NOEXCEPT
+#else
+#define ORLA_BEGIN_DECLS extern "C" {
+#define ORLA_END_DECLS }
+#define ORLA_NOEXCEPT noexcept
 #endif
 
 /** Status of a service: 0 is success; each family states its own failure values. */
