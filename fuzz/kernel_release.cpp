@@ -17,9 +17,9 @@ constexpr std::size_t kFieldSize = 65;
 // The figure that each source gives here, so that the result shows which one was used.
 int answer_of(plain::Source source) {
   switch (source) {
-    case plain::Source::kCpuinfo:
+    case plain::Source::cpuinfo:
       return 7;
-    case plain::Source::kKernelLog:
+    case plain::Source::kernel_log:
       return 1;
     default:
       return -1;

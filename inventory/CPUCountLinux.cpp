@@ -93,8 +93,8 @@ int ht_os_cpus() noexcept {
   if (uname(&host) != 0) return kKernelFailed;
   const std::string_view release(host.release, strnlen(host.release, sizeof host.release));
   const orla::FigureSource source = orla::figure_source(release);
-  if (source == orla::FigureSource::kCpuinfo) return figure_from_cpuinfo();
-  if (source == orla::FigureSource::kKernelLog) return figure_from_kernel_log();
+  if (source == orla::FigureSource::cpuinfo) return figure_from_cpuinfo();
+  if (source == orla::FigureSource::kernel_log) return figure_from_kernel_log();
   return kKernelFailed;
 }
 

@@ -17,9 +17,9 @@ bool is_genuine_intel(std::uint32_t ebx, std::uint32_t edx, std::uint32_t ecx);
 int logical_processors_per_package(std::uint32_t eax, std::uint32_t ebx);
 
 enum class FigureSource {
-  kUnusable,  // the release ends after a number
-  kCpuinfo,
-  kKernelLog
+  unusable,  // the release ends after a number
+  cpuinfo,
+  kernel_log
 };
 
 // Tells where a kernel of this release keeps its hyper-threading figure.
