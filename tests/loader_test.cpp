@@ -119,7 +119,7 @@ TEST(LoadLibrary, OpensAGoodLibraryWithStatusZero) {
   EXPECT_EQ(orla_slnk_free_library(id), 0);
 }
 
-TEST(LoadLibrary, GivesTheNameAsItStandsToTheLinkerWithRtldNowAlone) {
+TEST(LoadLibrary, GivesTheNameUnchangedToTheLinkerWithRtldNowAlone) {
   FakeLinker linker("libname.so");
   LibraryId id;
   EXPECT_EQ(id.load("libname.so"), 0u);
@@ -273,7 +273,7 @@ TEST(FailedLoad, WithoutAnErrorTextOfTheLinkerIsTracedAllTheSame) {
             std::string(kTracePrefix) + "Error loading module libname.so, dlerror: (null)\n.\n");
 }
 
-TEST(LongName, Of239CharactersIsTriedInTheFallbackDirectory) {
+TEST(LibraryName, Of239CharactersIsTriedInTheFallbackDirectory) {
   const std::string name(239, 'n');
   FakeLinker linker("/opt/tav/ls/dll/" + name);
   LibraryId id;
@@ -282,7 +282,7 @@ TEST(LongName, Of239CharactersIsTriedInTheFallbackDirectory) {
   EXPECT_EQ(linker.tried[1].size(), 255u);
 }
 
-TEST(LongName, Of240CharactersIsTriedAsItStandsOnly) {
+TEST(LibraryName, Of240CharactersIsTriedUnchangedOnly) {
   for (const std::size_t length : {240u, 241u, 256u, 5000u}) {
     const std::string name(length, 'n');
     FakeLinker linker("");
@@ -294,7 +294,7 @@ TEST(LongName, Of240CharactersIsTriedAsItStandsOnly) {
   }
 }
 
-TEST(LongName, MayOpenAsItStands) {
+TEST(LibraryName, Of240CharactersMayOpenUnchanged) {
   const std::string name(240, 'n');
   FakeLinker linker(name);
   LibraryId id;
@@ -304,7 +304,7 @@ TEST(LongName, MayOpenAsItStands) {
 // The text without the linker's part: "Error loading module ", ", dlerror: ", the line feed.
 constexpr std::size_t kAroundTheTexts = 21 + 11 + 1;
 
-TEST(LongError, Of255CharactersIsTracedWhole) {
+TEST(LoadError, Of255CharactersIsTracedWhole) {
   FakeLinker linker("");
   linker.error = std::string(255 - kAroundTheTexts - 1, 'e');
   LibraryId id;
@@ -314,7 +314,7 @@ TEST(LongError, Of255CharactersIsTracedWhole) {
                                "Error loading module n, dlerror: " + linker.error + "\n.\n");
 }
 
-TEST(LongError, Over255CharactersIsCutThereAndLosesItsLineFeed) {
+TEST(LoadError, Over255CharactersIsCutThereAndLosesItsLineFeed) {
   for (const std::size_t more : {1u, 2u, 3000u}) {
     FakeLinker linker("");
     linker.error = std::string(255 - kAroundTheTexts - 1 + more, 'e');
@@ -326,7 +326,7 @@ TEST(LongError, Over255CharactersIsCutThereAndLosesItsLineFeed) {
   }
 }
 
-TEST(LongError, OfANameThatFillsItIsCutInTheName) {
+TEST(LoadError, OfANameThatFillsItIsCutInTheName) {
   FakeLinker linker("");
   const std::string name(3000, 'n');
   LibraryId id;

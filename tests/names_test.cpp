@@ -114,7 +114,7 @@ TEST(Overrides, AreNullAtLoad) {
   EXPECT_EQ(orla_ls_group, nullptr);
 }
 
-TEST(Overrides, StandInForTheSystemsNamesEachForItsOwn) {
+TEST(Overrides, ReplaceTheSystemsNamesEachItsOwn) {
   const Host host("alice", "staff");
   char out[ORLA_NAME_SIZE];
   orla_ls_user = "somebody";

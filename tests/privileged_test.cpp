@@ -62,7 +62,7 @@ class SetUserId : public testing::Test {
   WithVariable config_{"ORLA_CONFIG", folder_.path("profile").c_str()};
 };
 
-TEST_F(SetUserId, ProgramTracesNothingForWhoeverStartsIt) {
+TEST_F(SetUserId, ProgramTracesNothingForTheUserWhoStartsIt) {
   EXPECT_EQ(output_of("service", kAnybody), "root\n");
   EXPECT_FALSE(folder_.holds("trace"));
   output_of("service", 0);

@@ -100,7 +100,7 @@ TEST_F(ProfileInt, TakesTheLettersAToZAndNoNeighbourOfThemInEitherCase) {
   }
 }
 
-TEST_F(ProfileInt, ComparesLettersOutsideAsciiAsTheyStandInAnyLocale) {
+TEST_F(ProfileInt, ComparesLettersOutsideAsciiUnchangedInAnyLocale) {
   EXPECT_EQ(read_int("[\xC4]\n\xC4=5\n", "\xC4", "\xC4"), 5);
   for (const char *locale : {"C", "de_DE.ISO-8859-1", "C.UTF-8"}) {
     setlocale(LC_ALL, locale);

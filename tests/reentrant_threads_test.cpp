@@ -271,20 +271,6 @@ TEST(Threads, PrintLinesToStandardOutputAtOnce) {
   EXPECT_EQ(wrong, 0);
 }
 
-// The first call finds the provider, before there are threads.
-TEST(Threads, TellTheNodesNameAtOnceAfterTheFirstCall) {
-  static char name[ORLA_NODE_NAME_SIZE];
-  orla_get_node_name(name);
-  if (name[0] == '\0') GTEST_SKIP() << "no companion library is found from here";
-  EXPECT_EQ(repeated(kRounds,
-                     [](int) {
-                       char again[ORLA_NODE_NAME_SIZE];
-                       orla_get_node_name(again);
-                       return static_cast<int>(std::strcmp(again, name) != 0);
-                     }),
-            0);
-}
-
 TEST(Threads, FailToLoadMissingLibrariesAtOnce) {
   EXPECT_EQ(repeated(50,
                      [](int) {

@@ -81,7 +81,7 @@ TEST(Offset, FollowsAChangeOfTheZoneAtTheNextCall) {
   EXPECT_EQ(wek_localtime_offset(), 7200);
 }
 
-TEST(Offset, ReadsTheZoneAnewEvenWithoutALocalTime) {
+TEST(Offset, ReadsTheZoneAgainEvenWithoutALocalTime) {
   const WithZone zone("AAA1");
   const ClockAt clock(kSummer);
   setenv("TZ", "BBB2", 1);
@@ -99,7 +99,7 @@ TEST(Offset, TakesTheZoneBeforeItConverts) {
   EXPECT_EQ(wek_localtime_offset(), 3600);
 }
 
-TEST(Offset, IsTheBareZonesWithoutALocalTime) {
+TEST(Offset, IsThePlainZonesWithoutALocalTime) {
   const WithZone zone(kNewYork);
   const ClockAt clock(kSummer);
   const With localtime(fake_localtime, [](const std::time_t *) { return nullptr; });
@@ -325,7 +325,7 @@ TEST(ClockPast2038, IsZeroWhenTheKernelDoesNotAnswerEither) {
   EXPECT_EQ(wek_time_stamp(), 0);
 }
 
-TEST(ClockPast2038, ReckonsDaylightSavingByTheFoldedYear) {
+TEST(ClockPast2038, TakesDaylightSavingFromTheFoldedYear) {
   const WithZone zone(kNewYork);
   {
     const ClockPast2038 clock(kSummer2040);
@@ -336,7 +336,7 @@ TEST(ClockPast2038, ReckonsDaylightSavingByTheFoldedYear) {
   EXPECT_EQ(wek_localtime_offset(), 18000);
 }
 
-TEST(ClockPast2038, GivesTheBareZoneWithoutALocalTime) {
+TEST(ClockPast2038, GivesThePlainZoneWithoutALocalTime) {
   const WithZone zone(kNewYork);
   const ClockPast2038 clock(kSummer2040);
   const With localtime(fake_localtime, [](const std::time_t *) { return nullptr; });

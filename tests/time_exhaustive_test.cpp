@@ -279,7 +279,7 @@ void expect_translated(const std::string &format) {
   ASSERT_EQ(numeric, plain::date_format(format)) << testing::PrintToString(format);
 }
 
-TEST(EveryDateFormat, OfTwoBytesAndEveryPairBehindAPercentSignIsTranslated) {
+TEST(EveryDateFormat, OfTwoBytesAndEveryPairAfterAPercentSignIsTranslated) {
   for (int first = 1; first < 256; ++first) {
     for (int second = 1; second < 256; ++second) {
       const std::string pair = {static_cast<char>(first), static_cast<char>(second)};

@@ -116,7 +116,7 @@ TEST(DateLine, PutsThePrefixBeforeTheDateWithNothingBetween) {
   EXPECT_STREQ(line, "12/28/1986\n");
 }
 
-TEST(DateLine, CopiesPercentSignsOfThePrefixAsTheyStand) {
+TEST(DateLine, CopiesPercentSignsOfThePrefixUnchanged) {
   char line[64];
   EXPECT_EQ(date_to_line(0, line, "100%% %d "), 20);
   EXPECT_STREQ(line, "100%% %d 12/28/1986\n");
@@ -197,7 +197,7 @@ TEST_P(PrintedLine, WritesTheTextOfErrnoForPercentM) {
             "No such file or directory: 12/28/1986\n");
 }
 
-TEST_P(PrintedLine, WritesAnyOtherConversionAsItStands) {
+TEST_P(PrintedLine, WritesAnyOtherConversionUnchanged) {
   for (const char *prefix : {"%d ", "%s", "%n", "%5m", "%", "%1$2d", "%%%s", "% %", "%-%"}) {
     std::string expected = prefix;
     if (expected == "%%%s") expected = "%%s";
@@ -475,7 +475,7 @@ TEST(OldInput, RejectsEverythingElse) {
   }
 }
 
-TEST(OldInput, WantsThreeNumbersEvenWhereTheDayIsPreset) {
+TEST(OldInput, NeedsThreeNumbersEvenWhereTheDayIsPreset) {
   const WithVariable mode(kOldMode, "");
   std::uint16_t date = 0;
   EXPECT_EQ(string_to_date("2007 12", &date), 0);

@@ -336,7 +336,7 @@ TEST_F(TraceFile, GetsTheTextOfErrnoForPercentMAsTheCallerLeftIt) {
   EXPECT_EQ(read(), stamp() + "open: Permission denied\n");
 }
 
-TEST_F(TraceFile, GetsAnyOtherConversionAsItStands) {
+TEST_F(TraceFile, GetsAnyOtherConversionUnchanged) {
   trace("%s %d %n %5d %-m %");
   EXPECT_EQ(read(), stamp() + "%s %d %n %5d %-m %");
 }
@@ -701,7 +701,7 @@ class TraceRotation : public TraceFile {
   }
 };
 
-TEST_F(TraceRotation, IsLeftToWhoeverHoldsTheLock) {
+TEST_F(TraceRotation, IsLeftToTheHolderOfTheLock) {
   EXPECT_FALSE(rotates_when_locking_fails_with(EWOULDBLOCK));
   EXPECT_FALSE(rotates_when_locking_fails_with(EINTR));
   EXPECT_TRUE(rotates());

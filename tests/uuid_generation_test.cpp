@@ -335,7 +335,7 @@ TEST(UuidHost, StaysWithTheFirstAnswerWhenTheAddressChanges) {
 }
 
 // As of two threads that ask at the same time: one is answered while the other still waits.
-TEST(UuidHost, IsTheOneAnsweredFirstForWhoeverAskedMeanwhile) {
+TEST(UuidHost, IsTheOneAnsweredFirstForThreadsThatAskedMeanwhile) {
   Interfaces first;
   first.ipv4(kUp, 0x0A000203);
   Interfaces second;

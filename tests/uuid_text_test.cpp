@@ -211,7 +211,7 @@ TEST(UuidDecode, FillsARecordThatHoldsTheStatus) {
 }
 
 // A text and a record in one buffer, the record at each place where it can stand.
-TEST(UuidText, SharesItsBufferWithTheRecordWhereverThatStands) {
+TEST(UuidText, SharesItsBufferWithTheRecordWhereverThatIs) {
   constexpr std::size_t kSize = ORLA_UUID_TEXT_SIZE;
   const char *const other_form = " d0f7b2fc0064.82.a.00.02.03.00.34.1 ";
   k7_uuid__t other = kExample;

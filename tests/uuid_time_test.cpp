@@ -177,7 +177,7 @@ double likelihood_of_equals(int calls) {
   return 1 - all_distinct;
 }
 
-TEST(UuidTime, IsTheSameForSomeTwoOf100CallsInTwoSecondsOf100AndOf589InEveryOther) {
+TEST(UuidTime, IsTheSameForTwoOf100CallsInOneSecondOf50AndOf589InOneOfTwo) {
   EXPECT_NEAR(likelihood_of_equals(2), 1 / 250000.0, 1e-12);
   EXPECT_NEAR(likelihood_of_equals(100), 0.02, 0.0005);
   EXPECT_LT(likelihood_of_equals(588), 0.5);
@@ -261,7 +261,7 @@ TEST(UuidTime, IsTheDoubleComputationOnBothSidesOfAMillionChangesOfTimeHigh) {
   }
 }
 
-TEST(UuidTime, IsTheDoubleComputationAtTenMillionRandomInstants) {
+TEST(UuidTime, IsTheDoubleComputationAtTenMillionRandomMoments) {
   Random random(19800101);
   for (int i = 0; i < 10000000; ++i) {
     const std::uint32_t seconds = random.next();
