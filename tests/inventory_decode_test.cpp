@@ -1,4 +1,4 @@
-// What processors and kernels say, decoded from captured bytes.
+// What processors and kernels report, decoded from captured bytes.
 
 #include <gtest/gtest.h>
 
@@ -100,7 +100,7 @@ TEST(KernelRelease, SaysWhereTheFigureIs) {
     EXPECT_EQ(figure_source(row.release), row.source) << row.release;
 }
 
-// Feeds lines as /proc/cpuinfo gives them; -1 stands for a figure that cannot be used.
+// Feeds lines as /proc/cpuinfo gives them; -1 means a figure that cannot be used.
 int figure_of(std::initializer_list<const char *> lines) {
   orla::SiblingsFigure figure;
   for (const char *line : lines) {

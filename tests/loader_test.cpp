@@ -30,7 +30,7 @@ constexpr orla_status kFailed = 0x1D01001F;
 constexpr const char *kNowhere = "liborla-test-nowhere.so";
 constexpr const char *kTracePrefix = "KVRAC0005E orla_slnk_load_library(): ";
 
-// A record, filled with rubbish as the heap may hand it out.
+// A record filled with arbitrary bytes, as the heap may return it.
 class LibraryId {
  public:
   LibraryId() : id_(orla_slnk_allocate_library_id()) { std::memset(id_, 0xA5, sizeof(void *)); }
@@ -54,7 +54,7 @@ class LibraryId {
   orla_library_id *id_;
 };
 
-// Stands in for the dynamic linker: opens what is in `opens` and writes down what it was asked for.
+// Replaces the dynamic linker: opens what is in `opens` and records what it was asked for.
 class FakeLinker {
  public:
   explicit FakeLinker(std::string opens) : opens_(std::move(opens)) {}

@@ -156,7 +156,7 @@ TEST(Overrides, FillTheRestOfTheBufferWithZeros) {
   EXPECT_EQ(std::string(empty.data(), ORLA_NAME_SIZE), std::string(32, '\0'));
 }
 
-// The C library leaves there what it came across, such as a database that is missing.
+// The C library sets it even when it succeeds, for example after a missing database.
 TEST(UserAndGroupName, LeaveErrnoAlone) {
   const With users(fake_getpwuid, [](uid_t) {
     errno = ENOENT;

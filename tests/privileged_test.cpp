@@ -1,4 +1,4 @@
-// A set-user-ID program of root's: the environment of the user who starts it steers none of its
+// A set-user-ID program of root: the environment of the user who starts it chooses none of its
 // files.
 
 #include <grp.h>

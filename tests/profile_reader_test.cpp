@@ -549,7 +549,7 @@ TEST(ProfileString, FileOfTheEnvironmentThatDoesNotOpenHasNoFallback) {
   }
 }
 
-// A stranger's environment names no file of a privileged program.
+// The environment of the user who starts a privileged program names none of its files.
 TEST(ProfileString, EnvironmentNamesNoFileInSecureMode) {
   MemoryFiles files;
   files.put(kDefaultPath, "[Main]\nName=of the default\n");

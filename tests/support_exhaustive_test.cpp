@@ -1,4 +1,4 @@
-// Small domains of the text and byte-order helpers and of the trace writer's messages, whole.
+// Small domains of tokens, byte order and the trace writer's messages, tested completely.
 
 #include <gtest/gtest.h>
 #include <orla/byteorder.h>
@@ -58,7 +58,7 @@ TEST(EveryIndex, Of16BitsFindsATokenAfterEmptyOnesAlone) {
 
 constexpr int kError = EACCES;
 
-// A failure shows where the two part, not the megabytes that they are.
+// A failure shows where the two begin to differ, not megabytes of text.
 void expect_same(const std::string &got, const std::string &expected) {
   const auto parting = std::mismatch(got.begin(), got.end(), expected.begin(), expected.end());
   const auto at = static_cast<std::size_t>(parting.first - got.begin());

@@ -343,7 +343,7 @@ TEST(ClockPast2038, GivesThePlainZoneWithoutALocalTime) {
   EXPECT_EQ(wek_localtime_offset(), 18000);
 }
 
-// The record is shared: whoever reads it next finds the real year.
+// The record is shared: the next reader finds the real year.
 TEST(ClockPast2038, LeavesTheYearInTheSharedRecord) {
   const WithZone zone(kNewYork);
   const ClockPast2038 clock(kSummer2040);
@@ -367,7 +367,7 @@ TEST(ClockPast2038, StandsAtTheLastStamp) {
   EXPECT_EQ(wek_time_stamp(), -1);
 }
 
-// The C library leaves there what it came across, such as a zone whose file is missing.
+// The C library sets it even when it succeeds, for example when the zone's file is missing.
 TEST(TimeErrno, IsLeftAlone) {
   const WithZone zone(kNewYork);
   const With time(fake_time, [](std::time_t *) {

@@ -59,7 +59,7 @@ class TraceFile : public testing::Test {
   std::string read(const std::string &name = "trace") const { return folder_.read(name); }
   static std::string stamp() { return "02/03/2007  9:05:07 " + process_id() + " "; }
 
-  // A trace file that stands `below` bytes under the limit.
+  // A trace file that is `below` bytes smaller than the limit.
   void fill_to(std::size_t below) { folder_.write("trace", std::string(kLimit - below, 'x')); }
 
   TempDir folder_;
@@ -178,7 +178,7 @@ TEST_F(TraceFile, FollowsAChangeOfTheZone) {
 }
 
 TEST_F(TraceFile, FollowsAZoneThatIsSetUnsetAndEmptyWithinOneSecond) {
-  // Without TZ the host's zone holds, whichever that is.
+  // Without TZ the host's zone applies, whichever that is.
   const With localtime(fake_localtime, [](const std::time_t *when) {
     const char *zone = std::getenv("TZ");
     std::tm *fields = gmtime(when);
@@ -911,7 +911,7 @@ TEST_F(TraceFile, IgnoresFailingWrites) {
   EXPECT_EQ(error.text(), "");
 }
 
-// A line that could not be written is not kept back to come out before a later one.
+// A line that could not be written is not kept and written before a later one.
 TEST_F(TraceFile, LosesAnUnwrittenLineForGood) {
   trace("a\n");
   struct rlimit earlier;

@@ -1,5 +1,5 @@
-// Small domains of the UUID service, whole: every byte at every position of a text, every byte of a
-// record, every reserved number.
+// Small domains of UUIDs, tested completely: every byte at every position of a text, every reserved
+// number.
 
 #include <gtest/gtest.h>
 #include <orla/uuid.h>
@@ -37,7 +37,7 @@ class Decoder {
     ASSERT_EQ(bytes_of(got), bytes_of(expected ? *expected : before)) << shown();
   }
 
-  // Texts that count as a UUID, of those expected.
+  // How many of the texts were UUIDs.
   int accepted() const { return accepted_; }
 
  private:
@@ -47,7 +47,7 @@ class Decoder {
   int accepted_ = 0;
 };
 
-// One without a zero, so that no "0x" can come about, and one that is full of them.
+// One without a zero, so that no "0x" can arise, and one with many.
 constexpr const char *kTexts[] = {"123456789abc.de.f1.23.45.67.89.ab.cd",
                                   "d0f7b2fc0064.82.0a.00.02.03.00.00.00"};
 

@@ -155,8 +155,8 @@ using Dlerror = char *();
 constinit Dlerror *real_dlerror = nullptr;
 [[gnu::constructor]] void find_real_dlerror() { real_dlerror = real<char *()>("dlerror"); }
 
-// The library, its companion, or this executable where the library's call was its last step, after which
-// nothing of the library is left to return to.
+// The library, its companion, or this executable where the library's call was its last step, after
+// which nothing of the library is left to return to.
 bool is_of_the_library(const void *caller) {
   Dl_info where;
   if (dladdr(caller, &where) == 0) return false;

@@ -2,9 +2,9 @@
 """Holds four sets of names equal: the version script, the dynamic symbols, the headers' declarations, the
 manual pages.
 
-The version script lists the names header by header, each group under a comment that ends in the header's
-name; each group is compared with what that header declares, and with what the pages document that include
-it. The declarations that a page shows are compared with the header's.
+The version script lists the names header by header, each group under a comment that ends in the
+header's name; each group is compared with what that header declares, and with what the pages
+document that include it. The declarations that a page shows are compared with the header's.
 """
 
 import argparse

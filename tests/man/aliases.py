@@ -1,6 +1,7 @@
 #!/usr/bin/env python3
 """Holds the pages of a man folder together: every name leads to the page that documents it, every
-reference to a page of ours is to one that is there, and no page lacks a section that callers look for.
+reference to a page of ours is to one that is there, and no page lacks a section that callers look
+for.
 
     aliases.py FOLDER       a folder with man1, man3 and man5
 """

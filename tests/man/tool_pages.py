@@ -1,6 +1,7 @@
 #!/usr/bin/env python3
 """Holds the pages of section 1 to the tool: every subcommand has its page, every option of it stands
-there and no other, every name in its JSON does, and the sessions in EXAMPLES print what the pages say.
+there and no other, every name in its JSON does, and the sessions in EXAMPLES print what the pages
+say.
 
     tool_pages.py TOOL MAN_FOLDER
 """

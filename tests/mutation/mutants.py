@@ -2,9 +2,10 @@
 
     find(file, text, reached)  yields the mutants of a source, in the order of the text
 
-`reached` names the library's own functions that it reaches by their exported names. A call of one that is
-bound inside the library goes to an alias of the function, which bound_aliases() adds to its source. Only what the i386 build compiles is changed: of the branches of a preprocessor condition the first.
-Comments, strings, directives and static assertions stay as they are.
+`reached` names the library's own functions that it reaches by their exported names. A call of one
+that is bound inside the library goes to an alias of the function, which bound_aliases() adds to its
+source. Only what the i386 build compiles is changed: of the branches of a preprocessor condition
+the first. Comments, strings, directives and static assertions stay as they are.
 """
 
 import collections
@@ -33,12 +34,12 @@ LOCAL = re.compile(r"^ {2,}(?!return |using |goto |static |extern |typename )"
                    r"(?P<whole>(?:struct )?[A-Za-z_][\w:]* \*?\w+(?:\[.*\])?(?: = \{\})?;)$")
 # Calls whose order shows: what they ask or change is outside of the function.
 ASKING = frozenset("""
-    close closedir copy_file count_physical_proc dlclose dlerror dlopen dlsym exit fclose fgets flock fopen fputs
-    freeifaddrs fstat ftruncate ftruncate64 get_nprocs_conf getenv secure_getenv getgid getgrgid getifaddrs getpid
-    getpwuid gettimeofday getuid gmtime HTSupported ht_os_cpus ioctl klogctl localtime lseek mkstemp mktime open
-    perror printf puts read rename setvbuf snprintf swap sysinfo TavTrace time tzset umask uname unlink write
-    orla_uuid_gen orla_slnk_free_library orla_slnk_free_library_id orla_slnk_load_library
-    configured_processors
+    close closedir copy_file count_physical_proc dlclose dlerror dlopen dlsym exit fclose fgets
+    flock fopen fputs freeifaddrs fstat ftruncate ftruncate64 get_nprocs_conf getenv secure_getenv
+    getgid getgrgid getifaddrs getpid getpwuid gettimeofday getuid gmtime HTSupported ht_os_cpus
+    ioctl klogctl localtime lseek mkstemp mktime open perror printf puts read rename setvbuf
+    snprintf swap sysinfo TavTrace time tzset umask uname unlink write orla_uuid_gen
+    orla_slnk_free_library orla_slnk_free_library_id orla_slnk_load_library configured_processors
     """.split())
 CALL = re.compile(r"(?<![\w.>:])(?:std::|::)?(\w+)\(")
 NEVER_CHANGED = re.compile(r"^\s*(?:#|static_assert|namespace|using|template)")

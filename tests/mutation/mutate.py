@@ -1,8 +1,8 @@
 #!/usr/bin/env python3
 """Changes one operator, constant, condition, call or statement of the library at a time, in a copy of the
-sources, and runs the tests of the changed unit on i386: tests that are worth something fail then. Of what a
-program may stand in for, one call is bound inside the library; a local is made static, and the tests of
-threads then run under ThreadSanitizer.
+sources, and runs the tests of the changed unit on i386: tests that are worth something fail then.
+Of what a program may stand in for, one call is bound inside the library; a local is made static,
+and the tests of threads then run under ThreadSanitizer.
 
     mutate.py [--every N] [--parallel N] [--list] [--work FOLDER] [PART...]
 
@@ -12,10 +12,10 @@ threads then run under ThreadSanitizer.
 --work        folder of copies and builds, which stay for the next run (default: build/mutation)
 PART          only files whose path contains it, such as time/ or token
 
-A mutant counts as killed when a test fails, crashes, does not end, or no longer compiles; one that the
-library itself does not compile with is not counted. The exit status is 1 when fewer than 95 in 100 of the
-whole library's are killed, or fewer than 300 are counted, or when one survives that equivalent.txt does not
-explain; and when no file is named like a PART.
+A mutant counts as killed when a test fails, crashes, does not end, or no longer compiles; one that
+the library itself does not compile with is not counted. The exit status is 1 when fewer than 95 in
+100 of the whole library's are killed, or fewer than 300 are counted, or when one survives that
+equivalent.txt does not explain; and when no file is named like a PART.
 
 Run as root, the tests get a /tmp of their own, as what a mutant leaves there nobody clears away.
 """
@@ -44,8 +44,8 @@ TMP = pathlib.Path("/tmp")
 LEAST_KILLED = 95  # in 100
 LEAST_COUNTED = 300
 
-# The tests of each unit, the likeliest to notice first. The first prefix that fits is taken. Tests that
-# take long are left out: where they alone would notice, a small one is missing.
+# The tests of each unit, the likeliest to notice first. The first prefix that fits is taken. Tests
+# that take long are left out: where they alone would notice, a small one is missing.
 TESTS = (
     ("inventory/cpu_decode", "inventory_decode_test inventory_processors_test"),
     ("inventory/CPUCountLinux", "inventory_processors_test failing_calls_test"),
@@ -358,7 +358,8 @@ def run_checked(command):
 def explained():
     """The survivors that are known, each with the reason why no test can tell it from the original.
 
-    Blocks of four: file, line, change, reason (which may go on over more lines). "#" begins a comment.
+    Blocks of four: file, line, change, reason (which may go on over more lines). "#" begins a
+    comment.
     """
     text = (HERE / "equivalent.txt").read_text()
     lines = "\n".join(line for line in text.split("\n") if not line.startswith("#"))
