@@ -1,6 +1,6 @@
 // What the processor reports about hyper-threading in its `cpuid` leaves.
 //
-//     the 12 characters of the vendor, then EAX and EBX of leaf 1, four bytes each, the lowest first
+//     the 12 characters of the vendor, then EAX and EBX of leaf 1, four bytes each, lowest first
 
 #include <orla/inventory.h>
 

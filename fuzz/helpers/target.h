@@ -1,5 +1,5 @@
-// Every fuzz target defines this one function. libFuzzer calls it, or replay.cpp with the files of the
-// target's corpus.
+// Every fuzz target defines this one function. libFuzzer calls it, or replay.cpp with the files of
+// the target's corpus.
 
 #ifndef ORLA_FUZZ_HELPERS_TARGET_H
 #define ORLA_FUZZ_HELPERS_TARGET_H
