@@ -9,14 +9,7 @@
 #include <vector>
 
 #include "fakes/fake.h"
-
-// As the library defines them; <arpa/inet.h>, which declares them otherwise, is not included here.
-extern "C" {
-std::uint32_t htonl(std::uint32_t host);
-std::uint32_t ntohl(std::uint32_t network);
-std::uint32_t htons(std::uint16_t host);
-std::uint32_t ntohs(std::uint16_t network);
-}
+#include "kit/converters.h"
 
 constinit Fake<void(char *, char *)> fake_swap("swap");
 

@@ -16,16 +16,9 @@
 #include <utility>
 
 #include "kit/captured.h"
+#include "kit/converters.h"
 #include "kit/environment.h"
 #include "kit/temp_dir.h"
-
-// As the library defines them; <arpa/inet.h> has other results for two of them.
-extern "C" {
-std::uint32_t htonl(std::uint32_t host) noexcept;
-std::uint32_t htons(std::uint16_t host) noexcept;
-std::uint32_t ntohl(std::uint32_t network) noexcept;
-std::uint32_t ntohs(std::uint16_t network) noexcept;
-}
 
 namespace {
 

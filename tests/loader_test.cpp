@@ -14,6 +14,7 @@
 #include "fakes/heap.h"
 #include "fakes/linker.h"
 #include "kit/environment.h"
+#include "kit/errno_after.h"
 #include "kit/modules.h"
 #include "kit/temp_dir.h"
 
@@ -468,14 +469,6 @@ TEST(FreeLibrary, TakesTheLibraryOutOfMemory) {
   ASSERT_EQ(id.load(kGoodModule), 0u);
   EXPECT_EQ(orla_slnk_free_library(id), 0);
   EXPECT_EQ(dlopen(kGoodModule, RTLD_NOW | RTLD_NOLOAD), nullptr);
-}
-
-// errno as it is after `call`, which finds it at 4711.
-template <typename Call>
-int errno_after(Call call) {
-  errno = 4711;
-  call();
-  return errno;
 }
 
 TEST(Loader, LeavesErrnoAlone) {

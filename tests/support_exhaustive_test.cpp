@@ -14,15 +14,10 @@
 #include <string>
 
 #include "fakes/clock.h"
+#include "kit/converters.h"
 #include "kit/environment.h"
 #include "kit/temp_dir.h"
 #include "plain/percent_text.h"
-
-// As the library defines them; <arpa/inet.h>, which declares them otherwise, is not included here.
-extern "C" {
-std::uint32_t htonl(std::uint32_t host);
-std::uint32_t ntohl(std::uint32_t network);
-}
 
 namespace {
 

@@ -31,6 +31,7 @@
 #include "fakes/host.h"
 #include "kit/captured.h"
 #include "kit/environment.h"
+#include "kit/errno_after.h"
 #include "kit/temp_dir.h"
 
 namespace {
@@ -992,14 +993,6 @@ TEST_F(TraceFile, OfALibraryThatIsClosedMeanwhileLeavesItsDescriptorOpen) {
   ASSERT_EQ(dlopen(copy.c_str(), RTLD_NOW | RTLD_NOLOAD), nullptr);
   EXPECT_NE(fcntl(next, F_GETFD), -1);
   EXPECT_EQ(read(), stamp() + "m\n");
-}
-
-// errno as it is after `line`, which finds it at 4711.
-template <typename Line>
-int errno_after(Line line) {
-  errno = 4711;
-  line();
-  return errno;
 }
 
 TEST_F(TraceFile, LeavesErrnoAlone) {

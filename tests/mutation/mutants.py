@@ -58,7 +58,7 @@ class Mutant:
 
     @property
     def key(self):
-        """What names the mutant wherever the line stands in its file."""
+        """Identifies the mutant, wherever the line is in its file."""
         return self.file, self.line, self.change
 
 
@@ -139,7 +139,7 @@ def describe(found, index, replacement):
 
 
 def ordinal(found, index):
-    """Tells apart equal things on one line: empty for the first of them."""
+    """Distinguishes equal things on one line: empty for the first of them."""
     start, _, _, what = found[index]
     place = len({other[0] for other in found[:index] if other[3] == what and other[0] != start})
     return f" (number {place + 1})" if place else ""
@@ -187,7 +187,7 @@ def blank_what_is_not_code(text):
 
 
 def compiled_lines(lines):
-    """For each line, whether it stands outside of conditions or in first branches only."""
+    """For each line, whether it is outside of conditions or in first branches only."""
     compiled = []
     branches = []
     for line in lines:

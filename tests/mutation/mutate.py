@@ -1,8 +1,8 @@
 #!/usr/bin/env python3
 """Changes one operator, constant, condition, call or statement of the library at a time, in a copy of the
-sources, and runs the tests of the changed unit on i386: tests that are worth something fail then.
-Of what a program may stand in for, one call is bound inside the library; a local is made static,
-and the tests of threads then run under ThreadSanitizer.
+sources, and runs the tests of the changed unit on i386: good tests then fail. One call of a
+function that a program may replace is bound inside the library; a local is made static, and the
+tests of threads then run under ThreadSanitizer.
 
     mutate.py [--every N] [--parallel N] [--list] [--work FOLDER] [PART...]
 
@@ -78,7 +78,7 @@ FOLDERS = re.findall(r"^(\w+):", (ROOT / "scripts" / "layers.txt").read_text(enc
 
 CONFIGURATION = (
     "-DCMAKE_BUILD_TYPE=None", "-DORLA_TOOL=OFF", "-DBUILD_TESTING=ON",
-    # A test is not linked anew for a library that has the same names.
+    # A test is not linked again for a library that has the same names.
     "-DCMAKE_LINK_DEPENDS_NO_SHARED=ON",
 )
 I386 = ("-DCMAKE_C_FLAGS=-m32 -march=i686 -O1", "-DCMAKE_CXX_FLAGS=-m32 -march=i686 -O1")
@@ -140,8 +140,8 @@ def is_asked_for(file, parts):
 
 
 def chosen(found, every):
-    """Of the mutants of a file one in `every`, and at least three. The choice goes by what a mutant is and
-    not by where it stands, so that an edit elsewhere changes little of it."""
+    """Of the mutants of a file one in `every`, and at least three. The choice goes by what a
+    mutant is and not by where it is, so that an edit elsewhere changes little of it."""
     drawn_first = sorted(found, key=lambda mutant: (draw(mutant) % every, draw(mutant)))
     count = max(3, sum(draw(mutant) % every == 0 for mutant in found))
     keys = {mutant.key for mutant in drawn_first[:count]}
@@ -159,7 +159,7 @@ def tests_of(file):
 
 def give_tests_their_own_tmp(work):
     """Starts this program again with another /tmp mounted, where that is allowed. Of the old one the sources and
-    `work` stay in sight."""
+    `work` stay visible."""
     if "ORLA_MUTATION_TMP" in os.environ or shutil.which("unshare") is None:
         return
     work.mkdir(parents=True, exist_ok=True)
@@ -309,7 +309,7 @@ def judge(mutant, workers):
 
 
 def copy_sources(folder):
-    """Brings a copy up to date; what is equal keeps its age, so that little is built anew."""
+    """Brings a copy up to date; what is equal keeps its age, so that little is built again."""
     listed = subprocess.run(["git", "ls-files", "--cached", "--others", "--exclude-standard"], cwd=ROOT,
                             check=True, stdout=subprocess.PIPE, text=True).stdout.split("\n")
     names = {name for name in listed if (ROOT / name).is_file()}
