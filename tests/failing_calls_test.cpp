@@ -215,7 +215,7 @@ TEST(FailingCallsTable, KnowsEveryNameThatTheLibraryImports) {
     known.insert(call);
   for (const std::string &name : names_of_library("--undefined-only", "Uw"))
     EXPECT_TRUE(known.count(name) != 0)
-        << name << " is imported: if it can fail, it needs a stand-in and its place in the table";
+        << name << " is imported: if it can fail, it needs a fake and a place in the table";
 }
 #endif
 

@@ -372,7 +372,7 @@ TEST(ProcessorCount, CombinesTheProbes) {
       {4, 2, 4, 1, 2},   {6, 4, 6, 1, 1},  // truncated
       {3, 255, 3, 1, 0}, {2, 2, 0, 2, 2},  // the kernel reports none
       {1, 2, 1, 3, 1},                     // a kernel figure of 1 is unusable
-      {2, 1, 2, 1, 2},                     // of a stand-in, as HTSupported() gives no 1
+      {2, 1, 2, 1, 2},                     // only of a replacement: HTSupported() never gives 1
       {2, 2, -1, 3, 2},                    // as is a kernel that cannot be asked
       {-1, 2, -1, 1, 0},                   // -1 / 2 rounds toward zero
       {-1, 0, 2, 0, -1}, {0, 2, 2, 3, 0},
