@@ -87,15 +87,6 @@ TEST_P(EveryTwoBytesOfAText, SideBySideAreReadByTheRulesOrLeaveTheRecord) {
   }
 }
 
-k7_uuid__t with_byte(std::size_t at, int byte, std::uint8_t filling) {
-  UuidBytes bytes;
-  bytes.fill(filling);
-  bytes[at] = static_cast<std::uint8_t>(byte);
-  return uuid_of(bytes);
-}
-
-int sign(int order) { return order < 0 ? -1 : order > 0 ? 1 : 0; }
-
 TEST(EveryReservedNumber, ComesBackOutOfTheTextOfItsRecord) {
   for (unsigned number = 0; number < 65536; ++number) {
     k7_uuid__t uuid = filled(0xA5);
