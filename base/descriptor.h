@@ -1,4 +1,4 @@
-// File descriptors: the owner of one, and how files are opened for reading and written to.
+// File descriptors: an owner for one, opening for reading, and writing in full.
 
 #ifndef ORLA_BASE_DESCRIPTOR_H
 #define ORLA_BASE_DESCRIPTOR_H

@@ -1,4 +1,4 @@
-// Keeps errno for the caller of a function that is not said to set it.
+// Keeps errno for the callers of functions that must not change it.
 
 #ifndef ORLA_BASE_KEPT_ERRNO_H
 #define ORLA_BASE_KEPT_ERRNO_H

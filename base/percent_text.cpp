@@ -8,7 +8,7 @@
 namespace orla {
 namespace {
 
-// Appends within a bound and counts what it was given: the first pass tells the size needed.
+// Appends what fits and counts all that it was given: the first pass finds the size needed.
 class Appender {
  public:
   Appender(char *out, std::size_t room) : out_(out), room_(room) {}

@@ -1,7 +1,7 @@
 // Text that is read as a printf() format without arguments, without printf()'s risk.
 //
 // "%%" is one percent sign and "%m" the text of errno, as for printf(). Any other "%" would fetch
-// an argument that nobody passed, and stands as it is.
+// an argument that nobody passed, so it is left as it is.
 
 #ifndef ORLA_BASE_PERCENT_TEXT_H
 #define ORLA_BASE_PERCENT_TEXT_H
@@ -10,7 +10,7 @@
 
 namespace orla {
 
-// One text: `head` and `tail` as they stand, and `format` expanded between them. A text of up to
+// One text: `head` and `tail` unchanged, and `format` expanded between them. A text of up to
 // kInPlace characters needs no heap; a longer one is cut there when the heap is exhausted.
 class PercentText {
  public:

@@ -1,4 +1,4 @@
-// The processor count, beside the calls that it cannot do without; and the kernel log's decoder.
+// The processor count, compared with the calls that it must make; and the kernel log's decoder.
 
 #include <orla/inventory.h>
 #include <sys/sysinfo.h>

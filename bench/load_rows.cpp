@@ -1,6 +1,6 @@
-// Loading the library into a program and closing it again, beside others of the same trade and two floors:
-// an empty library, and one that only has the names looked up that ours takes from the C library. This
-// program is not linked with the library.
+// Loading the library into a program and closing it again, compared with similar libraries and with
+// two floors: an empty library, and one that only imports the names that ours takes from the C
+// library. This program is not linked with the library.
 
 #include <dlfcn.h>
 
@@ -24,7 +24,7 @@ const bench::Rows rows([] {
   table.floor("the imports of liborla alone", open_and_close(ORLA_BENCH_IMPORTS));
   table.ours("liborla", open_and_close(ORLA_BENCH_LIBRARY));
 #ifdef ORLA_BENCH_PEERS
-  // GLib is none: once loaded it stays, whatever is closed.
+  // GLib is not measured: once loaded it stays loaded.
   table.peer("libuuid", open_and_close("libuuid.so.1"));
 #endif
 });

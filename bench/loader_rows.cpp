@@ -1,4 +1,4 @@
-// Symbol look-up, beside the plain call of the dynamic linker.
+// Symbol look-up, compared with the plain call of the dynamic linker.
 
 #include <dlfcn.h>
 #include <orla/loader.h>

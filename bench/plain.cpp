@@ -1,5 +1,6 @@
-// Measures the rows without any other package: fifteen repetitions, each of which goes through all rows, so
-// that a drift of the machine's speed meets all of them. Prints JSON: the median and the fastest of each row.
+// Measures the rows without any other package: fifteen repetitions, each of which goes through all
+// rows, so that a change of the machine's speed affects all of them. Prints JSON: the median and
+// the fastest of each row.
 //
 //     PROGRAM [REGEX]    measures only tables with a title that matches
 

@@ -1,5 +1,5 @@
-// Profile files, beside the least that the same work can cost: reading the file and looking through it, and
-// writing a copy of it. A rewrite that goes to a disk wants an idle one.
+// Profile files, compared with the least that the same work can cost: reading the file and
+// searching it, and writing a copy of it. Rewrites on a disk need an idle disk.
 
 #include <fcntl.h>
 #include <orla/profile.h>
@@ -58,7 +58,7 @@ void read_rows() {
   few.ours("string reader", read_string(small, "General", "Port"));
 }
 
-// Writes the text into a temporary file beside the target and renames it.
+// Writes the text into a temporary file in the target's folder and renames it.
 bench::Body copy_and_rename(const std::string &name, const std::string &text) {
   return bench::repeat([target = bench::temp_folder().file(name), text] {
     std::string temporary = target + "-XXXXXX";

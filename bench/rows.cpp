@@ -22,7 +22,7 @@ const char *role_name(Role role) {
 
 void calibrate(Row &row) {
   using Clock = std::chrono::steady_clock;
-  row.body(1);  // what a first call alone pays is no part of the measure
+  row.body(1);  // the cost of the first call alone is not measured
   for (row.batch = 1;; row.batch *= 2) {
     const auto start = Clock::now();
     row.body(row.batch);

@@ -1,6 +1,7 @@
-// What is measured: rows, grouped in tables. A file of rows registers them when the program starts, and one
-// of two programs' ends measures them: plain.cpp, without any other package and so on both architectures,
-// or google.cpp, by Google Benchmark, beside the peers that a user could pick instead.
+// What is measured: rows, grouped in tables. A file of rows registers them when the program starts,
+// and one of two files measures them: plain.cpp, without any other package and so on both
+// architectures, or google.cpp, with Google Benchmark and together with the peers that a user could
+// choose instead.
 //
 //     const bench::Rows rows([] {
 //       bench::Table table("text", "Date number to text");
@@ -44,15 +45,15 @@ class Table {
  public:
   explicit Table(std::string title) : title_(std::move(title)) {}
 
-  // The least that hardware, kernel or C library charge for the same work. Of several floors the highest
-  // is the one that holds.
+  // The least that the same work costs in hardware, kernel or C library. Of several floors the
+  // highest counts.
   void floor(const std::string &name, Body body, double size = 0) {
     add(Role::floor, name, body, size);
   }
   void ours(const std::string &name, Body body, double size = 0) {
     add(Role::ours, name, body, size);
   }
-  // What a user would pick instead.
+  // What a user would choose instead.
   void peer(const std::string &name, Body body, double size = 0) {
     add(Role::peer, name, body, size);
   }
@@ -72,19 +73,20 @@ struct Rows {
 // Doubles the batch of a row, from one call on, until it takes a millisecond.
 void calibrate(Row &row);
 
-// Keeps the compiler from dropping what was computed, and from assuming that memory stayed as it was.
+// Keeps the compiler from dropping what was computed, and from assuming that memory stayed as it
+// was.
 template <typename Value>
 inline void keep(Value const &value) {
   __asm__ volatile("" : : "g"(&value) : "memory");
 }
 
-// A result that stands in a register.
+// A result in a register.
 template <typename Value>
 inline void keep_result(Value value) {
   __asm__ volatile("" : : "r"(value));
 }
 
-// The pointer, of whose target the compiler is made to know nothing.
+// The pointer, whose target the compiler then knows nothing about.
 template <typename Target>
 inline Target *unknown(Target *pointer) {
   __asm__ volatile("" : "+r"(pointer) : : "memory");
@@ -100,7 +102,7 @@ Body repeat(Work work) {
   };
 }
 
-// The floor of what takes a few nanoseconds: to be called at all.
+// The floor for work of a few nanoseconds: the call alone.
 inline Body empty_call() {
   return repeat([] { keep_result(orla_bench_nothing(nullptr, nullptr)); });
 }

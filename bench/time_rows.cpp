@@ -1,4 +1,4 @@
-// Date text and the calendar, beside a copy of the text and what the C and C++ libraries offer.
+// Date text and the calendar, compared with a copy of the text and with the C and C++ libraries.
 
 #include <orla/orla.hpp>
 
@@ -15,7 +15,7 @@ const char kText[] = "12/31/2007";
 char text[ORLA_DATE_TEXT_SIZE];
 std::uint16_t date;
 
-// Walks through all date numbers, near and far, so that no branch is learnt.
+// Goes through all date numbers in mixed order, so that the processor learns no branch.
 std::uint16_t next_date() { return date = static_cast<std::uint16_t>(date + 7919); }
 
 void copy_text() {

@@ -1,4 +1,4 @@
-// Delimited tokens, beside loops over the characters that know no copy limit.
+// Delimited tokens, compared with loops over the characters without a copy limit.
 
 #include <orla/token.h>
 
@@ -13,7 +13,7 @@ constexpr char kQuote = '"';
 const char kLine[] = "name \"twelve chars\" rest";
 char out[64];
 
-// Finds both delimiters and copies what stands between them.
+// Finds both delimiters and copies the text between them.
 void copy_between() {
   const char *open = std::strchr(bench::unknown(kLine), kQuote);
   const char *close = std::strchr(open + 1, kQuote);

@@ -1,5 +1,5 @@
-// A traced line, flushed, beside a bare write of the same bytes and the status call that rotation needs;
-// and an untraced service beside its system call.
+// A traced line, flushed, compared with a plain write of the same bytes and the status call that
+// rotation needs; and an untraced service compared with its system call.
 
 #include <fcntl.h>
 #include <orla/inventory.h>
@@ -24,7 +24,7 @@ std::time_t ahead = 0;
 
 }  // namespace
 
-// Stands in for the C library's, so that a line can be the first of its second.
+// Replaces the C library's function, so that a line can be the first of its second.
 std::time_t time(std::time_t *out) noexcept {
   timespec now;
   clock_gettime(CLOCK_REALTIME_COARSE, &now);
@@ -47,7 +47,7 @@ void set_zone(const char *zone) {
   }
 }
 
-// What `also` asks of the system besides.
+// A system call that `also` makes in addition.
 template <typename Also>
 void write_lines(long n, Also also) {
   const int file =

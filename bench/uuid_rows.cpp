@@ -1,4 +1,4 @@
-// UUIDs, beside the clock alone, copies of the same bytes, and formatted output and input.
+// UUIDs, compared with the clock alone, copies of the same bytes, and formatted output and input.
 
 #include <sys/time.h>
 #include <orla/orla.hpp>
@@ -12,7 +12,7 @@ namespace {
 
 const char kText[] = "d0f7b2fc0064.82.0a.00.02.03.00.00.00";
 k7_uuid__t record = {0xD0F7B2FC, 0x0064, 0, 0x82, {0x0A, 0x00, 0x02, 0x03, 0, 0, 0}};
-// Differs in its last byte alone, so that every field is looked at.
+// Differs only in its last byte, so that every field is compared.
 k7_uuid__t other = {0xD0F7B2FC, 0x0064, 0, 0x82, {0x0A, 0x00, 0x02, 0x03, 0, 0, 1}};
 orla::uuid inline_record(record);
 orla::uuid inline_other(other);

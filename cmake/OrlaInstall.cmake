@@ -12,11 +12,11 @@ install(TARGETS orla
   LIBRARY DESTINATION "${CMAKE_INSTALL_LIBDIR}"
     COMPONENT runtime
     NAMELINK_COMPONENT development)
-# Beside the library, which finds it there; no program links it, and so it is not exported.
+# In the library's folder, where the library finds it; no program links it, so it is not exported.
 install(TARGETS orlanode
   LIBRARY DESTINATION "${CMAKE_INSTALL_LIBDIR}" COMPONENT runtime)
 if(ORLA_TOOL)
-  # The tool finds its library from where it stands itself, so that an installation can be moved.
+  # The tool finds its library relative to its own folder, so that an installation can be moved.
   file(RELATIVE_PATH library_beside_tool "${CMAKE_INSTALL_FULL_BINDIR}" "${CMAKE_INSTALL_FULL_LIBDIR}")
   set_property(TARGET orla-tool APPEND PROPERTY INSTALL_RPATH "$ORIGIN/${library_beside_tool}")
   install(TARGETS orla-tool
@@ -70,14 +70,15 @@ install(FILES
     "${PROJECT_SOURCE_DIR}/examples/host_report.c"
   DESTINATION "${CMAKE_INSTALL_DOCDIR}/examples" COMPONENT documentation)
 
-# For the Debian package, where all versions of Python look. Elsewhere pip installs the package, into
-# the folder of its own Python.
+# For the Debian package, where all versions of Python look. Elsewhere pip installs the package,
+# into the folder of its own Python.
 install(DIRECTORY "${PROJECT_SOURCE_DIR}/python/orla"
   DESTINATION lib/python3/dist-packages COMPONENT python EXCLUDE_FROM_ALL
   FILES_MATCHING PATTERN "*.py" PATTERN py.typed PATTERN __pycache__ EXCLUDE)
 
 if(PROJECT_IS_TOP_LEVEL)
-  # All that is installed, without tests. Who adds files to an installation makes it depend on them.
+  # All that is installed, without tests. Whatever adds files to an installation makes this target
+  # depend on them.
   add_custom_target(product)
   add_dependencies(product orla orlanode)
   if(ORLA_TOOL)

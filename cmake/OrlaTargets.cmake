@@ -1,4 +1,4 @@
-# How our targets are compiled: one function per kind of target, so that a rule stands once.
+# How our targets are compiled: one function per kind of target, so that each rule is written once.
 
 include(CheckCXXCompilerFlag)
 
@@ -23,8 +23,8 @@ function(orla_skipped_test name reason)
   set_tests_properties(${name} PROPERTIES SKIP_REGULAR_EXPRESSION "skipped: ")
 endfunction()
 
-# What turns a mistake with memory into the end of the process, for the library, the companion and
-# the tool. Builds for a sanitizer go without: it looks for the same.
+# Options that end the process after a memory error, for the library, the companion and the tool.
+# Builds for a sanitizer do without: it finds the same errors.
 function(orla_hardened target)
   if(ORLA_SANITIZE)
     return()
@@ -40,7 +40,7 @@ function(orla_hardened target)
       target_compile_options(${target} PRIVATE ${flag})
     endif()
   endforeach()
-  # It is of use where the compiler optimises, and warns elsewhere. A builder's own level stays.
+  # It works only where the compiler optimises, and warns elsewhere. A builder's own level is kept.
   if(NOT "${CMAKE_CXX_FLAGS}" MATCHES "_FORTIFY_SOURCE")
     target_compile_options(${target} PRIVATE
       $<$<CONFIG:Release,RelWithDebInfo,MinSizeRel>:-U_FORTIFY_SOURCE;-D_FORTIFY_SOURCE=2>)
@@ -56,8 +56,8 @@ function(orla_library_code target)
     $<$<COMPILE_LANGUAGE:CXX>:-fno-exceptions -fno-rtti -fno-threadsafe-statics>)
   target_compile_options(${target} PRIVATE
     "SHELL:-include ${PROJECT_SOURCE_DIR}/cmake/plain_names.h")
-  # Exported functions reach each other through their exported names, so that a program may stand in
-  # for any of them. GCC does so by default.
+  # Exported functions reach each other through their exported names, so that a program may replace
+  # any of them. GCC does so by default.
   check_cxx_compiler_flag(-fsemantic-interposition ORLA_HAVE_SEMANTIC_INTERPOSITION)
   if(ORLA_HAVE_SEMANTIC_INTERPOSITION)
     target_compile_options(${target} PRIVATE -fsemantic-interposition)

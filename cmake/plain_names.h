@@ -1,6 +1,6 @@
 // Included before every unit of the library: it calls scanf() and strtol() of the C library by
-// these plain names, for which programs may stand in. Left alone, the headers would put others in
-// their place, newer ones with each revision of the language: __isoc99_sscanf, and since glibc 2.38
+// these plain names, which programs may define themselves. Otherwise the headers would use other
+// names, newer ones with each revision of the language: __isoc99_sscanf, and since glibc 2.38
 // __isoc23_strtol, which reads "0b1" too where the base is left open.
 
 #if __has_include(<features.h>)

@@ -22,7 +22,7 @@ if(NOT EXISTS "${noted}")
   message(FATAL_ERROR "Nothing was installed from ${BUILD}: it holds no installed.txt")
 endif()
 file(STRINGS "${noted}" lines)
-list(REVERSE lines)  # what was written last to a place is what is there
+list(REVERSE lines)  # the last file written to a path is the one that is there
 foreach(line IN LISTS lines)
   string(REGEX MATCH "^([^ ]+) (.*)$" line "${line}")
   set(content "${CMAKE_MATCH_1}")

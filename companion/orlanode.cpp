@@ -7,10 +7,10 @@
 
 #include <cstring>
 
-// Not in a header: programs call orla_get_node_name(), which finds this one by its name.
+// Not in a header: programs call orla_get_node_name(), which looks this function up by its name.
 extern "C" ORLA_EXPORT int orla_node_name(char *out) noexcept;
 
-static_assert(sizeof(utsname::nodename) == ORLA_NODE_NAME_SIZE, "the kernel's field fits whole");
+static_assert(sizeof(utsname::nodename) == ORLA_NODE_NAME_SIZE, "the kernel's field fits");
 
 int orla_node_name(char *out) noexcept {
   utsname host;

@@ -12,7 +12,7 @@
 #include <vector>
 
 int main(int argc, char **argv) {
-  // The tokens are views of the line; whoever needs a terminator makes strings of them.
+  // The tokens are views of the line; copy them to strings where a terminator is needed.
   const orla::tokens quoted(argc > 1 ? argv[1] : R"("libc.so.6" "getenv")", '"');
   const std::vector<std::string> names(quoted.begin(), quoted.end());
   if (names.size() != 2) {
@@ -20,7 +20,7 @@ int main(int argc, char **argv) {
     return 2;
   }
 
-  // What may fail says so by its value. The library is closed where the object ends.
+  // What may fail reports it in its value. The library is closed when the object ends.
   const orla::library library(names[0]);
   if (!library) {
     std::fprintf(stderr, "%s\n", library.error().c_str());

@@ -1,13 +1,13 @@
-// The figure of hyper-threading in /proc/cpuinfo.
+// The hyper-threading figure in /proc/cpuinfo.
 
 #include <orla/inventory.h>
 
 #include <string>
 
-#include "kit/agree.h"
-#include "kit/input.h"
-#include "kit/kernel.h"
-#include "kit/target.h"
+#include "helpers/agree.h"
+#include "helpers/input.h"
+#include "helpers/kernel.h"
+#include "helpers/target.h"
 #include "plain/processors.h"
 
 int LLVMFuzzerTestOneInput(const std::uint8_t *data, std::size_t size) {

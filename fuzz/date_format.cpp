@@ -4,10 +4,10 @@
 
 #include <string>
 
-#include "kit/agree.h"
-#include "kit/block.h"
-#include "kit/input.h"
-#include "kit/target.h"
+#include "helpers/agree.h"
+#include "helpers/block.h"
+#include "helpers/input.h"
+#include "helpers/target.h"
 #include "plain/date.h"
 
 int LLVMFuzzerTestOneInput(const std::uint8_t *data, std::size_t size) {

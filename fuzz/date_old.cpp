@@ -1,11 +1,11 @@
-// Date text in the old input mode, against the C library's sscanf().
+// Date text in the old input mode, compared with the C library's sscanf().
 
 #include <cstdlib>
 
-#include "kit/block.h"
-#include "kit/date_text.h"
-#include "kit/input.h"
-#include "kit/target.h"
+#include "helpers/block.h"
+#include "helpers/date_text.h"
+#include "helpers/input.h"
+#include "helpers/target.h"
 #include "plain/date.h"
 
 namespace {

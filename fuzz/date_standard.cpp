@@ -1,14 +1,14 @@
-// Date text in the standard input mode, against the C library's strptime().
+// Date text in the standard input mode, compared with the C library's strptime().
 
 #include <cstdlib>
 #include <cstring>
 #include <ctime>
 
-#include "kit/agree.h"
-#include "kit/block.h"
-#include "kit/date_text.h"
-#include "kit/input.h"
-#include "kit/target.h"
+#include "helpers/agree.h"
+#include "helpers/block.h"
+#include "helpers/date_text.h"
+#include "helpers/input.h"
+#include "helpers/target.h"
 #include "plain/date.h"
 
 namespace {

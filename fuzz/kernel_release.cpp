@@ -1,25 +1,25 @@
-// Where the figure of hyper-threading stands, by the kernel release.
+// Where the kernel keeps its hyper-threading figure, by its release.
 
 #include <orla/inventory.h>
 
 #include <string>
 
-#include "kit/agree.h"
-#include "kit/input.h"
-#include "kit/kernel.h"
-#include "kit/target.h"
+#include "helpers/agree.h"
+#include "helpers/input.h"
+#include "helpers/kernel.h"
+#include "helpers/target.h"
 #include "plain/processors.h"
 
 namespace {
 
 constexpr std::size_t kFieldSize = 65;
 
-// What each source answers here, so that the answer tells which one was asked.
+// The figure that each source gives here, so that the result shows which one was used.
 int answer_of(plain::Source source) {
   switch (source) {
-    case plain::Source::kCpuinfo:
+    case plain::Source::cpuinfo:
       return 7;
-    case plain::Source::kKernelLog:
+    case plain::Source::kernel_log:
       return 1;
     default:
       return -1;

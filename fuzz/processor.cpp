@@ -1,6 +1,6 @@
-// What the processor says of hyper-threading in its `cpuid` leaves.
+// What the processor reports about hyper-threading in its `cpuid` leaves.
 //
-//     the 12 characters of the vendor, then EAX and EBX of leaf 1, four bytes each, the lowest first
+//     the 12 characters of the vendor, then EAX and EBX of leaf 1, four bytes each, lowest first
 
 #include <orla/inventory.h>
 
@@ -9,8 +9,8 @@
 #include <string>
 
 #include "fakes/host.h"
-#include "kit/agree.h"
-#include "kit/target.h"
+#include "helpers/agree.h"
+#include "helpers/target.h"
 #include "plain/processors.h"
 
 namespace {

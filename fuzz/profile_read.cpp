@@ -1,20 +1,20 @@
-// Both profile readers, against the plain way over a file that is a string.
+// Both profile readers, compared with the plain version, whose file is a string.
 //
 //     section / key / default / buffer size / padding / its width / file
 //
-// Each is a line but the last.
+// Each but the last is a line.
 
 #include <orla/profile.h>
 
 #include <string>
 #include <vector>
 
-#include "kit/agree.h"
-#include "kit/block.h"
-#include "kit/input.h"
-#include "kit/memory_file.h"
-#include "kit/padding.h"
-#include "kit/target.h"
+#include "helpers/agree.h"
+#include "helpers/block.h"
+#include "helpers/input.h"
+#include "helpers/memory_file.h"
+#include "helpers/padding.h"
+#include "helpers/target.h"
 #include "plain/profile.h"
 
 namespace {

@@ -1,8 +1,8 @@
-// The profile writer, against the plain way over a file that is a string.
+// The profile writer, compared with the plain version, whose file is a string.
 //
 //     section / key / value / padding / its width / file
 //
-// Each is a line but the last.
+// Each but the last is a line.
 
 #include <orla/profile.h>
 
@@ -10,12 +10,12 @@
 #include <cstring>
 #include <string>
 
-#include "kit/agree.h"
-#include "kit/block.h"
-#include "kit/input.h"
-#include "kit/memory_file.h"
-#include "kit/padding.h"
-#include "kit/target.h"
+#include "helpers/agree.h"
+#include "helpers/block.h"
+#include "helpers/input.h"
+#include "helpers/memory_file.h"
+#include "helpers/padding.h"
+#include "helpers/target.h"
 #include "plain/profile.h"
 
 namespace {

@@ -1,4 +1,4 @@
-// Gives a fuzz target every file of the folders named, which are not to be empty: a corpus as an
+// Runs a fuzz target on every file of the folders named, which must not be empty: a corpus as an
 // ordinary test, without libFuzzer.
 
 #include <cstdio>
@@ -8,7 +8,7 @@
 #include <iterator>
 #include <string>
 
-#include "kit/target.h"
+#include "helpers/target.h"
 
 namespace {
 
@@ -21,7 +21,7 @@ int replay(const char *folder) {
   int count = 0;
   for (const auto &entry : std::filesystem::directory_iterator(folder)) {
     if (!entry.is_regular_file()) continue;
-    // Named before it runs: the last name is that of the input that ended the program.
+    // Printed before it runs: the last name is that of the input that ended the program.
     std::puts(entry.path().c_str());
     std::fflush(stdout);
     const std::string input = content_of(entry.path());

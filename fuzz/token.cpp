@@ -7,10 +7,10 @@
 #include <cstdint>
 #include <string>
 
-#include "kit/agree.h"
-#include "kit/block.h"
-#include "kit/input.h"
-#include "kit/target.h"
+#include "helpers/agree.h"
+#include "helpers/block.h"
+#include "helpers/input.h"
+#include "helpers/target.h"
 #include "plain/token.h"
 
 namespace {

@@ -1,6 +1,6 @@
 // Messages that are read as a format without arguments: a trace line, and a printed date line.
 //
-//     error number / date number / message: each a line but the last
+//     error number / date number / message: each but the last is a line
 
 #include <orla/time.h>
 #include <orla/trace.h>
@@ -12,11 +12,11 @@
 #include <string>
 
 #include "fakes/clock.h"
-#include "kit/agree.h"
-#include "kit/block.h"
-#include "kit/input.h"
-#include "kit/memory_file.h"
-#include "kit/target.h"
+#include "helpers/agree.h"
+#include "helpers/block.h"
+#include "helpers/input.h"
+#include "helpers/memory_file.h"
+#include "helpers/target.h"
 #include "plain/percent_text.h"
 
 namespace {

@@ -1,4 +1,4 @@
-// UUID text, read and written, against formatted input and output.
+// UUID text, read and written, compared with sscanf() and snprintf().
 
 #include <orla/uuid.h>
 
@@ -7,10 +7,10 @@
 #include <optional>
 #include <string>
 
-#include "kit/agree.h"
-#include "kit/block.h"
-#include "kit/input.h"
-#include "kit/target.h"
+#include "helpers/agree.h"
+#include "helpers/block.h"
+#include "helpers/input.h"
+#include "helpers/target.h"
 #include "plain/uuid.h"
 
 namespace {

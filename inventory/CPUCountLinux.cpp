@@ -1,5 +1,5 @@
-// Processor probes and the count that rests on them. The probes reach each other through their
-// exported names; what the answers mean is decoded in cpu_decode.cpp.
+// Processor probes and the count that is made from them. The probes call each other through their
+// exported names; cpu_decode.cpp decodes their answers.
 
 #include <orla/inventory.h>
 #include <sys/klog.h>
@@ -41,12 +41,12 @@ int figure_from_kernel_log() {
   const int length = klogctl(kReadWholeLog, log, sizeof log);
   if (length < 0) {
     std::perror("klogctl");
-    std::exit(1);  // Quirk: the caller gets no return.
+    std::exit(1);  // Quirk: the process ends here.
   }
   return orla::count_sibling_maps({log, static_cast<std::size_t>(length)});
 }
 
-// Leaves `errno` alone, unless the count is negative: then it tells why.
+// Leaves `errno` alone, unless the count is negative: then `errno` says why.
 int configured_processors() {
   const int error = errno;
   const int configured = get_nprocs_conf();
@@ -58,6 +58,8 @@ orla_count_method count_method(int configured, int per_package) {
   if (per_package == 0) return ORLA_COUNT_NO_HYPER_THREADING;
   const int kernel_figure = ht_os_cpus();
   if (kernel_figure == 0) return ORLA_COUNT_NO_KERNEL_FIGURE;
+  // Quirk: the figure per package is compared with the count of the whole host, so that a host with
+  // several packages does not count as hyper-threaded.
   if (kernel_figure == 1 || kernel_figure != configured) return ORLA_COUNT_UNUSABLE_KERNEL_FIGURE;
   return ORLA_COUNT_PACKAGES;
 }
@@ -91,8 +93,8 @@ int ht_os_cpus() noexcept {
   if (uname(&host) != 0) return kKernelFailed;
   const std::string_view release(host.release, strnlen(host.release, sizeof host.release));
   const orla::FigureSource source = orla::figure_source(release);
-  if (source == orla::FigureSource::kCpuinfo) return figure_from_cpuinfo();
-  if (source == orla::FigureSource::kKernelLog) return figure_from_kernel_log();
+  if (source == orla::FigureSource::cpuinfo) return figure_from_cpuinfo();
+  if (source == orla::FigureSource::kernel_log) return figure_from_kernel_log();
   return kKernelFailed;
 }
 

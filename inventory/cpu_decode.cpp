@@ -4,6 +4,7 @@
 #include <cstdlib>
 #include <cstring>
 #include <limits>
+#include <optional>
 
 namespace orla {
 namespace {
@@ -26,18 +27,18 @@ class ReleaseReader {
       rest_.remove_prefix(1);
   }
 
-  // Takes the digits at the front, none being 0, and the separator after them. False when there is
-  // no separator. A number beyond an int is the largest int.
-  bool take_number(int &number) {
+  // Takes the digits at the front (no digits count as 0) and the separator after them. None when
+  // there is no separator. A number beyond an int is the largest int.
+  std::optional<int> take_number() {
     constexpr int kLargest = std::numeric_limits<int>::max();
-    number = 0;
+    int number = 0;
     for (; !rest_.empty() && is_digit(rest_.front()); rest_.remove_prefix(1)) {
       const int digit = rest_.front() - '0';
       number = number > (kLargest - digit) / 10 ? kLargest : 10 * number + digit;
     }
-    if (rest_.empty()) return false;
+    if (rest_.empty()) return {};
     rest_.remove_prefix(1);
-    return true;
+    return number;
   }
 
  private:
@@ -60,14 +61,16 @@ int logical_processors_per_package(std::uint32_t eax, std::uint32_t ebx) {
 // Quirk: each field is tested by itself, so that 2.2.19 counts as newer than 2.4.18.
 FigureSource figure_source(std::string_view release) {
   ReleaseReader reader(release);
-  int number;
-  if (!reader.take_number(number)) return FigureSource::kUnusable;
-  if (number > 2) return FigureSource::kCpuinfo;
+  const std::optional<int> major_number = reader.take_number();
+  if (!major_number) return FigureSource::unusable;
+  if (*major_number > 2) return FigureSource::cpuinfo;
   reader.skip_to_digit();
-  if (!reader.take_number(number)) return FigureSource::kUnusable;
-  if (number > 4) return FigureSource::kCpuinfo;
-  if (!reader.take_number(number)) return FigureSource::kUnusable;
-  return number > 18 ? FigureSource::kCpuinfo : FigureSource::kKernelLog;
+  const std::optional<int> minor_number = reader.take_number();
+  if (!minor_number) return FigureSource::unusable;
+  if (*minor_number > 4) return FigureSource::cpuinfo;
+  const std::optional<int> patch_number = reader.take_number();
+  if (!patch_number) return FigureSource::unusable;
+  return *patch_number > 18 ? FigureSource::cpuinfo : FigureSource::kernel_log;
 }
 
 bool SiblingsFigure::take(const char *line) {
@@ -84,8 +87,7 @@ bool SiblingsFigure::take(const char *line) {
   return true;
 }
 
-// A priority prefix ("<6>") at a line's start needs no stepping over: no occurrence can begin in
-// it.
+// A priority prefix ("<6>") at the start of a line needs no care: no occurrence can begin in it.
 int count_sibling_maps(std::string_view log) {
   constexpr std::string_view kMap = "cpu_sibling_map[";
   int count = 0;

@@ -1,5 +1,5 @@
-// What the processor and the kernel say of hyper-threading, decoded from bytes; nothing is asked
-// here.
+// What the processor and the kernel report about hyper-threading: pure decoders over their bytes
+// and texts.
 
 #ifndef ORLA_INVENTORY_CPU_DECODE_H
 #define ORLA_INVENTORY_CPU_DECODE_H
@@ -12,14 +12,14 @@ namespace orla {
 // The registers after `cpuid` leaf 0 hold the vendor text in EBX, EDX and ECX, in that order.
 bool is_genuine_intel(std::uint32_t ebx, std::uint32_t edx, std::uint32_t ecx);
 
-// From `cpuid` leaf 1 of an Intel processor: 2 to 255, or 0 when it is not of family 15 or has one
-// logical processor per package.
+// From `cpuid` leaf 1 of an Intel processor: 2 to 255, or 0 when it has one logical processor per
+// package. Quirk: also 0 for every family but 15.
 int logical_processors_per_package(std::uint32_t eax, std::uint32_t ebx);
 
 enum class FigureSource {
-  kUnusable,  // the release ends after a number
-  kCpuinfo,
-  kKernelLog
+  unusable,  // the release ends after a number
+  cpuinfo,
+  kernel_log
 };
 
 // Tells where a kernel of this release keeps its hyper-threading figure.
@@ -36,7 +36,7 @@ class SiblingsFigure {
   // contradicts an earlier one; the figure is then undefined.
   [[nodiscard]] bool take(const char *line);
 
-  // Of the last line considered; 0 when there was none.
+  // The figure of the last such line; 0 when there was none.
   int value() const { return last_; }
 
  private:

@@ -54,6 +54,7 @@ orla_status tavGetOnlineProcs(int *count) noexcept {
   return count_processors("tavGetOnlineProcs()", count);
 }
 
+// Quirk: the same figure as tavGetOnlineProcs().
 orla_status tavGetConfigProcs(int *count) noexcept {
   return count_processors("tavGetConfigProcs()", count);
 }
@@ -64,7 +65,7 @@ orla_status tavGetMemorySize(int *size) noexcept {
   if (size == nullptr) return fail(service, kNullPointer);
   struct sysinfo host;
   if (sysinfo(&host) != 0) return fail(service, "sysinfo failed.");
-  // Quirk: the memory unit is not applied; the total is taken for a count of bytes.
+  // Quirk: the memory unit is not applied; the total is read as a number of bytes.
   *size = static_cast<int>(host.totalram >> 20);
   return service.exit(kSuccess);
 }

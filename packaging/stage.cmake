@@ -1,5 +1,5 @@
 # Called by CPack between installing into the staging folders and packing them: adds what a Debian
-# package has and an installation by hand has not, and finds out the dependencies.
+# package has and an installation by hand does not have, and finds the dependencies.
 cmake_minimum_required(VERSION 3.25)
 
 set(stage "${CPACK_TEMPORARY_DIRECTORY}")
@@ -63,7 +63,7 @@ function(find_dependencies component result)
   list(TRANSFORM binaries PREPEND -e)
   file(GLOB libraries "${stage}/runtime/usr/lib/*")
   list(TRANSFORM libraries PREPEND -l)
-  # It wants to stand where a source package is, beside folders that look like packages.
+  # It must run in a folder like that of a source package, with subfolders that look like packages.
   file(WRITE "${stage}/debian/control" "Source: orla\n\nPackage: orla\nArchitecture: any\n")
   file(MAKE_DIRECTORY "${stage}/${component}/DEBIAN")
   execute_process(
@@ -122,7 +122,7 @@ build_backend.prepare_metadata_for_build_wheel(sys.argv[1])" "${stage}"
   file(GLOB about "${stage}/orla-*.dist-info")
   file(COPY "${about}" DESTINATION "${stage}/python/usr/lib/python3/dist-packages"
     FILE_PERMISSIONS ${plain_file}
-    PATTERN LICENSE EXCLUDE)  # it stands in the package's copyright
+    PATTERN LICENSE EXCLUDE)  # it is in the package's copyright
   file(REMOVE_RECURSE "${about}")
 endif()
 

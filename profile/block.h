@@ -1,4 +1,4 @@
-// Memory for a text on its way in or out.
+// Memory for a text that is being read or written.
 
 #ifndef ORLA_PROFILE_BLOCK_H
 #define ORLA_PROFILE_BLOCK_H
@@ -7,7 +7,7 @@
 
 namespace orla {
 
-// Some memory inside the object, which is enough for most files, and memory of the heap once it has
+// Holds some memory inside the object, which is enough for most files, and heap memory once it has
 // grown.
 class Block {
  public:
@@ -19,13 +19,13 @@ class Block {
   char *begin() { return heap_ != nullptr ? heap_ : inside_; }
   [[nodiscard]] std::size_t size() const { return size_; }
 
-  // Grows to `size` bytes, more than there are, and keeps what it holds; begin() changes. False,
-  // with all as it was, where there is no memory.
+  // Grows to `size` bytes, which must be more than size(), and keeps its contents; begin() changes.
+  // False, with nothing changed, when there is no memory.
   [[nodiscard]] bool grow(std::size_t size);
 
  private:
-  // Programs call from threads with stacks of 16 KiB, of which the C library leaves 12, and takes 4
-  // at the first call of each function.
+  // Programs call from threads with stacks of 16 KiB. The C library leaves 12 KiB of them, and uses
+  // 4 of those at the first call of each function.
   char inside_[2048];
   char *heap_ = nullptr;
   std::size_t size_ = sizeof inside_;

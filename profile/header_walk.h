@@ -1,4 +1,5 @@
-// The way to the header of a section: the readers skip what stands before it, the writer copies it.
+// The search for the header of a section: the readers skip the lines before it, the writer copies
+// them.
 
 #ifndef ORLA_PROFILE_HEADER_WALK_H
 #define ORLA_PROFILE_HEADER_WALK_H
@@ -10,8 +11,8 @@
 
 namespace orla {
 
-// Consumes the lines up to and with the header of section `name`, and hands them to `pass`, piece
-// by piece. False when there is no such header; then all lines are consumed.
+// Consumes the lines up to the header of section `name`, itself included, and passes them to
+// `pass`, piece by piece. False when there is no such header; then all lines are consumed.
 template <typename Pass>
 [[nodiscard]] bool walk_past_header(LineSource &from, std::string_view name, HeaderRule rule,
                                     Pass pass) {

@@ -8,11 +8,11 @@
 namespace orla {
 namespace {
 
-// What is read at once of a file that fills the first block.
+// The size of later reads, once a file has filled the first block.
 constexpr std::size_t kLargeBlock = 65536;
 
-// Closes the gaps that carriage returns leave; returns the new end. Without a branch per character,
-// as files either have none of them, and are not walked at all, or one in every line.
+// Removes carriage returns; returns the new end. A file without any is not walked through at all.
+// In others there is one in every line, so the loop has no branch per character.
 char *drop_carriage_returns(char *begin, char *end) {
   auto *in = static_cast<char *>(std::memchr(begin, '\r', static_cast<std::size_t>(end - begin)));
   if (in == nullptr) return end;
@@ -34,7 +34,7 @@ std::optional<std::string_view> LineSource::next_line() {
   return line;
 }
 
-// Reads on until there is a line feed after next_; false when the end comes first.
+// Reads until there is a line feed after next_; false when the file ends first.
 bool LineSource::fill() {
   while (!ended_) {
     if (!make_room()) return false;
@@ -48,7 +48,8 @@ bool LineSource::fill() {
   return false;
 }
 
-// Moves the broken line at the end of the text to its front, and gets more room where it has none.
+// Moves the unfinished line at the end of the block to its front, and makes the block larger when
+// it is full.
 bool LineSource::make_room() {
   const auto pending = static_cast<std::size_t>(end_ - next_);
   if (next_ != block_.begin()) {
@@ -71,7 +72,7 @@ bool LineSource::grow(std::size_t size) {
   return true;
 }
 
-// Reads to end_ and returns how much came. A failure ends the file.
+// Reads to end_ and returns the number of bytes read. A failure ends the file.
 std::size_t LineSource::read_block() {
   const auto room = static_cast<std::size_t>(block_.begin() + block_.size() - end_);
   ssize_t got;
@@ -94,7 +95,7 @@ void LineSource::take_in(std::size_t size) {
     stop = static_cast<char *>(last);
     ended_ = true;
   }
-  // Quirk: carriage returns do not count, wherever they stand.
+  // Quirk: carriage returns are dropped, wherever they are.
   end_ = drop_carriage_returns(end_, stop);
 }
 

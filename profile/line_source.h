@@ -1,8 +1,8 @@
 // The lines of a profile file, read in blocks: what the readers and the writer see of the file.
 //
-// Carriage returns, and everything from a byte 0xFF on, are taken out as a block arrives, so the
-// text handed out is whole lines, each with its line feed. The memory needed is a block, or the
-// longest line.
+// Carriage returns, and everything from a byte 0xFF on, are removed when a block is read, so
+// lines() gives whole lines, each with its line feed. It needs memory for a block or for the
+// longest line. Quirk: a last line without a line feed is never seen.
 
 #ifndef ORLA_PROFILE_LINE_SOURCE_H
 #define ORLA_PROFILE_LINE_SOURCE_H
@@ -22,8 +22,8 @@ class LineSource {
   LineSource(const LineSource &) = delete;
   LineSource &operator=(const LineSource &) = delete;
 
-  // The lines at hand, each with its line feed, at least one; empty at the end of the file. They
-  // are handed out again until they are consumed, and hold until the next call of lines() or
+  // The next lines, at least one, each with its line feed; empty at the end of the file. The same
+  // lines are returned until they are consumed. They are valid until the next call of lines() or
   // next_line().
   [[nodiscard]] std::string_view lines() {
     if (next_ == lines_end_ && !fill()) return {};
@@ -36,7 +36,7 @@ class LineSource {
   // Takes the next line, without its line feed; none at the end of the file.
   [[nodiscard]] std::optional<std::string_view> next_line();
 
-  // Whether the end came early: a read failed, or there is no memory for a long line.
+  // Whether the text ended early: a read failed, or there was no memory for a long line.
   [[nodiscard]] bool failed() const { return failed_; }
 
  private:

@@ -23,12 +23,12 @@ using orla::HeaderRule;
 using orla::KeptErrno;
 using orla::LineSource;
 
-// The profile in force, settled by the first call of orla_cfg_file() and never reset.
+// The profile in force, decided by the first call of orla_cfg_file() and never changed after it.
 char pcConfig[ORLA_PROFILE_PATH_SIZE];  // its path
-int bAlreadyDone = 0;                   // 1 once it is settled
+int bAlreadyDone = 0;                   // 1 once it is decided
 char tmpEnvSet = 0;                     // 1 when ORLA_CONFIG named it
 
-// Finds the line of a key in the section whose header has been passed.
+// Finds the line of a key in the section whose header was found before.
 std::optional<std::string_view> find_entry(LineSource &source, std::string_view key) {
   while (const auto line = source.next_line()) {
     if (orla::is_empty_line(*line)) return {};
@@ -37,7 +37,7 @@ std::optional<std::string_view> find_entry(LineSource &source, std::string_view 
   return {};
 }
 
-// Finds a value; it stands in the source's memory.
+// Finds a value, which lies in the source's memory.
 std::optional<std::string_view> find_value(LineSource &source, const char *section, HeaderRule rule,
                                            const char *key) {
   const auto skip = [](std::string_view) {};
@@ -84,7 +84,7 @@ void settle_path() {
 int orla_cfg_get_private_profile_int(const char *section, const char *key, int fallback,
                                      const char *path) noexcept {
   const KeptErrno kept;
-  // Quirk: the path as it is given; ORLA_CONFIG is not asked.
+  // Quirk: the path as it is given; ORLA_CONFIG is not looked at.
   const Descriptor file(orla::open_for_reading(path));
   if (!file.is_open()) return fallback;
   LineSource source(file.number());
@@ -120,7 +120,7 @@ int orla_i_cfg_read_line(std::FILE *stream, char *line) noexcept {
   constexpr std::size_t kLongest = ORLA_PROFILE_LINE_SIZE - 1;
   std::size_t length = 0;
   for (;;) {
-    // Quirk: the end of the file arrives as a byte 0xFF, and such a byte as the end of the file.
+    // Quirk: the end of the file and a byte 0xFF are the same, as the character is cut to a byte.
     const auto c = static_cast<unsigned char>(std::getc(stream));
     if (c == 0xFF) return 0;
     if (c == '\n') break;

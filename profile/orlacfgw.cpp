@@ -2,10 +2,10 @@
 //
 //     target --(lines, with the entry in its place)--> /tmp/K7...... --(copy_file)--> target
 //
-// The target is rewritten in place, so it keeps its inode, owner and permissions. It is not opened
-// for writing before the temporary copy is whole and the room for it is there, and it is never
-// emptied: the new text goes over the old one in as few writes as can be, and what is left of the
-// old one is cut off.
+// The target is rewritten in place, so it keeps its inode, owner and permissions. It is opened for
+// writing only when the temporary copy is complete and there is room for it, and it is never
+// emptied: the new text overwrites the old one in as few writes as possible, and what is left of
+// the old one is cut off.
 
 #include <fcntl.h>
 #include <orla/profile.h>
@@ -36,13 +36,13 @@ using orla::KeptErrno;
 using orla::TextSink;
 
 constexpr std::size_t kTemporaryPathSize = 256;
-// A file up to this size is copied by one write.
+// A file up to this size is copied with one write.
 constexpr std::uint64_t kLargestWrite = 1048576;
-// Of the block count of a file, whatever its file system.
+// The unit of a file's block count on every file system.
 constexpr std::uint64_t kBytesPerBlock = 512;
 
 constexpr int kForWriting = O_WRONLY | O_CREAT | O_LARGEFILE | O_CLOEXEC;
-constexpr mode_t kOrdinaryMode = 0666;  // less the process's mask
+constexpr mode_t kOrdinaryMode = 0666;  // the process's mask is applied to it
 
 // Opens a file as it is, or creates it.
 int open_for_writing(const char *path) { return open(path, kForWriting, kOrdinaryMode); }
@@ -66,8 +66,8 @@ bool is_same_file(const struct statx &one, const struct statx &other) {
          one.stx_dev_major == other.stx_dev_major && one.stx_dev_minor == other.stx_dev_minor;
 }
 
-// Reads until the memory is full or the file ends. Quirk: a read that fails ends it like its real
-// end.
+// Reads until the memory is full or the file ends. Quirk: a failed read counts as the end of the
+// file.
 std::size_t read_block(int from, Block &block) {
   std::size_t size = 0;
   while (size < block.size()) {
@@ -79,15 +79,15 @@ std::size_t read_block(int from, Block &block) {
   return size;
 }
 
-// Writes what `from` holds over a file of `earlier_size` bytes, and returns how many bytes that
-// file took. Quirk: a write that fails goes unnoticed, and what follows takes its place.
+// Writes the content of `from` over a file of `earlier_size` bytes, and returns how many bytes were
+// written. Quirk: a failed write is not noticed, and the text after it takes its place.
 std::uint64_t copy_content(int from, int to, Block &block, std::uint64_t earlier_size) {
   std::uint64_t copied = 0;
   for (;;) {
     const std::size_t size = read_block(from, block);
     const bool is_last = size < block.size();
     // Until the rest of a longer file is cut off, a byte 0xFF hides it from the readers of
-    // profiles; a process that is killed in between leaves it so.
+    // profiles, also when the process is killed in between.
     const bool hides_rest = is_last && copied + size < earlier_size;
     if (hides_rest) block.begin()[size] = '\xFF';
     const std::size_t taken = orla::write_all(to, {block.begin(), size + (hides_rest ? 1 : 0)});
@@ -96,7 +96,7 @@ std::uint64_t copy_content(int from, int to, Block &block, std::uint64_t earlier
   }
 }
 
-// Brings a file to the content of another one, without emptying it first.
+// Makes the content of a file that of another one, without emptying it first.
 void copy_over(int from, int to) {
   const auto source = status_of(from);
   const auto earlier = status_of(to);
@@ -105,7 +105,8 @@ void copy_over(int from, int to) {
     return;
   }
   Block block;
-  // One byte more than the file has, to meet its end. Without memory it goes in small pieces.
+  // One byte more than the file has, so that one read also finds its end. Without memory it is
+  // copied in small pieces.
   if (source && source->stx_size >= block.size())
     static_cast<void>(block.grow(
         static_cast<std::size_t>(std::min<std::uint64_t>(source->stx_size + 1, kLargestWrite))));
@@ -116,9 +117,9 @@ void copy_over(int from, int to) {
 
 // ---- Room on the target -------------------------------------------------------------------------
 
-// Bytes that an open file may be rewritten with and surely have room: no more than it holds now.
-// The block count alone would not do, as it includes what the file system keeps beside the data.
-// The size of anything but a regular file has no bounds.
+// How many bytes can certainly be written over an open file without needing more room: no more than
+// it holds now. The block count alone does not tell, as it includes the file system's own data.
+// Anything but a regular file has room for any size.
 std::uint64_t room_of(int descriptor) {
   const auto status = status_of(descriptor);
   if (!status) return 0;
@@ -126,16 +127,16 @@ std::uint64_t room_of(int descriptor) {
   return std::min<std::uint64_t>(status->stx_size, status->stx_blocks * kBytesPerBlock);
 }
 
-// Gives back what was reserved after the end of the file.
+// Releases the room that was reserved after the end of the file.
 void give_back(int descriptor) {
   const KeptErrno kept;
   if (const auto status = status_of(descriptor)) cut(descriptor, status->stx_size);
 }
 
-// Opens a file that is there.
+// Opens a file for writing; does not create it.
 int open_existing(const char *path) { return open(path, O_WRONLY | O_LARGEFILE | O_CLOEXEC); }
 
-// Reserves room for `size` bytes without a change to what the file holds. True also where the file
+// Reserves room for `size` bytes without changing the file's content. True also where the file
 // system cannot reserve. The room stays reserved when the file is closed.
 bool reserve(const char *path, std::uint64_t size) {
   const Descriptor file(open_existing(path));
@@ -145,19 +146,19 @@ bool reserve(const char *path, std::uint64_t size) {
     status = fallocate64(file.number(), FALLOC_FL_KEEP_SIZE, 0, static_cast<off64_t>(size));
   } while (status != 0 && errno == EINTR);
   if (status == 0 || errno == EOPNOTSUPP || errno == ENOSYS) return true;
-  // Some file systems keep what they got of it.
+  // Some file systems keep the part that they could reserve.
   give_back(file.number());
   return false;
 }
 
 // ---- One rewrite --------------------------------------------------------------------------------
 
-// Whether a target that did not open for reading is replaced by a new file: it is missing or may
-// not be read. Any other error, such as the want of a descriptor, may pass, and the file is still
-// there.
+// Whether a target that did not open for reading is replaced by a new file. Quirk: that is so when
+// it is missing and when it may not be read. Any other error, such as no free descriptor, may be
+// temporary, and the file still exists.
 bool is_replaced_after(int error) { return error == ENOENT || error == EACCES || error == EPERM; }
 
-// Makes the target anew, with the header and the entry alone.
+// Creates or empties the target and writes only the header and the entry.
 bool write_new_file(const char *target, const Entry &entry) {
   Descriptor file(open(target, kForWriting | O_TRUNC, kOrdinaryMode));
   if (!file.is_open()) return false;
@@ -167,11 +168,11 @@ bool write_new_file(const char *target, const Entry &entry) {
   return file.close() && whole;
 }
 
-// What the temporary copy came to.
+// The outcome of writing the temporary copy.
 struct Copy {
   bool whole;                 // everything was read and written
   std::uint64_t size;         // bytes
-  std::uint64_t target_room;  // bytes that the target may take without asking for more
+  std::uint64_t target_room;  // bytes that fit into the target as it is
 };
 
 // Closes both files.
@@ -187,8 +188,8 @@ Copy write_copy(Descriptor &target, Descriptor &temporary, const Entry &entry) {
 }
 
 // Copies the temporary file over the target, if there is room for it. No other file is open
-// meanwhile: to meet the limit of descriptors after the target has been opened would leave it
-// empty.
+// meanwhile: if the limit of descriptors were reached after the target has been opened, it would be
+// left empty.
 bool copy_back(const Copy &copy, const char *temporary_path, const char *target_path) {
   const bool grows = copy.size > copy.target_room;
   if (grows && !reserve(target_path, copy.size)) return false;
@@ -199,15 +200,15 @@ bool copy_back(const Copy &copy, const char *temporary_path, const char *target_
   return false;
 }
 
-// Removes the temporary file, emptied: the descriptor that create_temporary_name() leaves open
-// would hold its room, and show the profile to whoever inherits it.
+// Empties the temporary file and removes it. Otherwise the descriptor that create_temporary_name()
+// leaves open would keep its room in use and show the profile to processes that inherit it.
 void remove_temporary(const char *path) {
   const KeptErrno kept;
   [[maybe_unused]] const int status = truncate(path, 0);
   unlink(path);
 }
 
-// Brings the target up to date through a temporary file that is open for writing.
+// Rewrites the target through a temporary file that is open for writing.
 bool rewrite_through(Descriptor &temporary, const char *temporary_path, const char *target_path,
                      const Entry &entry) {
   Descriptor target(orla::open_for_reading(target_path));
@@ -224,13 +225,13 @@ bool rewrite_through(Descriptor &temporary, const char *temporary_path, const ch
   return copied;
 }
 
-// True on success; on a failure `errno` tells why.
+// True on success; on failure `errno` says why.
 bool write_entry(const char *path, const Entry &entry) {
   const char *target = orla::resolved_path(path);
   char temporary_path[kTemporaryPathSize];
   if (create_temporary_name(temporary_path) != 0) return false;
   Descriptor temporary(open_for_writing(temporary_path));
-  // Quirk: the empty file stays behind.
+  // Quirk: the empty file is left in /tmp.
   if (!temporary.is_open()) return false;
   return rewrite_through(temporary, temporary_path, target, entry);
 }
@@ -247,7 +248,7 @@ int orla_cfg_write_private_profile_string(const char *section, const char *key, 
 
 int create_temporary_name(char *name) noexcept {
   std::strcpy(name, "/tmp/K7XXXXXX");
-  // Quirk: the descriptor is neither closed nor told to anybody.
+  // Quirk: the descriptor is neither closed nor returned.
   return mkstemp(name) < 0 ? 1 : 0;
 }
 

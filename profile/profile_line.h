@@ -12,7 +12,7 @@
 
 namespace orla {
 
-// How much of a line must equal "[name]" to be its header.
+// How much of a line must equal "[name]" for the line to be the header.
 enum class HeaderRule {
   whole_line,
   // Quirk: as many characters as the name has. The name's last one and the closing bracket are not
@@ -31,8 +31,7 @@ inline char lower(char c) { return c >= 'A' && c <= 'Z' ? static_cast<char>(c + 
 
 // Whether `line` begins with `text`, such as a key, letter case ignored. `text` holds no zero byte,
 // so one in the line never matches.
-//
-// Quirk: nothing is asked of what follows; the key "Port" is found in "PortNumber=77".
+// Quirk: the rest of the line does not matter; the key "Port" is found in "PortNumber=77".
 inline bool begins_with(std::string_view line, std::string_view text) {
   if (line.size() < text.size()) return false;
   for (std::size_t i = 0; i < text.size(); ++i)
@@ -43,7 +42,7 @@ inline bool begins_with(std::string_view line, std::string_view text) {
 // Quirk: an empty line ends a section, and a header does not.
 inline bool is_empty_line(std::string_view line) { return line.empty() || line[0] == '\0'; }
 
-// What follows the last "=" of a line, if it has one.
+// The text after the last "=" of a line, if it has one. Quirk: after the last, not the first.
 [[nodiscard]] std::optional<std::string_view> value_of_line(std::string_view line);
 
 // Whether a value counts as no value: empty, or spaces alone. A tab is text.

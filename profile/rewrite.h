@@ -1,5 +1,5 @@
-// The text of a profile file with one key written anew: from a source of lines into a sink. Pure
-// text; no file is opened here.
+// Copies the text of a profile file with one key changed, from a source of lines into a sink. No
+// file is opened here.
 
 #ifndef ORLA_PROFILE_REWRITE_H
 #define ORLA_PROFILE_REWRITE_H
@@ -20,7 +20,7 @@ struct Entry {
 // A file that holds the entry alone, under its header.
 void put_section(TextSink &to, const Entry &entry);
 
-// Copies all lines, with the entry in its place.
+// Copies all lines and puts the entry in its place.
 void rewrite(LineSource &from, TextSink &to, const Entry &entry);
 
 }  // namespace orla

@@ -7,7 +7,7 @@
 namespace orla {
 namespace {
 
-// What is written at once of a text that fills the first block.
+// The size of later writes, once a text has filled the first block.
 constexpr std::size_t kLargeBlock = 65536;
 
 }  // namespace

@@ -1,4 +1,4 @@
-// Text on its way into a file: small pieces are gathered, errors are remembered.
+// Writes text to a file: small pieces are gathered into blocks, and errors are remembered.
 
 #ifndef ORLA_PROFILE_TEXT_SINK_H
 #define ORLA_PROFILE_TEXT_SINK_H
@@ -18,10 +18,10 @@ class TextSink {
 
   void put(std::string_view text);
 
-  // Writes out what has been gathered; false when anything of the text could not be written.
+  // Writes what has been gathered; false when any part of the text could not be written.
   [[nodiscard]] bool flush();
 
-  // Characters put so far.
+  // The number of characters put so far.
   [[nodiscard]] std::uint64_t size() const { return size_; }
 
  private:

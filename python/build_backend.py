@@ -45,7 +45,7 @@ def package_files():
 
 
 def dist_info():
-    """Path to contents of what tells installers about the package."""
+    """Path to contents of the package's metadata."""
     return {f"{DIST_INFO}/METADATA": METADATA.encode(), f"{DIST_INFO}/WHEEL": WHEEL.encode(),
             f"{DIST_INFO}/LICENSE": (HERE / "LICENSE").read_bytes()}
 

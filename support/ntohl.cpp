@@ -1,5 +1,6 @@
-// Byte order. The four converters have the platform's names but differ from what its headers declare:
-// those of 16 bits return 32. No header that declares them may be included here, not even through another.
+// Byte order. The four converters have the platform's names. Quirk: those of 16 bits return 32,
+// unlike what the platform's headers declare. No header that declares them may be included here,
+// not even through another header.
 
 #include <orla/byteorder.h>
 
@@ -35,7 +36,7 @@ void swap(char *a, char *b) noexcept {
   *b = kept;
 }
 
-// Quirk: they always reverse, whatever the order of the host.
+// Quirk: all four always reverse the bytes, whatever the byte order of the host.
 
 std::uint32_t htonl(std::uint32_t host) noexcept { return reverse(host); }
 

@@ -21,14 +21,14 @@ constexpr const char *kProviderLibrary = "liborlanode.so";
 constexpr const char *kProviderSymbol = "orla_node_name";
 constexpr std::size_t kNameLength = ORLA_NAME_SIZE - 1;
 
-NodeNameProvider *node_name_provider = nullptr;  // kept from the first call that reaches it
+NodeNameProvider *node_name_provider = nullptr;  // set by the first call that finds it
 
 void put_override(char *out, const char *name) {
   std::strncpy(out, name, kNameLength);  // fills up with zeros
   out[kNameLength] = '\0';
 }
 
-// Quirk: a longer name is cut in the system's entry itself.
+// Quirk: a longer name is cut in the system's own entry.
 void put_entry(char *out, char *name) {
   if (std::strlen(name) > kNameLength) name[kNameLength] = '\0';
   std::strcpy(out, name);
@@ -36,7 +36,7 @@ void put_entry(char *out, char *name) {
 
 void put_unknown(char *out) { std::strcpy(out, "unknown"); }
 
-// The provider, with its library left open; null when either is missing.
+// Finds the provider and leaves its library open; null when either is missing.
 NodeNameProvider *open_provider() {
   orla_library_id *id = orla_slnk_allocate_library_id();
   if (id == nullptr) return nullptr;
@@ -56,6 +56,7 @@ NodeNameProvider *open_provider() {
 void orla_get_user_name(char *out) noexcept {
   if (orla_ls_user != nullptr) return put_override(out, orla_ls_user);
   const orla::KeptErrno kept;
+  // Quirk: the real id, here and for the group, not the effective one.
   const passwd *entry = getpwuid(getuid());
   entry != nullptr ? put_entry(out, entry->pw_name) : put_unknown(out);
 }

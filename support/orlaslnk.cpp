@@ -1,4 +1,5 @@
-// Loader: dlopen() and dlsym() with a handle on the heap, a second folder and a status.
+// Loader: dlopen() and dlsym() with a handle on the heap, a second directory to search and a
+// status.
 
 #include <dlfcn.h>
 #include <orla/loader.h>
@@ -22,7 +23,7 @@ constexpr std::size_t kErrorSize = 256;
 
 static_assert(sizeof kFallbackDirectory + ORLA_LIBRARY_FALLBACK_NAME_MAX == kPathSize);
 
-// The linker did not fail, and has no text, for a symbol that is there and null.
+// For a symbol that exists and is null, the linker has not failed and has no text.
 const char *linker_error() {
   const char *text = dlerror();
   return text != nullptr ? text : "(null)";
@@ -31,16 +32,17 @@ const char *linker_error() {
 // RTLD_LOCAL is the absence of RTLD_GLOBAL: the library's symbols stay its own.
 void *open_library(const char *path) { return dlopen(path, RTLD_NOW); }
 
+// Quirk: the directory is put before an absolute name too.
 void *open_in_fallback_directory(const char *name) {
-  // A path that was cut could be another library's.
+  // A path that was cut could name another library.
   if (std::strlen(name) > ORLA_LIBRARY_FALLBACK_NAME_MAX) return nullptr;
   char path[kPathSize];
   std::snprintf(path, sizeof path, "%s%s", kFallbackDirectory, name);
   return open_library(path);
 }
 
-// The text is built even when it is not traced: asking for the linker's error uses it up. Quirk: it
-// keeps its line feed, so that the trace line ends in a line feed, a period and a line feed.
+// The text is built even when it is not traced, because reading the linker's error also clears it.
+// Quirk: it keeps its line feed, so the trace line ends in a line feed, a period and a line feed.
 [[gnu::cold]] orla_status report_failed_load(const char *name) {
   char error[kErrorSize];
   std::snprintf(error, sizeof error, "Error loading module %s, dlerror: %s\n", name,
@@ -74,13 +76,14 @@ void *orla_slnk_get_proc_addr(const orla_library_id *id, const char *symbol,
                               orla_status *status) noexcept {
   const orla::KeptErrno kept;
   void *address = dlsym(id->handle, symbol);
+  // Quirk: a symbol whose value is null counts as missing.
   if (address == nullptr) *status = report_missing_symbol(symbol);
   return address;  // Quirk: success leaves the status as it was.
 }
 
 int orla_slnk_free_library(const orla_library_id *id) noexcept {
   const orla::KeptErrno kept;
-  return dlclose(id->handle);
+  return dlclose(id->handle);  // Quirk: the handle stays in the record.
 }
 
 void orla_slnk_free_library_id(orla_library_id *id) noexcept { std::free(id); }

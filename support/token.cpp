@@ -1,5 +1,5 @@
-// Delimited tokens. The reader looks at one character after the other and at none after the closing
-// delimiter: what follows it need not be readable.
+// Delimited tokens. The reader looks at one character at a time and at none after the closing
+// delimiter: the memory after it need not be readable.
 
 #include <orla/token.h>
 
@@ -13,7 +13,7 @@ const char *get_first_delimited_token_in_string(const char *text, char delimiter
     ++text;
   if (*text == '\0') return nullptr;
   ++text;
-  // Quirk: without a buffer no character is passed over, so that only an empty token is found.
+  // Quirk: without a buffer no character is skipped, so only an empty token is found.
   for (int used = 1; *text != '\0' && *text != delimiter && used < out_size; ++used)
     *out++ = *text++;
   if (out_size > 0) *out = '\0';
@@ -22,7 +22,7 @@ const char *get_first_delimited_token_in_string(const char *text, char delimiter
 
 const char *get_delimited_token_in_string(const char *text, short index, char delimiter, char *out,
                                           int out_size) noexcept {
-  // Quirk: tokens are skipped without a buffer, so that only empty ones are.
+  // Quirk: tokens are skipped without a buffer, so only empty ones can be skipped.
   for (short skipped = 0; text != nullptr && skipped < index; ++skipped) {
     text = get_first_delimited_token_in_string(text, delimiter, nullptr, 0);
   }

@@ -4,8 +4,8 @@
 //
 // Every line begins with date, time and process id; support/trace_stamp.cpp writes these.
 //
-// Processes may share the file. Only a rotation asks what the others have done, and it waits for
-// nobody.
+// Processes may share the file. Only a rotation looks at what other processes have done, and it
+// never waits.
 
 #include <fcntl.h>
 #include <orla/trace.h>
@@ -35,8 +35,8 @@ constexpr std::size_t kRotatedPathSize = 1024;
 std::FILE *trace_stream = nullptr;
 int trace_descriptor = -1;  // of the stream last opened; never reset
 
-// In a process that runs with another user's rights the variables count as not set: whoever starts
-// it could otherwise have files written and renamed with those rights.
+// In a process that runs with another user's rights the variables count as not set: otherwise the
+// user who starts it could have files written and renamed with those rights.
 void switch_on_if_asked(const char *variable, std::int32_t &verbose) {
   const char *value = secure_getenv(variable);
   if (value != nullptr && (*value == 'y' || *value == 'Y')) verbose = kSwitchedOn;
@@ -48,7 +48,8 @@ void switch_on_if_asked(const char *variable, std::int32_t &verbose) {
 }
 
 void close_trace() {
-  // Quirk: where standard error is closed, the stream may have its descriptor, which stays open.
+  // Quirk: where standard error is closed, the stream may have its descriptor, which is not closed
+  // here.
   if (trace_stream != nullptr && trace_descriptor != STDERR_FILENO) std::fclose(trace_stream);
   trace_stream = nullptr;
 }
@@ -62,12 +63,12 @@ bool open_trace(const char *path) {
   }
   umask(old_mask);
   trace_descriptor = fileno(trace_stream);
-  // Unbuffered: each line is one write of the system, and nothing is left to flush.
+  // Unbuffered: each line is one system call, and nothing is left to flush.
   std::setvbuf(trace_stream, nullptr, _IONBF, 0);
   return true;
 }
 
-// `error` is what "%m" stands for.
+// "%m" in the message is the text of `error`.
 void write_line(const char *message, int error) {
   const char *stamp = orla::trace_stamp();
   errno = error;
@@ -85,8 +86,8 @@ std::uint32_t trace_size() {
   return end < 0 ? 0 : static_cast<std::uint32_t>(end);
 }
 
-// statx() also answers where the record of stat() on 32-bit hosts is too small: past 2038, and for
-// a file whose number has more than 32 bits.
+// statx() also works where the record of stat() on 32-bit hosts is too small: after 2038, and for a
+// file whose inode number has more than 32 bits.
 bool identify(int folder, const char *path, int flags, struct statx &out) {
   return statx(folder, path, flags, STATX_INO | STATX_NLINK, &out) == 0;
 }
@@ -96,8 +97,8 @@ bool is_same_file(const struct statx &one, const struct statx &other) {
          one.stx_dev_minor == other.stx_dev_minor;
 }
 
-// Whether another process has rotated the open file already: it is at `rotated`, or has no name any
-// more. The file at the path is then a new one, which must stay.
+// Whether another process has already rotated the open file, which is then at `rotated` or has no
+// name any more. The file at the path is then a new one and must stay.
 bool is_moved_aside(const char *rotated) {
   struct statx open_file;
   if (!identify(trace_descriptor, "", AT_EMPTY_PATH, open_file)) return false;
@@ -108,7 +109,7 @@ bool is_moved_aside(const char *rotated) {
   return is_same_file(open_file, predecessor);
 }
 
-// Whether another process holds the lock. Where the file cannot be locked, nobody does.
+// Whether another process holds the lock. A file that cannot be locked counts as free.
 bool is_locked_elsewhere(const orla::Descriptor &file) {
   if (flock(file.number(), LOCK_EX | LOCK_NB) == 0) return false;
   return errno == EWOULDBLOCK || errno == EINTR;
@@ -116,8 +117,8 @@ bool is_locked_elsewhere(const orla::Descriptor &file) {
 
 // Renames the path, unless another process has done so or is about to.
 void move_aside_once(const char *path, const char *rotated) {
-  // Opened again for the lock: a lock on the trace descriptor does not keep out a parent or child
-  // that shares it.
+  // Opened again for the lock: a lock on the trace descriptor would not keep out a parent or a
+  // child that shares it.
   const orla::Descriptor file(open(path, O_WRONLY | O_NONBLOCK | O_CLOEXEC));
   if (!is_locked_elsewhere(file) && !is_moved_aside(rotated)) std::rename(path, rotated);
 }
@@ -125,11 +126,12 @@ void move_aside_once(const char *path, const char *rotated) {
 void move_aside(const char *path) {
   char rotated[kRotatedPathSize];
   const int length = std::snprintf(rotated, sizeof rotated, "%s.1", path);
-  // A name that was cut could be another file's. Then the file grows on, as after a failed rename.
+  // A path that was cut could name another file, so a file with a longer path grows on, as after a
+  // failed rename.
   if (length < static_cast<int>(sizeof rotated)) move_aside_once(path, rotated);
 }
 
-// Quirk: what is renamed is the file at the path as it is now, whichever file is open.
+// Quirk: it renames the file that is at the path now, whichever file is open.
 void rotate_if_grown(const char *path) {
   if (trace_descriptor < 0 || trace_size() <= ORLA_TRACE_ROTATION_SIZE) return;
   move_aside(path);
@@ -145,7 +147,7 @@ void TavTrace(char *message) noexcept {
   const int error = errno;
   const char *path = secure_getenv("K7LOG_PATH");
   if (path == nullptr) {
-    // Quirk: the bare message, not read as a format, and printf()'s text for a close request.
+    // Quirk: the bare message, not read as a format; a close request prints "(null)".
     std::printf("%s\n", message != nullptr ? message : "(null)");
     return;
   }

@@ -18,12 +18,12 @@ namespace orla {
 namespace {
 
 constexpr std::size_t kZoneSize = 128;
-// Of the longest text: a process id has at most 20 digits.
+// Room for the longest text: a process id has at most 20 digits.
 constexpr std::size_t kTextSize = sizeof "MM/DD/YYYY hh:mm:ss 18446744073709551615 ";
 
-// A stamp and what it was made for; another one is made when any of that differs. It is kept
-// because the conversion is by far its most expensive part: where TZ is not set, the C library asks
-// for the status of the zone's file.
+// A stamp and what it was made for; when any of that differs, a new one is made. It is kept because
+// the conversion is by far the most expensive part of a line: where TZ is not set, the C library
+// asks for the status of the zone's file.
 struct Stamp {
   bool reusable;
   std::uint32_t seconds;  // since 1970-01-01 00:00:00 UTC
@@ -50,8 +50,8 @@ bool keep_zone(Stamp &stamp, const char *zone) {
   return true;
 }
 
-// Null fields stand for midnight. Quirk: the place after the process id is reserved for a thread
-// number; there is none, so it is never written.
+// Null fields give midnight. Quirk: the place after the process id is reserved for a thread number,
+// but nothing is ever written there.
 void put_text(char (&text)[kTextSize], std::uint32_t seconds, std::tm *fields, pid_t process) {
   const auto offset = static_cast<std::uint32_t>(offset_west_of_utc(timezone, fields));
   char *rest = text + date_to_string(text, date_number_from_stamp(seconds - offset));

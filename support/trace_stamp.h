@@ -6,13 +6,14 @@
 namespace orla {
 
 // "MM/DD/YYYY hh:mm:ss pid " for the present moment in the local zone, the hour padded with a
-// blank. Date and time are of one reading of the clock. The text is good until the next call.
+// blank. Date and time come from one reading of the clock. The text is valid until the next call.
 //
-// Each second is converted once: where TZ is not set, a change of the host's zone shows from the
-// next second on. Takes no lock.
+// A second is converted only once, so where TZ is not set a change of the host's zone shows from
+// the next second on. Takes no lock.
 //
-// Quirk: the date takes daylight saving as one hour in every zone, the time of day as what it is.
-// Where it is half an hour, the last half hour of a summer day carries the date of the next.
+// Quirk: the date counts daylight saving as one hour in every zone, while the time of day uses the
+// true shift. Where that is half an hour, the last half hour of a summer day carries the next day's
+// date.
 const char *trace_stamp();
 
 }  // namespace orla

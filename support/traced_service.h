@@ -1,7 +1,7 @@
 // The trace lines of the library's services, each format in one place.
 //
-// While orlalib_verbose is 0, a service costs the test of that one integer. Otherwise each line is
-// formatted in statuslog and handed to TavTrace(), and the buffer's first byte is then set to 0.
+// While orlalib_verbose is 0, tracing costs one test of that integer. Otherwise each line is
+// formatted in statuslog and passed to TavTrace(), and the buffer's first byte is then set to 0.
 
 #ifndef ORLA_SUPPORT_TRACED_SERVICE_H
 #define ORLA_SUPPORT_TRACED_SERVICE_H
@@ -36,8 +36,7 @@ class TracedService {
   const char *name_;
 };
 
-// An error detail of the other family of lines, in which a period follows the detail. `name` has
-// its "()".
+// Writes an error detail in the loader's form, with a period after the detail. `name` has its "()".
 void trace_error_with_period(const char *name, const char *detail);
 
 }  // namespace orla

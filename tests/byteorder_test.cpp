@@ -9,14 +9,7 @@
 #include <vector>
 
 #include "fakes/fake.h"
-
-// As the library defines them; <arpa/inet.h>, which declares them otherwise, is not included here.
-extern "C" {
-std::uint32_t htonl(std::uint32_t host);
-std::uint32_t ntohl(std::uint32_t network);
-std::uint32_t htons(std::uint16_t host);
-std::uint32_t ntohs(std::uint16_t network);
-}
+#include "kit/converters.h"
 
 constinit Fake<void(char *, char *)> fake_swap("swap");
 
@@ -34,7 +27,7 @@ TEST(Swap, ExchangesTwoBytes) {
   EXPECT_EQ(bytes[1], 2);
 }
 
-// In C++ a plain call on pointers to char is this function, whatever else is in sight.
+// In C++ a plain call on pointers to char is this function, whatever else is visible.
 TEST(Swap, IsPreferredToTheTemplateOfTheStandardLibrary) {
   using namespace std;  // NOLINT(google-build-using-namespace): what a caller may have written
   char bytes[] = {1, 2};
@@ -73,7 +66,8 @@ TEST(Converters, OfThe16BitPairExchangeTheBytesOfEveryValueAndClearTheUpperHalf)
   }
 }
 
-// As a caller compiled without a prototype's help may pass it: only the low half is the argument.
+// A caller that was compiled without a prototype may pass 32 bits: only the low half is the
+// argument.
 TEST(Converters, OfThe16BitPairIgnoreTheUpperHalfOfWhatIsPassed) {
   auto *wide_htons =
       reinterpret_cast<std::uint32_t (*)(std::uint32_t)>(dlsym(RTLD_DEFAULT, "htons"));
@@ -91,7 +85,7 @@ TEST(Converters, AreTheLibrarysOwn) {
   }
 }
 
-// Offsets of the bytes that a conversion hands to swap(), counted from the first byte it hands over.
+// Offsets of the bytes that a conversion passes to swap(), counted from the first byte passed.
 using Calls = std::vector<std::pair<long, long>>;
 
 Calls calls_of(std::uint32_t (*convert)()) {

@@ -1,4 +1,4 @@
-// What orla.hpp asks the exported functions for: profiles, libraries, tokens, the host, names and
+// What orla.hpp gets from the exported functions: profiles, libraries, tokens, the host, names and
 // traces.
 
 #include <gmock/gmock.h>
@@ -34,7 +34,7 @@ std::string exported_string(const std::string &path, const char *section, const 
   return text.data();
 }
 
-// Every corner that a default has in the two readers.
+// Every case in which the two readers give the default.
 constexpr const char *kProfile =
     "[Main]\nPort=5040\nName=first host\nSpaces=   \nEmpty=\nTab=\t\nPadded=  a \nNone\nTwo=a=b\n"
     "Long=123456\nLetters=12ab\nNegative=-5\nZero=0\n\n[Other]\nPort=1\n";

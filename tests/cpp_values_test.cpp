@@ -1,4 +1,4 @@
-// Dates, stamps and UUIDs of orla.hpp, which it computes inline, against the exported functions.
+// Dates, stamps and UUIDs, which orla.hpp computes inline, compared with the exported functions.
 
 #include <gtest/gtest.h>
 #include <orla/orla.hpp>
@@ -94,7 +94,7 @@ TEST(CppDate, CountsDaysAndWraps) {
   EXPECT_EQ(date().iso_text(), "1986-12-28");
 }
 
-// True when fields in range and out of it give what the exported function gives of them.
+// True when fields in range and out of it give the same result as in the exported function.
 bool comes_of_fields(int year) {
   const auto since_1900 = static_cast<std::int32_t>(static_cast<std::uint32_t>(year) - 1900);
   for (int month = -1; month <= 14; ++month) {

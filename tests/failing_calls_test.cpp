@@ -1,6 +1,7 @@
-// Every call of the C library that can fail, made to fail at every place where an exported function makes
-// it: what the function then answers, what it leaves in its outputs and files, and that it keeps nothing.
-// The cases stand in failing_calls/table.h. Each failure has a process of its own.
+// Every call of the C library that can fail, made to fail at every place where an exported function
+// makes it: what the function then returns, what it leaves in its outputs and files, and that it
+// keeps no resources. The cases are in failing_calls/table.h. Each failure has a process of its
+// own.
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
@@ -27,27 +28,27 @@ void PrintTo(const Case &printed, std::ostream *out) { *out << printed.outcome; 
 
 namespace {
 
-// What the library imports and what never reports a failure.
+// Imports of the library that never report a failure.
 const std::set<std::string> kNeverFail = {
-    // Over memory alone, with formats and sizes that always work.
+    // They use memory only, with formats and sizes that always work.
     "atoi", "memchr", "memcmp", "memcpy", "memmove", "memrchr", "memset", "snprintf", "sprintf",
     "stpcpy", "strchr", "strcmp", "strcpy", "strlen", "strncmp", "strncpy", "strnlen", "strtol",
     // The same where the compiler knows how much room there is, and what ends the process.
     "__memcpy_chk", "__memmove_chk", "__memset_chk", "__snprintf_chk", "__sprintf_chk",
     "__stpcpy_chk", "__strcpy_chk", "__strncpy_chk", "__stack_chk_fail",
-    // Always answer.
+    // Always succeed.
     "getenv", "getgid", "getpid", "getuid", "secure_getenv", "strerror", "umask",
-    // Have nothing to answer with.
+    // Return nothing.
     "exit", "free", "freeifaddrs", "perror", "tzset",
     // Takes no buffer from a stream just opened, which always works.
     "setvbuf",
-    // What the compiler makes of fprintf() and printf(): stood in for together with those.
+    // The compiler's own forms of fprintf() and printf(), which are faked together with those.
     "fputs", "puts",
     // Data, and what a library is started and ended with.
     "_ITM_deregisterTMCloneTable", "_ITM_registerTMCloneTable", "__cxa_finalize",
     "__errno_location", "__gmon_start__", "__timezone", "stderr", "stdout", "timezone"};
 
-// Playing a case in a process of its own.
+// Runs a case in a process of its own.
 
 std::string kept(const Scene &scene) {
   const std::pair<int, const char *> counts[] = {
@@ -72,7 +73,7 @@ struct Played {
   std::map<std::string, int> made;  // of the calls that do not always fail
 };
 
-// The child's part. The scene is cleared away also where the library ends the process.
+// The child's part. The scene is also removed where the library ends the process.
 std::string play_here(const Case &played, const Failure &failure) {
   static std::optional<Scene> stage;
   Scene &scene = stage.emplace();
@@ -107,7 +108,7 @@ Played play(const Case &played, const Failure &failure = {}) {
   close(ends[0]);
   int status = 0;
   waitpid(child, &status, 0);
-  // Without a word from the child the failure was reached: nothing else ends it.
+  // When the child has reported nothing, the failure was reached: nothing else ends it.
   if (WIFSIGNALED(status)) return {told("is killed by signal ") + told(WTERMSIG(status)), true, {}};
   if (WEXITSTATUS(status) != 0)
     return {told("exits with status ") + told(WEXITSTATUS(status)), true, {}};
@@ -177,7 +178,7 @@ std::set<std::string> listed_functions() {
   return functions;
 }
 
-// The names of a kind that nm tells of the library.
+// The names of one kind that nm lists for the library.
 std::set<std::string> names_of_library(const char *option, const std::string &kinds) {
   const std::string command = std::string("'" ORLA_NM "' -P -D ") + option + " '" ORLA_LIBRARY "'";
   std::FILE *nm = popen(command.c_str(), "r");
@@ -214,7 +215,7 @@ TEST(FailingCallsTable, KnowsEveryNameThatTheLibraryImports) {
     known.insert(call);
   for (const std::string &name : names_of_library("--undefined-only", "Uw"))
     EXPECT_TRUE(known.count(name) != 0)
-        << name << " is imported: if it can fail, it needs a stand-in and its place in the table";
+        << name << " is imported: if it can fail, it needs a fake and a place in the table";
 }
 #endif
 

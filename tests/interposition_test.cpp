@@ -1,6 +1,6 @@
-// The program stands in for every function of the library's own that the library reaches by its
-// exported name, and sees who calls whom. The list is in man/orla.3; a call that is bound inside the
-// library is missing here.
+// The program replaces every function that the library calls through its own exported name, and
+// records who calls whom. The list is in man/orla.3; a call that is bound inside the library is not
+// seen here.
 
 #include <dlfcn.h>
 #include <gtest/gtest.h>
@@ -16,16 +16,9 @@
 #include <utility>
 
 #include "kit/captured.h"
+#include "kit/converters.h"
 #include "kit/environment.h"
 #include "kit/temp_dir.h"
-
-// As the library defines them; <arpa/inet.h> has other results for two of them.
-extern "C" {
-std::uint32_t htonl(std::uint32_t host) noexcept;
-std::uint32_t htons(std::uint16_t host) noexcept;
-std::uint32_t ntohl(std::uint32_t network) noexcept;
-std::uint32_t ntohs(std::uint16_t network) noexcept;
-}
 
 namespace {
 
@@ -37,9 +30,9 @@ Calls &seen() {
   return calls;
 }
 
-const char *running = nullptr;  // the function of the library that is at work
+const char *running = nullptr;  // the function of the library that is running
 
-// A function at work, from its call to its return.
+// A function that is running, from its call to its return.
 class Running {
  public:
   explicit Running(const char *name) : earlier_(std::exchange(running, name)) {
@@ -53,7 +46,7 @@ class Running {
   const char *earlier_;
 };
 
-// Calls a function that the program does not stand in for.
+// Calls a function that the program does not replace.
 template <typename Work>
 void run(const char *name, Work work) {
   const char *const earlier = std::exchange(running, name);
@@ -193,7 +186,7 @@ void use_loader() {
   orla_slnk_free_library_id(id);
 }
 
-// All that the library calls of its own, with the trace on.
+// All calls that the library makes to its own functions, with the trace on.
 Calls calls_of_everything() {
   const TempDir folder;
   const WithVariable path("K7LOG_PATH", folder.path("trace").c_str());

@@ -1,4 +1,4 @@
-// What processors and kernels say, decoded from captured bytes.
+// What processors and kernels report, decoded from captured bytes.
 
 #include <gtest/gtest.h>
 
@@ -55,52 +55,52 @@ TEST(LogicalProcessors, AreRecognisedOnFamily15Alone) {
   }
 }
 
-TEST(KernelRelease, SaysWhereTheFigureStands) {
+TEST(KernelRelease, SaysWhereTheFigureIs) {
   const struct {
     const char *release;
     FigureSource source;
   } rows[] = {
-      {"2.4.18-3smp", FigureSource::kKernelLog},
-      {"2.4.18-3", FigureSource::kKernelLog},
-      {"2.4.20-8", FigureSource::kCpuinfo},
-      {"2.6.9-22.ELsmp", FigureSource::kCpuinfo},
-      {"2.2.19-7", FigureSource::kCpuinfo},  // patch 19: the fields are tested one by one
-      {"3.10.0-957", FigureSource::kCpuinfo},
-      {"6.1.0-18-amd64", FigureSource::kCpuinfo},
-      {"3.", FigureSource::kCpuinfo},  // the major number alone is read
-      {"3x", FigureSource::kCpuinfo},
-      {"2.5.", FigureSource::kCpuinfo},
-      {"2.4.19.", FigureSource::kCpuinfo},
-      {"2.4.18.", FigureSource::kKernelLog},
-      {"2.4.18", FigureSource::kUnusable},  // every field needs a character after it
-      {"2.4.20", FigureSource::kUnusable},
-      {"2.6", FigureSource::kUnusable},
-      {"10", FigureSource::kUnusable},
-      {"", FigureSource::kUnusable},
-      {"2", FigureSource::kUnusable},
-      {"2.", FigureSource::kUnusable},
-      {"2.4", FigureSource::kUnusable},
-      {"2.4.", FigureSource::kUnusable},
-      {"x", FigureSource::kUnusable},
-      {"-x", FigureSource::kUnusable},
-      {"vendor-3.1-x", FigureSource::kKernelLog},  // major 0, minor 3, patch 1
-      {"vendor-5.1-x", FigureSource::kCpuinfo},    // major 0, minor 5
-      {"2.-4-1-", FigureSource::kKernelLog},       // what is no digit is skipped before the minor
-      {"2.4.-1", FigureSource::kKernelLog},        // but not before the patch number, which is 0
-      {"2.4.x", FigureSource::kKernelLog},
-      {"2.4..", FigureSource::kKernelLog},
-      {"002.004.018-", FigureSource::kKernelLog},
-      {"2.4.019-", FigureSource::kCpuinfo},
-      {"2200000000.x", FigureSource::kCpuinfo},  // from 2147483648 on it is the largest int
-      {"99999999999999999999.x", FigureSource::kCpuinfo},
-      {"2.99999999999999999999.", FigureSource::kCpuinfo},
-      {"4294967296.4.18-", FigureSource::kCpuinfo},
+      {"2.4.18-3smp", FigureSource::kernel_log},
+      {"2.4.18-3", FigureSource::kernel_log},
+      {"2.4.20-8", FigureSource::cpuinfo},
+      {"2.6.9-22.ELsmp", FigureSource::cpuinfo},
+      {"2.2.19-7", FigureSource::cpuinfo},  // patch 19: the fields are tested one by one
+      {"3.10.0-957", FigureSource::cpuinfo},
+      {"6.1.0-18-amd64", FigureSource::cpuinfo},
+      {"3.", FigureSource::cpuinfo},  // the major number alone is read
+      {"3x", FigureSource::cpuinfo},
+      {"2.5.", FigureSource::cpuinfo},
+      {"2.4.19.", FigureSource::cpuinfo},
+      {"2.4.18.", FigureSource::kernel_log},
+      {"2.4.18", FigureSource::unusable},  // every field needs a character after it
+      {"2.4.20", FigureSource::unusable},
+      {"2.6", FigureSource::unusable},
+      {"10", FigureSource::unusable},
+      {"", FigureSource::unusable},
+      {"2", FigureSource::unusable},
+      {"2.", FigureSource::unusable},
+      {"2.4", FigureSource::unusable},
+      {"2.4.", FigureSource::unusable},
+      {"x", FigureSource::unusable},
+      {"-x", FigureSource::unusable},
+      {"vendor-3.1-x", FigureSource::kernel_log},  // major 0, minor 3, patch 1
+      {"vendor-5.1-x", FigureSource::cpuinfo},     // major 0, minor 5
+      {"2.-4-1-", FigureSource::kernel_log},       // what is no digit is skipped before the minor
+      {"2.4.-1", FigureSource::kernel_log},        // but not before the patch number, which is 0
+      {"2.4.x", FigureSource::kernel_log},
+      {"2.4..", FigureSource::kernel_log},
+      {"002.004.018-", FigureSource::kernel_log},
+      {"2.4.019-", FigureSource::cpuinfo},
+      {"2200000000.x", FigureSource::cpuinfo},  // from 2147483648 on it is the largest int
+      {"99999999999999999999.x", FigureSource::cpuinfo},
+      {"2.99999999999999999999.", FigureSource::cpuinfo},
+      {"4294967296.4.18-", FigureSource::cpuinfo},
   };
   for (const auto &row : rows)
     EXPECT_EQ(figure_source(row.release), row.source) << row.release;
 }
 
-// Feeds lines as /proc/cpuinfo gives them; -1 stands for a figure that cannot be used.
+// Feeds lines as /proc/cpuinfo gives them; -1 means a figure that cannot be used.
 int figure_of(std::initializer_list<const char *> lines) {
   orla::SiblingsFigure figure;
   for (const char *line : lines) {

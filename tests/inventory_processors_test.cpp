@@ -151,7 +151,7 @@ TEST(HyperThreading, IsTheFieldOfAnIntelProcessorOfFamily15) {
   EXPECT_THAT(processor.leaves, ElementsAre(0, 1));
 }
 
-// Its EAX says which leaf is the highest; it is not consulted.
+// Its EAX is the highest leaf, which the library does not look at.
 TEST(HyperThreading, AsksForLeafOneWhateverLeafZeroSaysOfTheHighest) {
   Registers none = kIntel;
   none.eax = 0;
@@ -252,7 +252,7 @@ TEST(KernelFigure, ReadsALastLineWithoutLineFeed) {
   EXPECT_EQ(ht_os_cpus(), 6);
 }
 
-// The buffer holds 1,023 characters, so what follows them is looked at as a line of its own.
+// The buffer holds 1,023 characters, so the text after them is read as another line.
 TEST(KernelFigure, TakesTheRestOfALongLineForALine) {
   const Release release("3.10.0");
   const Cpuinfo cpuinfo("flags" + std::string(1018, 'x') + "siblings : 7\n");
@@ -348,7 +348,7 @@ TEST(KernelFigure, EndsTheProcessWhenTheKernelLogCannotBeRead) {
     return -1;
   });
   EXPECT_EXIT(ht_os_cpus(), ExitedWithCode(1), "^klogctl: Operation not permitted\n$");
-  // The process ends in an orderly way, with what was registered for that.
+  // The process ends by exit(), so the functions registered with atexit() run.
   const auto ask_with_farewell = [] {
     std::atexit([] { std::fputs("farewell\n", stderr); });
     ht_os_cpus();
@@ -372,7 +372,7 @@ TEST(ProcessorCount, CombinesTheProbes) {
       {4, 2, 4, 1, 2},   {6, 4, 6, 1, 1},  // truncated
       {3, 255, 3, 1, 0}, {2, 2, 0, 2, 2},  // the kernel reports none
       {1, 2, 1, 3, 1},                     // a kernel figure of 1 is unusable
-      {2, 1, 2, 1, 2},                     // of a stand-in, as HTSupported() gives no 1
+      {2, 1, 2, 1, 2},                     // only of a replacement: HTSupported() never gives 1
       {2, 2, -1, 3, 2},                    // as is a kernel that cannot be asked
       {-1, 2, -1, 1, 0},                   // -1 / 2 rounds toward zero
       {-1, 0, 2, 0, -1}, {0, 2, 2, 3, 0},

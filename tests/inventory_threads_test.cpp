@@ -1,4 +1,5 @@
-// The inventory of a faked host in eight threads at once. ThreadSanitizer has the last word.
+// The inventory of a faked host, in eight threads at once. ThreadSanitizer finds what the results
+// do not show.
 
 #include <gtest/gtest.h>
 #include <orla/inventory.h>

@@ -14,6 +14,7 @@
 #include "fakes/heap.h"
 #include "fakes/linker.h"
 #include "kit/environment.h"
+#include "kit/errno_after.h"
 #include "kit/modules.h"
 #include "kit/temp_dir.h"
 
@@ -30,7 +31,7 @@ constexpr orla_status kFailed = 0x1D01001F;
 constexpr const char *kNowhere = "liborla-test-nowhere.so";
 constexpr const char *kTracePrefix = "KVRAC0005E orla_slnk_load_library(): ";
 
-// A record, filled with rubbish as the heap may hand it out.
+// A record filled with arbitrary bytes, as the heap may return it.
 class LibraryId {
  public:
   LibraryId() : id_(orla_slnk_allocate_library_id()) { std::memset(id_, 0xA5, sizeof(void *)); }
@@ -54,7 +55,7 @@ class LibraryId {
   orla_library_id *id_;
 };
 
-// Stands in for the dynamic linker: opens what is in `opens` and writes down what it was asked for.
+// Replaces the dynamic linker: opens what is in `opens` and records what it was asked for.
 class FakeLinker {
  public:
   explicit FakeLinker(std::string opens) : opens_(std::move(opens)) {}
@@ -119,7 +120,7 @@ TEST(LoadLibrary, OpensAGoodLibraryWithStatusZero) {
   EXPECT_EQ(orla_slnk_free_library(id), 0);
 }
 
-TEST(LoadLibrary, GivesTheNameAsItStandsToTheLinkerWithRtldNowAlone) {
+TEST(LoadLibrary, GivesTheNameUnchangedToTheLinkerWithRtldNowAlone) {
   FakeLinker linker("libname.so");
   LibraryId id;
   EXPECT_EQ(id.load("libname.so"), 0u);
@@ -273,7 +274,7 @@ TEST(FailedLoad, WithoutAnErrorTextOfTheLinkerIsTracedAllTheSame) {
             std::string(kTracePrefix) + "Error loading module libname.so, dlerror: (null)\n.\n");
 }
 
-TEST(LongName, Of239CharactersIsTriedInTheFallbackDirectory) {
+TEST(LibraryName, Of239CharactersIsTriedInTheFallbackDirectory) {
   const std::string name(239, 'n');
   FakeLinker linker("/opt/tav/ls/dll/" + name);
   LibraryId id;
@@ -282,7 +283,7 @@ TEST(LongName, Of239CharactersIsTriedInTheFallbackDirectory) {
   EXPECT_EQ(linker.tried[1].size(), 255u);
 }
 
-TEST(LongName, Of240CharactersIsTriedAsItStandsOnly) {
+TEST(LibraryName, Of240CharactersIsTriedUnchangedOnly) {
   for (const std::size_t length : {240u, 241u, 256u, 5000u}) {
     const std::string name(length, 'n');
     FakeLinker linker("");
@@ -294,7 +295,7 @@ TEST(LongName, Of240CharactersIsTriedAsItStandsOnly) {
   }
 }
 
-TEST(LongName, MayOpenAsItStands) {
+TEST(LibraryName, Of240CharactersMayOpenUnchanged) {
   const std::string name(240, 'n');
   FakeLinker linker(name);
   LibraryId id;
@@ -304,7 +305,7 @@ TEST(LongName, MayOpenAsItStands) {
 // The text without the linker's part: "Error loading module ", ", dlerror: ", the line feed.
 constexpr std::size_t kAroundTheTexts = 21 + 11 + 1;
 
-TEST(LongError, Of255CharactersIsTracedWhole) {
+TEST(LoadError, Of255CharactersIsTracedWhole) {
   FakeLinker linker("");
   linker.error = std::string(255 - kAroundTheTexts - 1, 'e');
   LibraryId id;
@@ -314,7 +315,7 @@ TEST(LongError, Of255CharactersIsTracedWhole) {
                                "Error loading module n, dlerror: " + linker.error + "\n.\n");
 }
 
-TEST(LongError, Over255CharactersIsCutThereAndLosesItsLineFeed) {
+TEST(LoadError, Over255CharactersIsCutThereAndLosesItsLineFeed) {
   for (const std::size_t more : {1u, 2u, 3000u}) {
     FakeLinker linker("");
     linker.error = std::string(255 - kAroundTheTexts - 1 + more, 'e');
@@ -326,7 +327,7 @@ TEST(LongError, Over255CharactersIsCutThereAndLosesItsLineFeed) {
   }
 }
 
-TEST(LongError, OfANameThatFillsItIsCutInTheName) {
+TEST(LoadError, OfANameThatFillsItIsCutInTheName) {
   FakeLinker linker("");
   const std::string name(3000, 'n');
   LibraryId id;
@@ -468,14 +469,6 @@ TEST(FreeLibrary, TakesTheLibraryOutOfMemory) {
   ASSERT_EQ(id.load(kGoodModule), 0u);
   EXPECT_EQ(orla_slnk_free_library(id), 0);
   EXPECT_EQ(dlopen(kGoodModule, RTLD_NOW | RTLD_NOLOAD), nullptr);
-}
-
-// errno as it is after `call`, which finds it at 4711.
-template <typename Call>
-int errno_after(Call call) {
-  errno = 4711;
-  call();
-  return errno;
 }
 
 TEST(Loader, LeavesErrnoAlone) {

@@ -114,7 +114,7 @@ TEST(Overrides, AreNullAtLoad) {
   EXPECT_EQ(orla_ls_group, nullptr);
 }
 
-TEST(Overrides, StandInForTheSystemsNamesEachForItsOwn) {
+TEST(Overrides, ReplaceTheSystemsNamesEachItsOwn) {
   const Host host("alice", "staff");
   char out[ORLA_NAME_SIZE];
   orla_ls_user = "somebody";
@@ -156,7 +156,7 @@ TEST(Overrides, FillTheRestOfTheBufferWithZeros) {
   EXPECT_EQ(std::string(empty.data(), ORLA_NAME_SIZE), std::string(32, '\0'));
 }
 
-// The C library leaves there what it came across, such as a database that is missing.
+// The C library sets it even when it succeeds, for example after a missing database.
 TEST(UserAndGroupName, LeaveErrnoAlone) {
   const With users(fake_getpwuid, [](uid_t) {
     errno = ENOENT;

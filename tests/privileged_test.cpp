@@ -1,4 +1,4 @@
-// A set-user-ID program of root's: the environment of the user who starts it steers none of its
+// A set-user-ID program of root: the environment of the user who starts it chooses none of its
 // files.
 
 #include <grp.h>
@@ -63,7 +63,7 @@ class SetUserId : public testing::Test {
   WithVariable config_{"ORLA_CONFIG", folder_.path("profile").c_str()};
 };
 
-TEST_F(SetUserId, ProgramTracesNothingForWhoeverStartsIt) {
+TEST_F(SetUserId, ProgramTracesNothingForTheUserWhoStartsIt) {
   EXPECT_EQ(output_of("service", kAnybody), "root\n");
   EXPECT_FALSE(folder_.holds("trace"));
   output_of("service", 0);

@@ -1,5 +1,6 @@
-// Small domains of the profile functions, whole, against the plain way of the same: every byte at
-// every position of a small file, every pair of key and line, every value of few characters.
+// Small domains of the profile functions, tested completely and compared with the plain version:
+// every byte at every position of a small file, every pair of key and line, every value of few
+// characters.
 
 #include <gtest/gtest.h>
 #include <orla/profile.h>

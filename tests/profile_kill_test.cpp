@@ -21,6 +21,7 @@
 #include <vector>
 
 #include "fakes/file_calls.h"
+#include "kit/processes.h"
 #include "kit/temp_dir.h"
 #include "plain/profile.h"
 
@@ -49,7 +50,7 @@ std::string profile(int around, int number) {
          "\n\n[Below]\n" + lines_of("Below", around);
 }
 
-// What readers see of a file: what stands before a byte 0xFF.
+// What readers see of a file: the text before a byte 0xFF.
 std::string visible(const std::string &file) { return file.substr(0, file.find('\xFF')); }
 
 std::string value_in(const std::string &file, const char *section, const std::string &key) {
@@ -122,7 +123,8 @@ class ProfileKilled : public testing::Test {
 
  private:
   [[noreturn]] void rewrite_for_ever(int number) {
-    // A name that is known before the file is there, so that the test finds what a kill leaves.
+    die_with_the_parent();
+    // A name that is known before the file exists, so that the test finds what a kill leaves.
     std::snprintf(course_.temporary, sizeof course_.temporary, "/tmp/K7%06x",
                   static_cast<unsigned>(getpid()));
     const With naming(fake_mkstemp, [this](char *name) {
@@ -137,7 +139,7 @@ class ProfileKilled : public testing::Test {
     }
   }
 
-  // Returns what the temporary copy holds that is left.
+  // Returns the content of the temporary copy that is left.
   std::string kill_a_rewriter(int number) {
     course_.rewrites = 0;
     const pid_t process = fork();
@@ -170,7 +172,7 @@ TEST_F(ProfileKilled, OfFewLinesIsWholeAfterEachOf100Kills) {
   EXPECT_EQ(kill_often(100, kFewLines).mixed, 0);
 }
 
-// A kill ends a write of many pages between two of them.
+// A kill can end a write of many pages between two of them.
 TEST_F(ProfileKilled, OfManyLinesIsWholeAfterAlmostEachOf40Kills) {
   EXPECT_LE(kill_often(40, kManyLines).mixed, 8);
 }

@@ -7,7 +7,6 @@
 #include <signal.h>
 #include <sys/mman.h>
 #include <sys/mount.h>
-#include <sys/prctl.h>
 #include <sys/stat.h>
 #include <sys/statvfs.h>
 #include <sys/wait.h>
@@ -33,17 +32,17 @@ namespace {
 
 // ---- Read by many while one rewrites ------------------------------------------------------------
 //
-// The file has three pages. Both keys stand inside a page, in the first and in the last, and their
-// values keep their length, so two states of the text differ in the values alone. Each key is there
-// all the time: no reader answers the default. A value must be whole, of one rewrite, and not older
-// than the one before.
+// The file has three pages. Neither entry crosses the end of a page: one is in the first page, one
+// in the last. Their values keep their length, so two states of the text differ only in the values.
+// Each key is always there: no reader gives the default. A value must be whole, of one rewrite, and
+// not older than the one before.
 
 constexpr const char *kDefault = "no value";
 constexpr int kNoNumber = -1;
 constexpr std::size_t kRepeats = 20;
 constexpr int kReaders = 8;
 
-// The count of rewrites, over and over, so that a mixture of two shows.
+// The number of the rewrite, repeated, so that a mixture of two is seen.
 std::string text_of_rewrite(int number) {
   char digits[16];
   std::snprintf(digits, sizeof digits, "%05d.", number);
@@ -115,7 +114,7 @@ class ProfileReadByMany : public testing::Test {
     return false;
   }
 
-  // Reads until all is written, and once more, when the last text must be there.
+  // Reads until everything is written, and then once more: that must be the last text.
   int read_on(int last) {
     int latest = 0;
     while (!course_.is_over)
@@ -173,8 +172,8 @@ TEST_F(LongProfileReadByMany, IsOfOneRewriteAndNeverTheDefaultDuring10000Rewrite
 
 // ---- Rewritten where a file system is full ------------------------------------------------------
 //
-// In a mount namespace of its own the test gives itself small file systems in memory: one for /tmp,
-// where the temporary copy goes, and one below it for the target.
+// In a mount namespace of its own the test mounts small file systems in memory: one for /tmp, where
+// the temporary copy goes, and one below it for the target.
 
 constexpr std::size_t kPage = 4096;
 constexpr const char *kTargetFolder = "/tmp/target";
@@ -263,8 +262,8 @@ std::string many_keys() {
   return file;
 }
 
-// A process that takes whatever room the target's file system has, even for a moment. Now and then
-// it gives a few pages back, so that some rewrites succeed.
+// A process that takes all free room of the target's file system, as soon as there is any. Now and
+// then it gives a few pages back, so that some rewrites succeed.
 class Competitor {
  public:
   Competitor() : process_(fork()) {
@@ -280,7 +279,7 @@ class Competitor {
  private:
   [[noreturn]] static void fill_for_ever() {
     const std::string page(kPage, 'f');
-    prctl(PR_SET_PDEATHSIG, SIGKILL);  // also where the test itself is killed
+    die_with_the_parent();
     const int file = open("/tmp/target/filler", O_RDWR | O_CREAT, 0600);
     for (off_t size = 0, round = 0;; ++round) {
       while (pwrite(file, page.data(), page.size(), size) == static_cast<ssize_t>(page.size()))
@@ -352,7 +351,7 @@ class ProfileOnAFullDisk : public testing::Test {
     }
   }
 
-  // Each value asks for at least one page more than there are.
+  // Each value needs at least one page more than there are.
   void rewrite_without_room_for_the_target(std::size_t rewrites) {
     mount_both(size_option(64), size_option(16));
     if (IsSkipped()) return;
@@ -366,7 +365,8 @@ class ProfileOnAFullDisk : public testing::Test {
     }
   }
 
-  // What needs no more room than the file has can be written even where there is none.
+  // A text that needs no more room than the file has can be written even when the file system is
+  // full.
   void rewrite_within_the_room_of_the_target(std::size_t rewrites) {
     mount_both(size_option(64), size_option(16));
     if (IsSkipped()) return;

@@ -1,4 +1,4 @@
-// The profile functions on random files, against the plain way of the same.
+// The profile functions on random files, compared with the plain version.
 
 #include <gtest/gtest.h>
 #include <orla/profile.h>
@@ -48,7 +48,7 @@ const char *const kKeys[] = {"", "a", "K", "key", "a=", "[", " "};
 const char *const kFallbacks[] = {"", "d", "default", "a default that is longer than the buffer"};
 const char *const kValues[] = {"", "v", " 1 ", "x=y", "a value\r"};
 
-// Bits of which files are made: what the grammar turns on, near-misses of it, and single
+// Pieces that files are made of: what the grammar looks for, texts close to that, and single
 // characters.
 const std::string kPieces[] = {
     "[a]\n",
@@ -91,7 +91,7 @@ std::string random_file(Random &random, std::size_t pieces) {
   std::string file;
   for (std::size_t i = 0; i < pieces; ++i) {
     file += random.of(kPieces);
-    // Rare enough that what follows matters too.
+    // Rare enough that the text after it often matters too.
     if (random.below(60) == 0) file += '\xFF';
   }
   return file;
@@ -182,7 +182,7 @@ TEST(ProfileRandom, BytesMayBeTakenInPiecesOfAnySize) {
   }
 }
 
-// Files and lines around the sizes at which a reader of blocks changes its ways.
+// Files and lines around the sizes at which a reader of blocks works differently.
 std::string random_large_file(Random &random) {
   static const std::size_t kCorners[] = {511, 4095, 4096, 4097, 8192, 16384, 65535, 65536, 131072};
   std::string file = random_file(random, random.below(20));

@@ -100,7 +100,7 @@ TEST_F(ProfileInt, TakesTheLettersAToZAndNoNeighbourOfThemInEitherCase) {
   }
 }
 
-TEST_F(ProfileInt, ComparesLettersOutsideAsciiAsTheyStandInAnyLocale) {
+TEST_F(ProfileInt, ComparesLettersOutsideAsciiUnchangedInAnyLocale) {
   EXPECT_EQ(read_int("[\xC4]\n\xC4=5\n", "\xC4", "\xC4"), 5);
   for (const char *locale : {"C", "de_DE.ISO-8859-1", "C.UTF-8"}) {
     setlocale(LC_ALL, locale);
@@ -549,7 +549,7 @@ TEST(ProfileString, FileOfTheEnvironmentThatDoesNotOpenHasNoFallback) {
   }
 }
 
-// A stranger's environment names no file of a privileged program.
+// The environment of the user who starts a privileged program names none of its files.
 TEST(ProfileString, EnvironmentNamesNoFileInSecureMode) {
   MemoryFiles files;
   files.put(kDefaultPath, "[Main]\nName=of the default\n");

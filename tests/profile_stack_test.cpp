@@ -13,7 +13,7 @@
 
 namespace {
 
-// What the thread works on: its own stack is not for texts.
+// What the thread works on; its own stack has no room for texts.
 struct Work {
   std::string path;
   std::string copy;

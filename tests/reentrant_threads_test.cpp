@@ -1,6 +1,6 @@
 // Every function that the headers call safe, in eight threads at once, from the first call of the
-// process on. Each case checks the answers; ThreadSanitizer has the last word. UUIDs are in
-// uuid_threads_test.cpp.
+// process on. Each case checks the results; ThreadSanitizer finds what they do not show. UUIDs are
+// in uuid_threads_test.cpp.
 
 #include <gtest/gtest.h>
 #include <orla/orla.h>
@@ -11,15 +11,8 @@
 
 #include "kit/at_once.h"
 #include "kit/captured.h"
+#include "kit/converters.h"
 #include "kit/temp_dir.h"
-
-// As the library defines them; <arpa/inet.h> has other results for two of them.
-extern "C" {
-std::uint32_t htonl(std::uint32_t host) noexcept;
-std::uint32_t htons(std::uint16_t host) noexcept;
-std::uint32_t ntohl(std::uint32_t network) noexcept;
-std::uint32_t ntohs(std::uint16_t network) noexcept;
-}
 
 namespace {
 
@@ -66,7 +59,7 @@ TEST(Threads, TakeTokensOfOneTextAtOnce) {
 }
 
 TEST(Threads, ProbeTheProcessorAtOnce) {
-  // What the host answers is its own; it answers every thread the same.
+  // The figures are the host's own, the same for every thread.
   static int processors;
   static const std::uint32_t method = count_physical_proc(&processors);
   static const int kernel_figure = ht_os_cpus();
@@ -142,7 +135,7 @@ TEST(Threads, PrintLinesToOneStreamAtOnce) {
   std::fclose(stream);
 }
 
-// The threads race for the first parse of the process, which settles the input mode.
+// The threads compete for the first parse of the process, which decides the input mode.
 TEST(Threads, ParseTheFirstDatesAtOnce) {
   unsetenv("ORLALS_DATE_FORMAT_OLD");
   EXPECT_EQ(repeated(kRounds,
@@ -180,7 +173,7 @@ TEST(Threads, ParseTheFirstDatesOfTheOldModeAtOnce) {
             0);
 }
 
-// Safe as soon as one call has reached the provider.
+// Safe as soon as one call has found the provider.
 TEST(Threads, NameTheNodeAtOnceAfterTheFirstCall) {
   static char first[ORLA_NODE_NAME_SIZE];
   orla_get_node_name(first);
@@ -241,7 +234,7 @@ TEST(Threads, NameTemporaryFilesAtOnce) {
   EXPECT_EQ(
       wrong_in_threads(kThreads, [](int thread) { return create_temporary_name(names[thread]); }),
       0);
-  // A name that two were given would be gone the second time.
+  // A name given to two threads could not be removed twice.
   for (const char *name : names)
     EXPECT_EQ(unlink(name), 0) << name;
 }
@@ -269,20 +262,6 @@ TEST(Threads, PrintLinesToStandardOutputAtOnce) {
   });
   EXPECT_EQ(output.text().size(), kThreads * kLines * (14U + 11U));
   EXPECT_EQ(wrong, 0);
-}
-
-// The first call finds the provider, before there are threads.
-TEST(Threads, TellTheNodesNameAtOnceAfterTheFirstCall) {
-  static char name[ORLA_NODE_NAME_SIZE];
-  orla_get_node_name(name);
-  if (name[0] == '\0') GTEST_SKIP() << "no companion library is found from here";
-  EXPECT_EQ(repeated(kRounds,
-                     [](int) {
-                       char again[ORLA_NODE_NAME_SIZE];
-                       orla_get_node_name(again);
-                       return static_cast<int>(std::strcmp(again, name) != 0);
-                     }),
-            0);
 }
 
 TEST(Threads, FailToLoadMissingLibrariesAtOnce) {

@@ -1,4 +1,4 @@
-// Small domains of the text and byte-order helpers and of the trace writer's messages, whole.
+// Small domains of tokens, byte order and the trace writer's messages, tested completely.
 
 #include <gtest/gtest.h>
 #include <orla/byteorder.h>
@@ -14,43 +14,12 @@
 #include <string>
 
 #include "fakes/clock.h"
+#include "kit/converters.h"
 #include "kit/environment.h"
 #include "kit/temp_dir.h"
 #include "plain/percent_text.h"
 
-// As the library defines them; <arpa/inet.h>, which declares them otherwise, is not included here.
-extern "C" {
-std::uint32_t htonl(std::uint32_t host);
-std::uint32_t ntohl(std::uint32_t network);
-std::uint32_t htons(
-    std::uint32_t host);  // wider than it is, to see that the upper half is left out
-std::uint32_t ntohs(std::uint32_t network);
-}
-
 namespace {
-
-TEST(EveryTwoBytes, AreExchangedBySwap) {
-  for (int first = 0; first < 256; ++first) {
-    for (int second = 0; second < 256; ++second) {
-      char a = static_cast<char>(first);
-      char b = static_cast<char>(second);
-      swap(&a, &b);
-      ASSERT_EQ(a, static_cast<char>(second));
-      ASSERT_EQ(b, static_cast<char>(first));
-    }
-  }
-}
-
-TEST(EveryValue, Of16BitsIsReversedAndZeroExtendedWhateverStandsAboveIt) {
-  for (std::uint32_t value = 0; value < 65536; ++value) {
-    const std::uint32_t expected = value % 256 * 256 + value / 256;
-    for (const std::uint32_t above : {0x00000000U, 0xFFFF0000U, 0x80010000U}) {
-      ASSERT_EQ(htons(above | value), expected);
-      ASSERT_EQ(ntohs(above | value), expected);
-    }
-    ASSERT_EQ(ntohs(htons(value)), value);
-  }
-}
 
 TEST(LongEveryValue, Of32BitsIsReversed) {
   std::uint32_t value = 0;
@@ -60,21 +29,6 @@ TEST(LongEveryValue, Of32BitsIsReversed) {
     const bool right = htonl(value) == expected && ntohl(value) == expected;
     ASSERT_TRUE(right) << value;
   } while (++value != 0);
-}
-
-TEST(EveryDelimiter, MakesATokenOfAnyByteBetweenTwoOfIt) {
-  for (int delimiter = 1; delimiter < 256; ++delimiter) {
-    for (int byte = 1; byte < 256; ++byte) {
-      const char d = static_cast<char>(delimiter);
-      const char text[] = {d, static_cast<char>(byte), d, d, '\0'};
-      char out[4] = "xxx";
-      const char *rest = get_first_delimited_token_in_string(text, d, out, sizeof out);
-      const bool empty = byte == delimiter;
-      ASSERT_EQ(rest, text + (empty ? 2 : 3)) << delimiter << ' ' << byte;
-      ASSERT_STREQ(out, empty ? "" : std::string(1, text[1]).c_str());
-      ASSERT_EQ(count_delimited_tokens_in_string(text, d), empty ? 2 : 1);
-    }
-  }
 }
 
 // Three empty tokens and a last one; past those there is none.
@@ -97,19 +51,9 @@ TEST(EveryIndex, Of16BitsFindsATokenAfterEmptyOnesAlone) {
   }
 }
 
-TEST(LongEveryCount, Of16BitsIsHalvedAsASignedNumber) {
-  constexpr int kMost = 65536 + 2;
-  const std::string text(kMost, '"');
-  for (int count = 0; count <= kMost; ++count) {
-    const int wrapped = count % 65536 < 32768 ? count % 65536 : count % 65536 - 65536;
-    ASSERT_EQ(count_delimited_tokens_in_string(text.c_str() + (kMost - count), '"'), wrapped / 2)
-        << count;
-  }
-}
-
 constexpr int kError = EACCES;
 
-// A failure shows where the two part, not the megabytes that they are.
+// A failure shows where the two begin to differ, not megabytes of text.
 void expect_same(const std::string &got, const std::string &expected) {
   const auto parting = std::mismatch(got.begin(), got.end(), expected.begin(), expected.end());
   const auto at = static_cast<std::size_t>(parting.first - got.begin());

@@ -1,4 +1,4 @@
-// The calendar by examples and at its corners; time_exhaustive_test.cpp has its domains whole.
+// The calendar by examples and limits; time_exhaustive_test.cpp tests its domains completely.
 
 #include <gtest/gtest.h>
 #include <orla/time.h>

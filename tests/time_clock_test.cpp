@@ -81,7 +81,7 @@ TEST(Offset, FollowsAChangeOfTheZoneAtTheNextCall) {
   EXPECT_EQ(wek_localtime_offset(), 7200);
 }
 
-TEST(Offset, ReadsTheZoneAnewEvenWithoutALocalTime) {
+TEST(Offset, ReadsTheZoneAgainEvenWithoutALocalTime) {
   const WithZone zone("AAA1");
   const ClockAt clock(kSummer);
   setenv("TZ", "BBB2", 1);
@@ -99,7 +99,7 @@ TEST(Offset, TakesTheZoneBeforeItConverts) {
   EXPECT_EQ(wek_localtime_offset(), 3600);
 }
 
-TEST(Offset, IsTheBareZonesWithoutALocalTime) {
+TEST(Offset, IsThePlainZonesWithoutALocalTime) {
   const WithZone zone(kNewYork);
   const ClockAt clock(kSummer);
   const With localtime(fake_localtime, [](const std::time_t *) { return nullptr; });
@@ -336,14 +336,14 @@ TEST(ClockPast2038, ComputesDaylightSavingByTheFoldedYear) {
   EXPECT_EQ(wek_localtime_offset(), 18000);
 }
 
-TEST(ClockPast2038, GivesTheBareZoneWithoutALocalTime) {
+TEST(ClockPast2038, GivesThePlainZoneWithoutALocalTime) {
   const WithZone zone(kNewYork);
   const ClockPast2038 clock(kSummer2040);
   const With localtime(fake_localtime, [](const std::time_t *) { return nullptr; });
   EXPECT_EQ(wek_localtime_offset(), 18000);
 }
 
-// The record is shared: whoever reads it next finds the real year.
+// The record is shared: the next reader finds the real year.
 TEST(ClockPast2038, LeavesTheYearInTheSharedRecord) {
   const WithZone zone(kNewYork);
   const ClockPast2038 clock(kSummer2040);
@@ -367,7 +367,7 @@ TEST(ClockPast2038, StandsAtTheLastStamp) {
   EXPECT_EQ(wek_time_stamp(), -1);
 }
 
-// The C library leaves there what it came across, such as a zone whose file is missing.
+// The C library sets it even when it succeeds, for example when the zone's file is missing.
 TEST(TimeErrno, IsLeftAlone) {
   const WithZone zone(kNewYork);
   const With time(fake_time, [](std::time_t *) {

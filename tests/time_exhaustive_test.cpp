@@ -1,7 +1,8 @@
-// Small domains of the calendar, whole: every date number, every year, every stamp of 32 bits.
+// Small domains of the calendar, tested completely: every date number, every year, every stamp of
+// 32 bits.
 //
-// What is expected comes from a calendar that knows nothing but how a day follows another; it takes
-// no part of the library's.
+// The expected values come from a calendar that only knows how one day follows another; it uses no
+// code of the library.
 
 #include <gtest/gtest.h>
 #include <orla/time.h>
@@ -37,7 +38,7 @@ std::tm midnight_of(const plain::Calendar &calendar) {
   return fields;
 }
 
-// The nine fields, seconds to daylight saving; they stand side by side, without a gap.
+// The nine fields, from seconds to daylight saving, which lie in memory without a gap.
 bool same_fields(const std::tm &a, const std::tm &b) {
   constexpr std::size_t kFields = 9 * sizeof(int);
   static_assert(offsetof(std::tm, tm_isdst) == kFields - sizeof(int));
@@ -74,7 +75,7 @@ std::uint32_t take_day(std::uint32_t midnight, std::tm fields) {
   return kSecondsPerDay;
 }
 
-// The 2^32 stamps in shares of as many days, so that they can be taken side by side.
+// The 2^32 stamps in parts of the same number of days, so that the parts can run in parallel.
 constexpr std::uint32_t kShares = 16;
 constexpr std::uint32_t kDaysPerShare = (kDaysWithStamps + kShares - 1) / kShares;
 
@@ -279,7 +280,7 @@ void expect_translated(const std::string &format) {
   ASSERT_EQ(numeric, plain::date_format(format)) << testing::PrintToString(format);
 }
 
-TEST(EveryDateFormat, OfTwoBytesAndEveryPairBehindAPercentSignIsTranslated) {
+TEST(EveryDateFormat, OfTwoBytesAndEveryPairAfterAPercentSignIsTranslated) {
   for (int first = 1; first < 256; ++first) {
     for (int second = 1; second < 256; ++second) {
       const std::string pair = {static_cast<char>(first), static_cast<char>(second)};

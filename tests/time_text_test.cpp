@@ -98,7 +98,8 @@ TEST(TimeText, LeavesErrnoAlone) {
 }
 
 TEST(TimeText, LeavesTheLocaleAlone) {
-  // Were the environment's locale taken over, it would be this one, which every C library has.
+  // If the library took over the environment's locale, it would be this one, which every C library
+  // has.
   const WithVariable environment("LC_ALL", "C.UTF-8");
   time_text(0);
   EXPECT_STREQ(std::setlocale(LC_ALL, nullptr), "C");
@@ -116,7 +117,7 @@ TEST(DateLine, PutsThePrefixBeforeTheDateWithNothingBetween) {
   EXPECT_STREQ(line, "12/28/1986\n");
 }
 
-TEST(DateLine, CopiesPercentSignsOfThePrefixAsTheyStand) {
+TEST(DateLine, CopiesPercentSignsOfThePrefixUnchanged) {
   char line[64];
   EXPECT_EQ(date_to_line(0, line, "100%% %d "), 20);
   EXPECT_STREQ(line, "100%% %d 12/28/1986\n");
@@ -197,7 +198,7 @@ TEST_P(PrintedLine, WritesTheTextOfErrnoForPercentM) {
             "No such file or directory: 12/28/1986\n");
 }
 
-TEST_P(PrintedLine, WritesAnyOtherConversionAsItStands) {
+TEST_P(PrintedLine, WritesAnyOtherConversionUnchanged) {
   for (const char *prefix : {"%d ", "%s", "%n", "%5m", "%", "%1$2d", "%%%s", "% %", "%-%"}) {
     std::string expected = prefix;
     if (expected == "%%%s") expected = "%%s";
@@ -234,7 +235,7 @@ TEST(PrintedLineOnAStream, ReturnsANegativeValueWhenTheStreamFails) {
   std::fclose(full);
 }
 
-// A line feed flushes such a stream; fwrite() would call the line written all the same.
+// A line feed flushes such a stream; fwrite() would count the line as written even when that fails.
 TEST(PrintedLineOnAStream, ReturnsANegativeValueWhenTheFlushAfterTheLineFails) {
   for (const std::size_t prefix_length : {0U, 100U, 5000U}) {
     const std::string prefix(prefix_length, 'x');
@@ -390,7 +391,7 @@ void expect_parsed(const ParseRow &row) {
   EXPECT_EQ(day, row.day) << row.text;
 }
 
-// Callers who need one field alone pass one variable for the others.
+// Callers that need one field only pass one variable for the others.
 TEST(StandardInput, StoresYearMonthAndDayInThisOrderAndChecksWhatItStored) {
   const WithVariable mode(kOldMode, nullptr);
   std::int32_t year;
@@ -475,7 +476,7 @@ TEST(OldInput, RejectsEverythingElse) {
   }
 }
 
-TEST(OldInput, WantsThreeNumbersEvenWhereTheDayIsPreset) {
+TEST(OldInput, NeedsThreeNumbersEvenWhereTheDayIsPreset) {
   const WithVariable mode(kOldMode, "");
   std::uint16_t date = 0;
   EXPECT_EQ(string_to_date("2007 12", &date), 0);
@@ -502,7 +503,7 @@ TEST(OldInput, TakesANumberBeyondAnIntForTheLargestOneOn32BitsAndForItsLowBitsOn
   expect_parsed({"-4294965289 12 31", saturates ? 255 : 0, 107, 12, 31});
 }
 
-// The C library leaves there what it came across, such as a number that is too large.
+// The C library sets it even when it succeeds, for example for a number that is too large.
 TEST(OldInput, LeavesErrnoAlone) {
   const WithVariable mode(kOldMode, "");
   std::int32_t number;
@@ -654,8 +655,8 @@ TEST(StandardInput, EqualsStrptimeForAMillionMutatedTexts) {
   }
 }
 
-// It is left to the texts that need it and to the first: the direct way takes a fraction of its
-// time.
+// strptime() is only called for the first text and for those in another form: scanning the usual
+// form takes a fraction of its time.
 TEST(StandardInput, NeedsNoStrptimeForTheTextOfADateAfterTheFirst) {
   const WithVariable mode(kOldMode, nullptr);
   int calls = 0;

@@ -1,4 +1,4 @@
-// Delimited tokens: the three functions, also against the plain way.
+// Delimited tokens: the three functions, also compared with the plain version.
 
 #include <gtest/gtest.h>
 #include <orla/token.h>

@@ -74,7 +74,7 @@ class TraceOfManyProcesses : public TraceLoad {
     return ids;
   }
 
-  // Takes the lines in the order of the file: each must be the next one of a process.
+  // Reads the lines in the order of the file: each must be the next one of its process.
   void expect_every_line_whole_and_in_order(const std::vector<pid_t> &ids) {
     const std::string content = folder_.read("trace");
     std::vector<std::size_t> taken(kProcesses, 0);
@@ -137,8 +137,8 @@ class TraceOfManyRotations : public TraceLoad {
     return names;
   }
 
-  // Keeps what the file must hold meanwhile, and looks at each file as it is rotated: so every line
-  // that was ever written has been seen once, in its place.
+  // Keeps the text that the file must hold, and checks each file when it is rotated, so that every
+  // line written is seen once, in its place.
   void write_and_check(std::size_t bytes) {
     std::string current;
     std::string rotated;

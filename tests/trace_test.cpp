@@ -31,6 +31,7 @@
 #include "fakes/host.h"
 #include "kit/captured.h"
 #include "kit/environment.h"
+#include "kit/errno_after.h"
 #include "kit/temp_dir.h"
 
 namespace {
@@ -59,7 +60,7 @@ class TraceFile : public testing::Test {
   std::string read(const std::string &name = "trace") const { return folder_.read(name); }
   static std::string stamp() { return "02/03/2007  9:05:07 " + process_id() + " "; }
 
-  // A trace file that stands `below` bytes under the limit.
+  // A trace file that is `below` bytes smaller than the limit.
   void fill_to(std::size_t below) { folder_.write("trace", std::string(kLimit - below, 'x')); }
 
   TempDir folder_;
@@ -178,7 +179,7 @@ TEST_F(TraceFile, FollowsAChangeOfTheZone) {
 }
 
 TEST_F(TraceFile, FollowsAZoneThatIsSetUnsetAndEmptyWithinOneSecond) {
-  // Without TZ the host's zone holds, whichever that is.
+  // Without TZ the host's zone applies, whichever that is.
   const With localtime(fake_localtime, [](const std::time_t *when) {
     const char *zone = std::getenv("TZ");
     std::tm *fields = gmtime(when);
@@ -336,7 +337,7 @@ TEST_F(TraceFile, GetsTheTextOfErrnoForPercentMAsTheCallerLeftIt) {
   EXPECT_EQ(read(), stamp() + "open: Permission denied\n");
 }
 
-TEST_F(TraceFile, GetsAnyOtherConversionAsItStands) {
+TEST_F(TraceFile, GetsAnyOtherConversionUnchanged) {
   trace("%s %d %n %5d %-m %");
   EXPECT_EQ(read(), stamp() + "%s %d %n %5d %-m %");
 }
@@ -701,7 +702,7 @@ class TraceRotation : public TraceFile {
   }
 };
 
-TEST_F(TraceRotation, IsLeftToWhoeverHoldsTheLock) {
+TEST_F(TraceRotation, IsLeftToTheHolderOfTheLock) {
   EXPECT_FALSE(rotates_when_locking_fails_with(EWOULDBLOCK));
   EXPECT_FALSE(rotates_when_locking_fails_with(EINTR));
   EXPECT_TRUE(rotates());
@@ -911,7 +912,7 @@ TEST_F(TraceFile, IgnoresFailingWrites) {
   EXPECT_EQ(error.text(), "");
 }
 
-// A line that could not be written is not kept back to come out before a later one.
+// A line that could not be written is not kept and written before a later one.
 TEST_F(TraceFile, LosesAnUnwrittenLineForGood) {
   trace("a\n");
   struct rlimit earlier;
@@ -992,14 +993,6 @@ TEST_F(TraceFile, OfALibraryThatIsClosedMeanwhileLeavesItsDescriptorOpen) {
   ASSERT_EQ(dlopen(copy.c_str(), RTLD_NOW | RTLD_NOLOAD), nullptr);
   EXPECT_NE(fcntl(next, F_GETFD), -1);
   EXPECT_EQ(read(), stamp() + "m\n");
-}
-
-// errno as it is after `line`, which finds it at 4711.
-template <typename Line>
-int errno_after(Line line) {
-  errno = 4711;
-  line();
-  return errno;
 }
 
 TEST_F(TraceFile, LeavesErrnoAlone) {

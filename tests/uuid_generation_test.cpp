@@ -13,7 +13,7 @@
 
 namespace {
 
-// gettimeofday() stands at a moment.
+// gettimeofday() always gives one moment.
 class MomentAt {
  public:
   MomentAt(std::uint32_t seconds, std::uint32_t microseconds)
@@ -334,8 +334,8 @@ TEST(UuidHost, StaysWithTheFirstAnswerWhenTheAddressChanges) {
   expect_host(generated(), 0x0A000203);
 }
 
-// As of two threads that ask at the same time: one is answered while the other still waits.
-TEST(UuidHost, IsTheOneAnsweredFirstForWhoeverAskedMeanwhile) {
+// Like two threads that ask at the same time: one gets its answer while the other still waits.
+TEST(UuidHost, IsTheOneAnsweredFirstForThreadsThatAskedMeanwhile) {
   Interfaces first;
   first.ipv4(kUp, 0x0A000203);
   Interfaces second;

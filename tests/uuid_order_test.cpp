@@ -26,7 +26,7 @@ TEST(UuidRecord, Has16BytesInTheGivenOrder) {
 
 TEST(UuidNil, Is16ZeroBytes) { EXPECT_EQ(bytes_of(k7_uuid__nil), UuidBytes{}); }
 
-// In order, each before the next: every field outweighs all that stand after it.
+// In order, each before the next: every field counts more than all fields after it.
 const std::vector<k7_uuid__t> kInOrder = {
     {0, 0, 0, 0, {}},
     {0, 0, 0, 0, {0, 0, 0, 0, 0, 0, 1}},

@@ -1,4 +1,4 @@
-// The text form: writing, reading, and that reading is formatted input whatever the text.
+// The text form: writing, reading, and that any text is read as sscanf() reads it.
 
 #include <gtest/gtest.h>
 #include <orla/uuid.h>
@@ -18,8 +18,8 @@ namespace {
 
 constexpr orla_status kUntouchedStatus = 0x12345678;
 
-// Both ends of the buffer matter: the text is followed by an unreadable page, so that a byte read after
-// the terminator ends the test.
+// The text is followed by an unreadable page, so that a byte read after the terminator ends the
+// test.
 struct Decoded {
   orla_status status = kUntouchedStatus;
   k7_uuid__t uuid = filled(0xA5);
@@ -210,8 +210,8 @@ TEST(UuidDecode, FillsARecordThatHoldsTheStatus) {
   EXPECT_EQ(answer.status, ORLA_UUID_MALFORMED);
 }
 
-// A text and a record in one buffer, the record at each place where it can stand.
-TEST(UuidText, SharesItsBufferWithTheRecordWhereverThatStands) {
+// A text and a record in one buffer, the record at each possible place.
+TEST(UuidText, SharesItsBufferWithTheRecordWhereverThatIs) {
   constexpr std::size_t kSize = ORLA_UUID_TEXT_SIZE;
   const char *const other_form = " d0f7b2fc0064.82.a.00.02.03.00.34.1 ";
   k7_uuid__t other = kExample;
@@ -333,7 +333,7 @@ TEST(UuidDecode, IsFormattedInputOnAMillionMutatedTexts) {
     ASSERT_EQ(bytes_of(got.uuid), bytes_of(expected.value_or(filled(0xA5)))) << text;
     accepted += got.status == 0;
   }
-  // Both outcomes are common enough to be proven.
+  // Both outcomes occur often.
   EXPECT_GT(accepted, kTexts / 5);
   EXPECT_LT(accepted, kTexts / 5 * 4);
 }

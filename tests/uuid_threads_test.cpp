@@ -1,4 +1,5 @@
-// Ten threads at once, from the first record of the process on. ThreadSanitizer has the last word.
+// Ten threads at once, from the first record of the process on. ThreadSanitizer finds what the
+// results do not show.
 
 #include <gtest/gtest.h>
 #include <orla/uuid.h>
@@ -52,7 +53,7 @@ TEST(UuidThreads, TenGenerateEncodeAndDecodeAtOnce) {
   EXPECT_EQ(host.given_back(), host.asked());
 }
 
-// There the kernel is asked in the C library's stead.
+// There the kernel is asked instead of the C library.
 TEST(UuidThreads, GenerateAtOncePast2038) {
   Interfaces interfaces;
   interfaces.ipv4(kUp, 0x0A000203);

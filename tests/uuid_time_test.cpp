@@ -1,4 +1,5 @@
-// The time fields in integers, held against the computation in double precision that first defined them.
+// The time fields in integers, compared with the computation in double precision that first defined
+// them.
 
 #include <gtest/gtest.h>
 
@@ -15,7 +16,7 @@ namespace {
 
 using orla::uuid_time;
 
-// Each step rounded to double: 32-bit x86 would otherwise carry more digits along.
+// Each step rounded to double: 32-bit x86 would otherwise keep more digits.
 orla::UuidTime in_double_precision(std::uint32_t seconds, std::uint32_t microseconds) {
   const auto since_1980 = static_cast<std::int32_t>(seconds - 315532800U);
   const auto tick = static_cast<std::int32_t>(microseconds) / 4;
@@ -169,7 +170,7 @@ TEST(UuidTime, IsAnotherForEachOfThe250000TicksOfASecond) {
   EXPECT_EQ(std::adjacent_find(times.begin(), times.end()), times.end());
 }
 
-// How likely some two of so many calls at unrelated moments of one second are to make the same record.
+// The chance that two of `calls` calls at unrelated moments of one second make the same record.
 double likelihood_of_equals(int calls) {
   double all_distinct = 1;
   for (int earlier = 0; earlier < calls; ++earlier)
@@ -177,7 +178,7 @@ double likelihood_of_equals(int calls) {
   return 1 - all_distinct;
 }
 
-TEST(UuidTime, IsTheSameForSomeTwoOf100CallsInTwoSecondsOf100AndOf589InEveryOther) {
+TEST(UuidTime, IsTheSameForTwoOf100CallsInOneSecondOf50AndOf589InOneOfTwo) {
   EXPECT_NEAR(likelihood_of_equals(2), 1 / 250000.0, 1e-12);
   EXPECT_NEAR(likelihood_of_equals(100), 0.02, 0.0005);
   EXPECT_LT(likelihood_of_equals(588), 0.5);
@@ -245,8 +246,8 @@ TEST(UuidTime, IsTheDoubleComputationAtTheEndsOfEveryRangeAndStep) {
       expect_described(second, tick * 4 + (tick & 3));
 }
 
-// Where time_high changes the quotient is a whole number, or one tick short of it: if rounding could ever
-// show, it would be here.
+// Where time_high changes the quotient is a whole number, or one tick short of it: if rounding
+// could ever show, it would be here.
 TEST(UuidTime, IsTheDoubleComputationOnBothSidesOfAMillionChangesOfTimeHigh) {
   Random random(20150905);
   for (int i = 0; i < 1000000; ++i) {
@@ -261,7 +262,7 @@ TEST(UuidTime, IsTheDoubleComputationOnBothSidesOfAMillionChangesOfTimeHigh) {
   }
 }
 
-TEST(UuidTime, IsTheDoubleComputationAtTenMillionRandomInstants) {
+TEST(UuidTime, IsTheDoubleComputationAtTenMillionRandomMoments) {
   Random random(19800101);
   for (int i = 0; i < 10000000; ++i) {
     const std::uint32_t seconds = random.next();

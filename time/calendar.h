@@ -28,9 +28,9 @@ inline constexpr std::uint32_t kDateNumberShift = 6205;
 // because the date numbers and stamps that programs have stored were computed without one.
 constexpr bool is_leap_year(std::int32_t year) { return (year & 3) == 0; }
 
-// Lengths and starts of months are computed without a table: to reach one, a library's code must on
-// 32-bit x86 find out first where it was loaded. And without a branch: dates in a row are seldom of
-// one month.
+// Lengths and starts of months are computed without a table, because on 32-bit x86 a shared library
+// must first find its own address to reach one, and without a branch, because a branch on the month
+// is hard to predict.
 
 // Quirk: the month is not checked; one that is not 1 to 12 has a length of 28 to 31 too.
 constexpr std::int32_t month_length(std::int32_t year, std::int32_t month) {
@@ -42,7 +42,7 @@ constexpr std::int32_t month_length(std::int32_t year, std::int32_t month) {
 
 // Days before the first of a month. Precondition: month is 1 to 12.
 constexpr std::uint32_t days_before_month(std::int32_t year, std::int32_t month) {
-  // A straight line, in 1/16 day, through the starts of months, were there 30 days in February.
+  // A straight line through the starts of months, in 1/16 day, as if February had 30 days.
   const std::uint32_t days = (489 * static_cast<std::uint32_t>(month) - 480) / 16;  // 0 to 336
   const std::uint32_t missing_in_february = is_leap_year(year) ? 1 : 2;
   return month > 2 ? days - missing_in_february : days;
@@ -52,7 +52,7 @@ constexpr std::uint32_t days_before_month(std::int32_t year, std::int32_t month)
 constexpr std::uint32_t days_from_civil(CivilDate date) {
   // Quirk: a year before 1970 counts as if it began on 1970-01-01.
   const auto years = static_cast<std::uint32_t>(std::max(date.year, kEpochYear) - kEpochYear);
-  // Of these years those divisible by 4; the first is 1972.
+  // Those of these years that are divisible by 4; the first is 1972.
   const std::uint32_t leap_days = (years + 1) / 4;
   return 365 * years + leap_days + days_before_month(date.year, date.month) +
          static_cast<std::uint32_t>(date.day) - 1;
@@ -67,7 +67,7 @@ constexpr CivilDate civil_from_days(std::uint16_t days) {
   const std::uint32_t quarter_days = 4 * (days + kDaysFromMarch1968) + 3;  // 2687 to 264,827
   const std::uint32_t march_year = quarter_days / kDaysPerFourYears;       // 1 to 181, from 1968
   const std::uint32_t day_of_year = quarter_days % kDaysPerFourYears / 4;  // 0 to 365
-  // March to January are 153 days in five months, twice, and a rest: a line in 1/65536 month.
+  // Five months from March on have 153 days, and so have the next five: a line, in 1/65536 month.
   const std::uint32_t position = 2141 * day_of_year + 197913;  // 197,913 to 979,378
   const std::uint32_t month = position >> 16;                  // 3 to 14
   const std::uint32_t day = (position & 0xFFFF) / 2141;        // 0 to 30
@@ -103,7 +103,7 @@ struct FoldedStamp {
   std::int32_t years;    // to be added to the year: 0, 28, 56 or 84
 };
 
-// Brings a stamp, which is read as unsigned, to where every C library can convert it.
+// Moves a stamp, which is read as unsigned, into the range that every C library can convert.
 constexpr FoldedStamp fold(std::uint32_t stamp) {
   std::int32_t years = 0;
   for (; static_cast<std::int32_t>(stamp) < 0; stamp -= kFoldSeconds)

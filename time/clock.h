@@ -1,7 +1,7 @@
 // The clock as the library reads it, right on 32-bit hosts after 2038-01-19 03:14:07 UTC too.
 //
-// There the C library's time() and gettimeofday() fail with EOVERFLOW; then, and only then, the low
-// 32 bits of the kernel's 64-bit clock are taken.
+// There the C library's time() and gettimeofday() fail with EOVERFLOW; only then the low 32 bits of
+// the kernel's 64-bit clock are used.
 
 #ifndef ORLA_TIME_CLOCK_H
 #define ORLA_TIME_CLOCK_H
@@ -15,7 +15,7 @@
 
 namespace orla {
 
-// A moment, of one reading of the clock.
+// A moment: one reading of the clock.
 struct Moment {
   std::uint32_t stamp;              // seconds since 1970-01-01 00:00:00 UTC, their low 32 bits
   std::optional<std::time_t> time;  // the same as the C library gives it; none where it cannot
@@ -30,7 +30,7 @@ struct FineMoment {
   std::uint32_t microseconds;  // 0 to 999,999
 };
 
-// What fine_clock_moment() answers when gettimeofday() has failed; puts errno back.
+// The result of fine_clock_moment() when gettimeofday() has failed; puts errno back.
 [[gnu::cold]] FineMoment fine_moment_without_c_library(int caller_errno);
 
 // The present moment; all zero when there is no clock. Leaves errno alone. Inline, so that a caller

@@ -1,4 +1,4 @@
-// Dates out of text, in the input mode that is decided once per process.
+// Dates read from text, in the input mode that is decided once per process.
 
 #include <orla/time.h>
 
@@ -20,13 +20,13 @@ constexpr int kRejected = 255;
 constinit std::atomic<std::int32_t> date_old_fmt = -1;
 static_assert(std::atomic<std::int32_t>::is_always_lock_free);
 
-// Sets the input mode. Threads that parse for the first time together all find the same.
+// Sets the input mode. Threads that do this at the same time all find the same mode.
 void get_fmt_var() {
   const bool old = std::getenv("ORLALS_DATE_FORMAT_OLD") != nullptr;  // Quirk: with any value
   date_old_fmt.store(old ? 1 : 0, std::memory_order_relaxed);
 }
 
-// Quirk: 1900 itself stays, and so stands for the year 3800.
+// Quirk: 1900 itself is not lowered, and so means the year 3800.
 std::int32_t since_1900(std::int32_t year) { return year > 1900 ? year - 1900 : year; }
 
 bool is_month(std::int32_t month) { return month >= 1 && month <= 12; }
@@ -41,7 +41,7 @@ struct ParsedDate {
 // Up to 9 for a digit, more for any other character.
 std::uint32_t digit(char c) { return static_cast<unsigned char>(c) - std::uint32_t{'0'}; }
 
-// The number of two digits; -1 where they do not stand.
+// The number that two digits make; -1 where there are none.
 std::int32_t two_digits(const char *text) {
   const std::uint32_t tens = digit(text[0]);
   if (tens > 9) return -1;
@@ -50,8 +50,8 @@ std::int32_t two_digits(const char *text) {
   return static_cast<std::int32_t>(10 * tens + ones);
 }
 
-// The direct way for "MM/DD/YYYY", where strptime() can only say the same: a month, a slash, a day,
-// a slash and a year of 1900 to 3799, with all their digits. It reads no further than the first
+// Reads "MM/DD/YYYY" without strptime(), which would give the same: a month, a slash, a day, a
+// slash and a year of 1900 to 3799, with all their digits. It reads no further than the first
 // character that does not fit.
 [[nodiscard]] bool scan_canonical(const char *text, ParsedDate &date) {
   date.month = two_digits(text);
@@ -59,7 +59,7 @@ std::int32_t two_digits(const char *text) {
   date.day = two_digits(text + 3);
   if (!is_day(date.day) || text[5] != '/') return false;
   const std::int32_t century = two_digits(text + 6);
-  // Most later years are lowered by 1900 more than once.
+  // Quirk: strptime() accepts later years, and most of them are lowered by 1900 more than once.
   if (century < 19 || century > 37) return false;
   const std::int32_t year_of_century = two_digits(text + 8);
   if (year_of_century < 0) return false;
@@ -86,7 +86,7 @@ ParsedDate scan_by_strptime(const char *text) {
   return {since_1900(fields.tm_year), fields.tm_mon + 1, fields.tm_mday};
 }
 
-// Judges what was stored: one variable may have taken more than one of the numbers.
+// Checks what was stored: a caller may pass one variable for several of the numbers.
 int judged(const std::int32_t *year, const std::int32_t *month, const std::int32_t *day) {
   return *year >= 0 && is_month(*month) && is_day(*day) ? kAccepted : kRejected;
 }
@@ -98,8 +98,8 @@ int stored(const ParsedDate &date, std::int32_t *year, std::int32_t *month, std:
   return judged(year, month, day);
 }
 
-// Any text in either mode, and the first one of the process. Apart, so that the direct way saves no
-// registers for it: a seventh of its time.
+// Any text in either mode, and the first one of the process. Not inlined: otherwise the canonical
+// form would save registers for this path, which costs it a seventh of its time.
 [[gnu::noinline]] int parse_by_c_library(const char *text, std::int32_t *year, std::int32_t *month,
                                          std::int32_t *day) {
   if (date_old_fmt.load(std::memory_order_relaxed) == -1) get_fmt_var();

@@ -61,7 +61,7 @@ int printf_length(std::size_t size) {
   return static_cast<int>(std::min<std::size_t>(size, std::numeric_limits<int>::max()));
 }
 
-// What stands for "%" and `letter` in the printf() format.
+// What replaces "%" and `letter` in the printf() format.
 const char *numeric_conversion(char letter) {
   switch (letter) {
     case 'm':
@@ -119,7 +119,8 @@ int fprint_date_line(std::FILE *stream, std::uint16_t date, const char *prefix) 
   date_to_line(date, line, nullptr);
   // Quirk: the prefix is a format, so "%%" in it is one percent sign.
   const orla::PercentText text("", prefix != nullptr ? prefix : "", line);
-  // Not fwrite(): for it a line is written as soon as it is in the stream's buffer, flushed or not.
+  // Not fwrite(): it counts a line as written once it is in the stream's buffer, even when flushing
+  // fails.
   const int printed = std::fprintf(stream, "%.*s", printf_length(text.size()), text.data());
   if (printed >= 0) errno = error;
   return printed;

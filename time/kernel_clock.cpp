@@ -1,5 +1,5 @@
-// This unit alone is compiled with a time_t of 64 bits: on 32-bit hosts that renames the functions
-// which it takes from the C library. Nothing else belongs here.
+// Only this unit is compiled with a time_t of 64 bits, which on 32-bit hosts makes it call other
+// functions of the C library. Nothing else belongs here.
 
 #include "time/kernel_clock.h"
 

@@ -22,6 +22,7 @@ std::tm *local_fields(const Moment &moment) {
 std::int32_t offset_west_of_utc(long zone, std::tm *fields) {
   const auto standard = static_cast<std::int32_t>(zone);
   if (fields == nullptr) return standard;
+  // Quirk: set in the caller's record.
   if (fields->tm_isdst < 0) fields->tm_isdst = 0;
   return fields->tm_isdst != 0 ? standard - kDaylightSaving : standard;
 }

@@ -1,6 +1,6 @@
 // Calendar and time: the clock, date numbers, month and year lengths, and stamps past 2038.
 //
-// Date and time text is in date_output.cpp and date_input.cpp.
+// Dates and times as text are in date_output.cpp and date_input.cpp.
 
 #include <orla/time.h>
 
@@ -60,6 +60,7 @@ std::tm *wek_gmtime(const std::int32_t *stamp) noexcept {
 
 std::tm *wek_localtime(const std::int32_t *stamp) noexcept {
   const orla::KeptErrno kept;
+  // Quirk: a stamp past 2038 gets the zone rules of 28, 56 or 84 years earlier.
   const orla::FoldedStamp folded = orla::fold(static_cast<std::uint32_t>(*stamp));
   const std::time_t when = folded.seconds;
   std::tm *fields = tav_localtime(&when);

@@ -14,8 +14,8 @@ namespace {
 
 static_assert(ORLA_UUID_CLASS_IPV4 == AF_INET);
 
-// What the system answered, in one word, so that it is published by a plain store and needs no
-// lock. Two values that are no interface's address stand for the rest.
+// The system's answer, in one word, so that a plain store publishes it without a lock. Two values
+// that are never the address of an interface mark the other states.
 constexpr std::uint32_t kNotAsked = 0;            // 0.0.0.0
 constexpr std::uint32_t kNoAddress = 0xFFFFFFFF;  // 255.255.255.255
 constinit std::atomic<std::uint32_t> answer = kNotAsked;
@@ -38,7 +38,7 @@ std::uint32_t ask_system() {
   return address != 0 ? address : kNoAddress;
 }
 
-// Of threads that ask at the same time the first to answer decides for all.
+// When threads ask at the same time, the first answer counts for all.
 [[gnu::cold]] std::uint32_t first_answer() {
   std::uint32_t earlier = kNotAsked;
   const std::uint32_t own = ask_system();

@@ -10,10 +10,10 @@
 namespace orla {
 
 // The first IPv4 address of an interface that is up and not a loopback, most significant byte first
-// in the number; 0 where there is none. Entries without an address are passed over.
+// in the number; 0 where there is none. Entries without an address are skipped.
 std::uint32_t first_host_address(const ifaddrs *interfaces);
 
-// The same for this host, or 0: the system is asked at the first call. Leaves `errno` alone.
+// The same for this host, or 0. The system is asked at the first call only. Leaves `errno` alone.
 std::uint32_t host_address();
 
 }  // namespace orla

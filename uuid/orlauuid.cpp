@@ -1,5 +1,5 @@
-// UUIDs: generation, the reserved space, order and hash. The text form stands beside this in
-// uuid_text.cpp, the arithmetic of the time fields in uuid_time.h.
+// UUIDs: generation, the reserved space, order and hash. The text form is in uuid_text.cpp, the
+// arithmetic of the time fields in uuid_time.h.
 
 #include <orla/uuid.h>
 
@@ -53,14 +53,14 @@ void put_host(k7_uuid__t &uuid, std::uint32_t identifier) {
   std::memcpy(uuid.host, &bytes, sizeof bytes);
 }
 
-// Quirk: the address of the record stands in for a missing identifier, as its bytes lie in memory.
+// Quirk: the address of the record replaces a missing identifier, its bytes in memory order.
 // Callers rely on it to tell such records apart.
 void put_address(k7_uuid__t &uuid) {
   const auto address = static_cast<std::uint32_t>(reinterpret_cast<std::uintptr_t>(&uuid));
   std::memcpy(uuid.host, &address, sizeof address);
 }
 
-// The family and the seven host bytes, which order it next: one number that compares as they do.
+// The family and the seven host bytes as one number that compares as they do, byte by byte.
 std::uint64_t host_key(const k7_uuid__t &uuid) {
   std::uint64_t bytes;
   std::memcpy(&bytes, reinterpret_cast<const unsigned char *>(&uuid) + offsetof(k7_uuid__t, family),
@@ -68,7 +68,7 @@ std::uint64_t host_key(const k7_uuid__t &uuid) {
   return big_endian(bytes);
 }
 
-// Of two that differ.
+// The order of two numbers that differ.
 template <typename Number>
 int order(Number a, Number b) {
   return a < b ? -1 : 1;
@@ -129,7 +129,7 @@ int orla_uuid_equal(const k7_uuid__t *a, const k7_uuid__t *b) noexcept {
 }
 
 std::uint32_t orla_uuid_hash(const k7_uuid__t *uuid, std::uint32_t modulus) noexcept {
-  std::uint32_t words[4];
+  std::uint32_t words[4];  // Quirk: in the byte order of the host
   std::memcpy(words, uuid, sizeof words);
   const std::uint32_t mixed = words[0] ^ words[1] ^ words[2] ^ words[3];
   const std::uint32_t folded = (mixed ^ mixed >> 16) & 0xFFFF;

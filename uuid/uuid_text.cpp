@@ -31,7 +31,8 @@ char *put_byte(char *out, std::uint32_t byte) {
   return out + 2;
 }
 
-// Four bytes, of which the next dot overwrites the last; after the last dotted byte it terminates.
+// Writes four bytes. The next dot overwrites the last of them, which ends the text after the last
+// call.
 char *put_dotted_byte(char *out, std::uint32_t byte) {
   std::memcpy(out, kDottedBytes[byte & 0xFF].text, 4);
   return out + 3;
@@ -39,7 +40,7 @@ char *put_dotted_byte(char *out, std::uint32_t byte) {
 
 constexpr std::int16_t kNoDigit = -1;
 
-// The value of each hexadecimal digit of either case, moved to the left; kNoDigit for all other
+// The value of each hexadecimal digit of either case, shifted to the left; kNoDigit for all other
 // characters.
 constexpr std::array<std::int16_t, 256> make_digit_values(int shift) {
   std::array<std::int16_t, 256> table = {};
@@ -56,8 +57,8 @@ constexpr std::array<std::int16_t, 256> make_digit_values(int shift) {
 constexpr std::array<std::int16_t, 256> kHighDigits = make_digit_values(4);
 constexpr std::array<std::int16_t, 256> kLowDigits = make_digit_values(0);
 
-// Reads characters one by one and stops for good at the first that is not the one expected, which a
-// terminator never is.
+// Reads characters one by one and stops at the first that is not the one expected. A terminator is
+// never expected.
 class Reader {
  public:
   explicit Reader(const char *text) : next_(text) {}
@@ -94,7 +95,8 @@ k7_uuid__t record_of(const Numbers &numbers) {
   k7_uuid__t uuid = {};
   uuid.time_high = numbers.time_high;
   uuid.time_low = numbers.time_low;
-  // Quirk: the last two go here and never into host bytes 5 and 6. All 16 bits of the first count.
+  // Quirk: the last two numbers go here and never into host bytes 5 and 6. All 16 bits of the first
+  // one count.
   uuid.reserved = static_cast<std::uint16_t>(bytes[7] << 8 | bytes[6]);
   uuid.family = static_cast<std::uint8_t>(bytes[0]);
   for (int i = 0; i < 5; ++i)
@@ -129,7 +131,7 @@ std::optional<k7_uuid__t> read_canonical_uuid_text(const char *text) {
 }
 
 std::optional<k7_uuid__t> read_formatted_uuid_text(const char *text) {
-  const KeptErrno kept_errno;  // some C libraries put a 0 there
+  const KeptErrno kept_errno;  // some C libraries set it to 0
   unsigned long time_high;
   Numbers numbers;
   std::uint16_t *bytes = numbers.bytes;

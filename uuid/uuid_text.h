@@ -11,15 +11,15 @@ namespace orla {
 
 inline constexpr int kUuidTextLength = ORLA_UUID_TEXT_SIZE - 1;
 
-// Writes 36 characters and a terminator. Takes a copy: the record may lie in the buffer.
+// Writes 36 characters and a terminator. Takes the record by value, as it may lie in the buffer.
 void put_uuid_text(char *out, k7_uuid__t uuid);
 
-// Both read a text; nothing for one that does not have the form.
+// Both read a text; none where it does not have the form.
 //
-// The canonical form alone: hexadecimal digits of either case, and dots, each in its place. What
-// stands after the 36th character is not looked at. Not a byte after a terminator is read.
+// The canonical form alone: hexadecimal digits of either case, and dots, each in its place. Nothing
+// after the 36th character is looked at, and no byte after a terminator is read.
 std::optional<k7_uuid__t> read_canonical_uuid_text(const char *text);
-// All that formatted input takes, the canonical form included. Leaves `errno` alone.
+// Everything that sscanf() accepts, the canonical form included. Leaves `errno` alone.
 std::optional<k7_uuid__t> read_formatted_uuid_text(const char *text);
 
 }  // namespace orla

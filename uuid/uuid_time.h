@@ -2,8 +2,8 @@
 //
 // The fields were first defined by a computation in double precision: seconds since 1980 times
 // 1000000 over 4, plus the tick within the second, over 65535, truncated. Integers give the same
-// values for every input: no sum there reaches 2^53, and no quotient comes near enough to the next
-// integer to be rounded.
+// values for every input, because no sum in that computation reaches 2^53 and no quotient is close
+// enough to the next integer to be rounded to it.
 
 #ifndef ORLA_UUID_UUID_TIME_H
 #define ORLA_UUID_UUID_TIME_H
@@ -23,16 +23,15 @@ struct UuidTime {
 
 // The low 32 bits of ticks / 65535. Quirk: 65535 and not 65536; callers rely on it.
 //
-// As nines are cast out of a decimal number: h * 65536 + l is h * 65535 + (h + l), so the quotient
-// is h and what is left over is h + l. Twice, and what is left fits a 32-bit division, where a
-// 64-bit one is a slow call on 32-bit hosts. Precondition: ticks is below 2^50.
+// Like casting out nines: h * 65536 + l is h * 65535 + (h + l), so the quotient is h and the rest
+// is h + l. After two such steps the rest fits 32 bits; a 64-bit division is a slow call on 32-bit
+// hosts. Precondition: ticks is below 2^50.
 constexpr std::uint32_t quotient_by_65535(std::uint64_t ticks) {
   const std::uint64_t high = ticks >> 16;                                   // below 2^34
   const std::uint64_t rest = high + (ticks & 0xFFFF);                       // below 2^34 + 2^16
   const auto rest_high = static_cast<std::uint32_t>(rest >> 16);            // at most 2^18
   const auto last = rest_high + static_cast<std::uint32_t>(rest & 0xFFFF);  // below 2^18 + 2^16
-  // Here one more round is exact: what is left over is below 2 * 65535, so it holds 65535 once or
-  // never.
+  // Here one more step is exact: the rest is below 2 * 65535, so it holds 65535 at most once.
   return static_cast<std::uint32_t>(high) + rest_high + ((last + 1 + (last >> 16)) >> 16);
 }
 

@@ -2,19 +2,19 @@
  *  Byte order: integers between the host's order and the network's.
  *
  *  The library also defines `htonl`, `ntohl`, `htons` and `ntohs` under the platform's names. A
- *  program that is linked with it before the C library gets these, but for calls that <arpa/inet.h>
- *  has the compiler replace by an instruction of its own when it optimises. That header declares
- *  them, not this one, so that a program may include both in any order. They differ from the
- *  platform's in three ways:
+ *  program that is linked with it before the C library gets these. Where the compiler optimises,
+ *  <arpa/inet.h> makes it replace such calls by an instruction, and neither library is called. That
+ *  header declares them, not this one, so that a program may include both in any order. They differ
+ *  from the platform's in three ways:
  *
- *  - They reverse the bytes always, whatever the host's order. On x86 that is the conversion to and
+ *  - They always reverse the bytes, whatever the host's order. On x86 that is the conversion to and
  *    from network order; on a big-endian host it would not be.
  *  - `htons` and `ntohs` return 32 bits, the upper 16 clear.
  *  - They exchange bytes by calling swap() under its exported name: a program that defines a swap()
  *    of its own with C linkage changes them.
  *
  *  In C++, `using namespace std` and a call `swap(p, q)` on two pointers to char choose the
- *  function of this header, which exchanges the bytes pointed to; write `std::swap` for the
+ *  function of this header, which exchanges the bytes pointed to; write `std::swap` to exchange the
  *  pointers.
  */
 #ifndef ORLA_BYTEORDER_H

@@ -3,18 +3,19 @@
  *
  *  Processors are counted as physical packages where hyper-threading can be recognised (Intel,
  *  family 15, kernel and processor in agreement) and as configured logical processors everywhere
- *  else. Every call asks the processor and the kernel afresh; nothing is kept.
+ *  else. Every call asks the processor and the kernel again; nothing is kept.
  *
  *  The four entry points (`tav...`) return a status and write trace lines while ::orlalib_verbose
- *  is on (orla/trace.h). The probes that the processor count rests on may be called on their own;
- *  they write none. `errno` is left alone, but by count_physical_proc() for a negative count.
+ *  is on (orla/trace.h). The probes behind the processor count may also be called directly; they
+ *  write no trace lines. `errno` is left alone, except by count_physical_proc() for a negative
+ *  count.
  *
- *  Corners a caller must know:
+ *  What a caller must know:
  *  - tavGetOnlineProcs() and tavGetConfigProcs() give the same figure.
- *  - On 32-bit x86 with more than 4 GiB the kernel counts memory in larger units, which
- *    tavGetMemorySize() does not multiply in: its figure is smaller by that factor. The real size
- *    is `(uint64_t)totalram * mem_unit >> 20` of sysinfo(). The figure times `mem_unit` is not:
- *    what the shift has dropped is up to one `mem_unit` of mebibytes.
+ *  - On 32-bit x86 with more than 4 GiB the kernel counts memory in larger units, and
+ *    tavGetMemorySize() does not multiply by them: its figure is smaller by that factor. The real
+ *    size is `(uint64_t)totalram * mem_unit >> 20` of sysinfo(). The figure times `mem_unit` is too
+ *    small: the shift drops up to one `mem_unit` of mebibytes.
  *  - tavGetDisks() needs root and never looks at /dev/hdz and /dev/sdz.
  */
 #ifndef ORLA_INVENTORY_H
@@ -33,8 +34,8 @@ ORLA_BEGIN_DECLS
  */
 ORLA_EXPORT orla_status tavGetOnlineProcs(int *count) ORLA_NOEXCEPT;
 
-/** Counts the host's processors; the same as tavGetOnlineProcs() but for the name in its trace
- *  lines.
+/** Counts the host's processors, as tavGetOnlineProcs() does; only the name in its trace lines
+ *  differs.
  *
  *  @param[out] count  processors, by count_physical_proc().
  *  @return     0, or 1 for a null pointer or a negative count (which is left in `*count`).
@@ -62,7 +63,7 @@ ORLA_EXPORT orla_status tavGetMemorySize(int *size) ORLA_NOEXCEPT;
  */
 ORLA_EXPORT orla_status tavGetDisks(unsigned *count) ORLA_NOEXCEPT;
 
-/** How count_physical_proc() reached its count. */
+/** How count_physical_proc() counted. */
 enum orla_count_method {
   /** The processor reports no hyper-threading: configured logical processors. */
   ORLA_COUNT_NO_HYPER_THREADING = 0,
@@ -70,7 +71,7 @@ enum orla_count_method {
   ORLA_COUNT_PACKAGES = 1,
   /** The kernel reports no hyper-threading figure: configured logical processors. */
   ORLA_COUNT_NO_KERNEL_FIGURE = 2,
-  /** The kernel's figure is 1, differs from the configured count or could not be had: configured
+  /** The kernel's figure is 1, differs from the configured count or is not available: configured
    *  logical processors. */
   ORLA_COUNT_UNUSABLE_KERNEL_FIGURE = 3
 };
@@ -80,16 +81,16 @@ enum orla_count_method {
  *  @param[out] count  processors. Not null.
  *  @return     method code, 0 to 3: enum ::orla_count_method.
  *  Errors: none of its own; a probe that fails shows in the method code. For a negative count
- *  `errno` says why. `*count` is stored after the last probe: one that ends the process leaves it
- *  as it was.
+ *  `errno` says why. `*count` is stored after the last probe: a probe that ends the process leaves
+ *  it as it was.
  *  Threads: safe.
  */
 ORLA_EXPORT uint32_t count_physical_proc(int *count) ORLA_NOEXCEPT;
 
 /** Asks the processor for its logical processors per package.
  *
- *  Only Intel processors of family 15 are recognised, by `cpuid` leaves 0 and 1; neither the
- *  extended family nor the hyper-threading flag is consulted.
+ *  Only Intel processors of family 15 are recognised, by `cpuid` leaves 0 and 1; the extended
+ *  family and the hyper-threading flag are ignored.
  *
  *  @return  2 to 255, or 0 for a processor without hyper-threading or of another kind.
  *  Errors: none. Threads: safe.
@@ -99,15 +100,15 @@ ORLA_EXPORT int HTSupported(void) ORLA_NOEXCEPT;
 /** Asks the kernel for its hyper-threading figure.
  *
  *  The kernel release says where to look: its major number over 2, or minor over 4, or patch over
- *  18, each tested by itself, means /proc/cpuinfo ("siblings" or "threads"); otherwise the kernel
+ *  18, each tested by itself, selects /proc/cpuinfo ("siblings" or "threads"); otherwise the kernel
  *  log is searched.
  *
  *  @return  logical processors per package (from /proc/cpuinfo) or occurrences of
  *           "cpu_sibling_map[" (in the log); 0 when the kernel reports none; -1 when it cannot be
  *           asked, when its release ends right after a number that is needed, when a "siblings" or
  *           "threads" line has no ":" after the blanks, or when packages disagree.
- *  Errors: a /proc/cpuinfo that does not open is named on standard error. A kernel log that cannot
- *  be read is reported there too and ends the process with exit status 1.
+ *  Errors: a /proc/cpuinfo that does not open is named on standard error. When the kernel log
+ *  cannot be read, that is reported there too and the process ends with exit status 1.
  *  Threads: safe.
  */
 ORLA_EXPORT int ht_os_cpus(void) ORLA_NOEXCEPT;

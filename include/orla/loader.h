@@ -3,8 +3,8 @@
  *  in it, and releases it.
  *
  *  It is a thin layer over dlopen(), dlsym(), dlclose() and dlerror() that adds a heap record for
- *  the handle, a second attempt in a fixed folder, and a status. It keeps no list of what is open,
- *  and does not load a library for a symbol: one record, one library.
+ *  the handle, a second attempt in a fixed directory, and a status. It keeps no list of open
+ *  libraries and does not find the library of a symbol: one record, one library.
  *
  *      orla_library_id *id = orla_slnk_allocate_library_id();
  *      orla_status status;
@@ -18,16 +18,16 @@
  *
  *  After its library is freed, a record may be loaded again. No function changes `errno`.
  *
- *  Corners a caller must know:
- *  - A symbol that is missing is reported on standard output, whatever the trace switches say.
+ *  What a caller must know:
+ *  - A missing symbol is reported on standard output, whatever the trace switches are.
  *  - A symbol whose value is null counts as missing.
  *  - A successful look-up does not clear the status: after a failed one it is ::ORLA_LOADER_FAILED
  *    until the caller sets it to 0.
  *  - The handle in a record that was never loaded is not set. After a failed load it is null: a
  *    look-up then sees the whole program, and the library must not be freed.
- *  - Freeing the library leaves its handle in the record, where it is stale.
- *  - A name that has a slash and does not begin with one is a path from the current directory,
- *    which whoever starts the program chooses.
+ *  - Freeing the library leaves its handle in the record; the handle is no longer valid.
+ *  - A name that has a slash but does not begin with one is a path from the current directory,
+ *    which the user who starts the program chooses.
  *
  *  Only a failed load is traced (orla/trace.h).
  */
@@ -58,21 +58,21 @@ typedef struct orla_library_id orla_library_id;
  */
 ORLA_EXPORT orla_library_id *orla_slnk_allocate_library_id(void) ORLA_NOEXCEPT;
 
-/** Opens a shared library, all its symbols resolved at once and none of them made global.
+/** Opens a shared library; resolves all its symbols at once and makes none of them global.
  *
- *  The name is first given to the dynamic linker as it stands, which also looks for a bare one
- *  beside this library. When that fails, ::ORLA_LIBRARY_FALLBACK_DIRECTORY is put before it, even
- *  when it has a slash. A name of more than ::ORLA_LIBRARY_FALLBACK_NAME_MAX characters gets no
- *  second attempt, and one of megabytes overruns the linker's own stack. A handle that the id held
- *  before is lost.
+ *  The name is first given to the dynamic linker unchanged, which looks for a name without a slash
+ *  in the directory of this library too. When that fails, ::ORLA_LIBRARY_FALLBACK_DIRECTORY is put
+ *  before it, even when it has a slash. A name of more than ::ORLA_LIBRARY_FALLBACK_NAME_MAX
+ *  characters gets no second attempt, and one of several megabytes makes the linker run out of
+ *  stack. A handle that the id held before is lost.
  *
  *  @param[in]     name    cstr; soname, file name or path.
  *  @param[in,out] id      its handle is written; null when the library did not open.
  *  @param[out]    status  0 or ::ORLA_LOADER_FAILED.
  *  Errors: while ::orlalib_verbose is on, a library that does not open by either name is traced,
  *  with the name and the linker's text on the last attempt, together cut at 255 characters. The
- *  trace writer reads them as it reads every message: "%%" in a name comes out as one percent sign,
- *  "%m" as the text of `errno`. The text of dlerror() is used up.
+ *  trace writer expands them like every message: "%%" in a name becomes one percent sign, "%m" the
+ *  text of `errno`. The text of dlerror() has been read and cleared.
  *  Threads: safe, each on an id of its own, unless tracing is on.
  */
 ORLA_EXPORT void orla_slnk_load_library(const char *name, orla_library_id *id,
@@ -92,7 +92,7 @@ ORLA_EXPORT void orla_slnk_load_library(const char *name, orla_library_id *id,
 ORLA_EXPORT void *orla_slnk_get_proc_addr(const orla_library_id *id, const char *symbol,
                                           orla_status *status) ORLA_NOEXCEPT;
 
-/** Closes the library of an id. The handle stays in the id, stale.
+/** Closes the library of an id. The handle stays in the id but is no longer valid.
  *
  *  @param[in] id  loaded.
  *  @return    result of dlclose(): 0, or non-zero on failure.
@@ -102,7 +102,7 @@ ORLA_EXPORT int orla_slnk_free_library(const orla_library_id *id) ORLA_NOEXCEPT;
 
 /** Releases a library id. A library that is still open stays open.
  *
- *  @param[in] id  optional; of orla_slnk_allocate_library_id().
+ *  @param[in] id  optional; made by orla_slnk_allocate_library_id().
  *  Errors: none. Threads: safe.
  */
 ORLA_EXPORT void orla_slnk_free_library_id(orla_library_id *id) ORLA_NOEXCEPT;

@@ -1,8 +1,8 @@
 /** @file
  *  Names: the user and the group that this process runs as, and the node it runs on.
  *
- *  User and group are those of the real ids, not of the effective ones. A program may have its own
- *  names reported instead, through ::orla_ls_user and ::orla_ls_group.
+ *  User and group are those of the real ids, not of the effective ones. A program may set names of
+ *  its own in their place, with ::orla_ls_user and ::orla_ls_group.
  *
  *  The node's name comes from a provider, the function
  *
@@ -10,14 +10,15 @@
  *                                        // returns non-zero; or returns 0
  *
  *  of the companion library `liborlanode.so`. The one that comes with orla gives the host's own
- *  name, as `uname -n` does. It is opened through orla/loader.h by its bare name, and so looked for
- *  in the folders of LD_LIBRARY_PATH, then beside orla itself, then where the system looks, and
- *  last in /opt/tav/ls/dll/. To have another name reported, install another library of that name.
+ *  name, as `uname -n` does. It is opened with the functions of orla/loader.h by its bare name, and
+ *  so looked for in the directories of LD_LIBRARY_PATH, then in that of orla itself, then in those
+ *  of the system, and last in /opt/tav/ls/dll/. To get another node name, install another library
+ *  under this file name.
  *
- *  Corners a caller must know:
- *  - Names of users and groups are cut at 31 characters, and a longer one is cut in the entry of
+ *  What a caller must know:
+ *  - Names of users and groups are cut at 31 characters. A longer one is cut in the entry of
  *    getpwuid() or getgrgid() itself, which the whole process shares.
- *  - A companion without the provider makes the loader print its line on standard output.
+ *  - When the companion lacks the provider, the loader prints a line about it on standard output.
  *
  *  `errno` is left alone by every function here.
  */
@@ -34,10 +35,10 @@
 
 ORLA_BEGIN_DECLS
 
-/** User name to report in place of the system's; null, as at load, for the system's. */
+/** User name that replaces the system's; null, as when the library is loaded, for the system's. */
 ORLA_EXPORT extern const char *orla_ls_user;
 
-/** Group name to report in place of the system's; null, as at load, for the system's. */
+/** Group name that replaces the system's; null, as when the library is loaded, for the system's. */
 ORLA_EXPORT extern const char *orla_ls_group;
 
 /** Gives the name of the real user.
@@ -58,13 +59,14 @@ ORLA_EXPORT void orla_get_group_name(char *out) ORLA_NOEXCEPT;
 
 /** Gives the name of this node.
  *
- *  The companion is opened at the first call and kept open. While it cannot be reached, every call
- *  tries again, so that a companion installed meanwhile is found.
+ *  The companion is opened at the first call and kept open. Until it can be opened, every call
+ *  tries again, so that a companion installed later is found.
  *
  *  @param[out] out  char[65], always terminated.
- *  Errors: the empty string when there is no provider or when it has no name. A companion that does
- *  not open is traced, one without the provider printed on standard output, by the loader.
- *  Threads: safe once a call has reached the provider; until then calls share the pointer to it
+ *  Errors: the empty string when there is no provider or when it has no name. The loader traces a
+ *  companion that does not open, and prints a line on standard output about one without the
+ *  provider.
+ *  Threads: safe once a call has found the provider; until then calls share the pointer to it
  *  (serialise).
  */
 ORLA_EXPORT void orla_get_node_name(char *out) ORLA_NOEXCEPT;

@@ -2,9 +2,9 @@
  *  Profile files: values read by section and key, and one key rewritten at a time.
  *
  *  A profile file is a text of bracketed sections that hold key=value lines. Every call opens the
- *  file and scans it anew; nothing of its contents is kept. It is not an INI file of the usual
- *  kind: nothing is trimmed, there is no comment and no escape, and a section ends at an empty
- *  line, not at the next header.
+ *  file and reads it from the start; nothing of its content is kept. It is not an INI file of the
+ *  usual kind: nothing is trimmed, there is no comment and no escape, and a section ends at an
+ *  empty line, not at the next header.
  *
  *      file    = { line LF } [ rest ]          rest: a last line without LF; it is never seen
  *      line    = { any byte but LF }           every CR is dropped, wherever it stands
@@ -13,14 +13,14 @@
  *      entry   = a line that begins with the key
  *      value   = what follows the last "=" of the line, spaces included
  *
- *  - A byte 0xFF ends the file like its real end: what follows it is invisible and the line that it
- *    breaks off is lost. A rewrite drops both, as it drops a last line without a line feed.
+ *  - A byte 0xFF ends the file like its real end: what follows it is invisible and the unfinished
+ *    line before it is lost. A rewrite drops both, as it drops a last line without a line feed.
  *  - Lines, sections, keys and values have any length. A zero byte in a line is kept when the line
  *    is copied; when the line is read it ends the text, as in any C string.
- *  - Letter case is ignored in section names and keys, for the letters A to Z alone. Bytes of other
- *    letters are compared as they stand.
+ *  - Letter case is ignored in section names and keys, for the letters A to Z only. All other bytes
+ *    are compared unchanged.
  *
- *  Corners a caller must know:
+ *  What a caller must know:
  *  - The first line that *begins* with the key wins: key "Port" is found in "PortNumber=77".
  *  - A header does not end a section, so the search for a key runs on into the sections below until
  *    an empty line stops it.
@@ -33,22 +33,22 @@
  *  - Each rewrite leaves one descriptor open in the process; see create_temporary_name().
  *
  *  At the same moment:
- *  - A rewrite puts the new text over the old one and then cuts off what is left of the old one.
- *    The file is never empty meanwhile, and a byte 0xFF hides that rest from readers.
- *  - A reader finds the old text or the new one, or, where a rewrite moves the text of a file of
- *    more than a page, the new text up to some point and the old one after it. A process that is
- *    killed leaves the same; the whole new text is then in /tmp/K7......, and can be copied over
- *    the file.
- *  - Nothing is locked. Of two writers each writes the text that it read, changed by its own key:
- *    the other's change is lost, and where both copy at once the file may be a mixture. Write one
- *    at a time.
+ *  - A rewrite overwrites the old text with the new one and then cuts off what is left of the old
+ *    one. The file is never empty meanwhile, and a byte 0xFF hides that rest from readers.
+ *  - A reader finds the old text or the new one. Where a rewrite moves the text of a file of more
+ *    than a page, it can also find the new text up to some point and the old one after it. A
+ *    process that is killed during a rewrite leaves the file in one of these states; the whole new
+ *    text is then in /tmp/K7......, and can be copied over the file.
+ *  - Nothing is locked. Each of two writers writes the text that it read with its own key changed,
+ *    so the other's change is lost; where both copy at the same time the file may be a mixture. Let
+ *    only one write at a time.
  *
  *  Threads: the functions share no state but the path that orla_cfg_file() keeps. They need at most
- *  8 KiB of stack, and memory of the heap for files of more than 2 KiB.
+ *  8 KiB of stack, and heap memory for files of more than 2 KiB.
  *
- *  errno: left alone, except where a function fails to write a file; see there.
+ *  errno: left alone, except when a function fails to write a file; see its description.
  *
- *  Privileged programs: in a process that runs with another's rights, such as a set-user-ID
+ *  Privileged programs: in a process that runs with another user's rights, such as a set-user-ID
  *  program, `ORLA_CONFIG` counts as not set.
  */
 #ifndef ORLA_PROFILE_H
@@ -57,7 +57,7 @@
 #include <orla/base.h>
 #include <stdio.h>
 
-/** The profile that is in force unless the environment names another. */
+/** The default profile: in force unless the environment names another. */
 #define ORLA_DEFAULT_PROFILE_PATH "/opt/tav/ls/conf/k7ls.ini"
 
 /** Bytes of the path that orla_cfg_file() stores, the terminator counted. */
@@ -74,27 +74,26 @@ ORLA_BEGIN_DECLS
 /** Reads a number.
  *
  *  The digits 0 to 9 at the start of the value count, up to the first other character. A value that
- *  starts with anything else, a space or a sign among them, is 0, not the default.
+ *  starts with anything else, such as a space or a sign, is 0, not the default.
  *
  *  @param[in] section   cstr, without brackets.
  *  @param[in] key       cstr; "" is found in the first line of the section.
- *  @param[in] fallback  what is answered for a file that does not open, a section or key that is
- *                       not found, a line without "=", and a value of no or of more than 5
- *                       characters.
- *  @param[in] path      cstr, always this very file.
+ *  @param[in] fallback  the result for a file that does not open, a section or key that is not
+ *                       found, a line without "=", and a value of no or of more than 5 characters.
+ *  @param[in] path      cstr; always this file, whatever `ORLA_CONFIG` is.
  *  @return    0 to 99999, or `fallback`.
- *  Errors: `fallback`; where a read fails the file ends. Threads: safe.
+ *  Errors: `fallback`; a failed read counts as the end of the file. Threads: safe.
  */
 ORLA_EXPORT int orla_cfg_get_private_profile_int(const char *section, const char *key, int fallback,
                                                  const char *path) ORLA_NOEXCEPT;
 
 /** Reads a string.
  *
- *  The default is also answered for a value that is empty or holds spaces alone; pass a null
- *  default to get such a value as it is. The default is copied like a value but is never cut: one
- *  of `size` characters or more fills the buffer and leaves it without a terminator.
+ *  The result is also the default for a value that is empty or only spaces; pass a null default to
+ *  get such a value as it is. A default of `size` characters or more fills the buffer and leaves it
+ *  without a terminator.
  *
- *  @param[in]  section   cstr, without brackets; "" takes the first line of the file for the
+ *  @param[in]  section   cstr, without brackets; for "" the first line of the file counts as the
  *                        header.
  *  @param[in]  key       cstr; "" is found in the first line of the section.
  *  @param[in]  fallback  optional cstr, shorter than `size`; null counts as an empty text.
@@ -104,7 +103,8 @@ ORLA_EXPORT int orla_cfg_get_private_profile_int(const char *section, const char
  *  @param[in]  path      cstr; ORLA_DEFAULT_PROFILE_PATH stands for the file that `ORLA_CONFIG`
  *                        names, where it is set, even when that file does not open.
  *  @return     characters of the value in `text`, or the length of `fallback`.
- *  Errors: `fallback`, for whatever is not found; where a read fails the file ends.
+ *  Errors: `fallback`, for everything that is not found; a failed read counts as the end of the
+ *  file.
  *  Threads: safe, as long as the environment does not change.
  */
 ORLA_EXPORT unsigned orla_cfg_get_private_profile_string(const char *section, const char *key,
@@ -116,15 +116,16 @@ ORLA_EXPORT unsigned orla_cfg_get_private_profile_string(const char *section, co
  *
  *  The entry "key=value" takes the place of the first line of the section that begins with the key;
  *  without such a line it goes before the empty line that ends the section, or to the end of the
- *  file. A section that is not there is appended after an empty line. The file is rewritten in
- *  place, so it keeps its owner, its permissions and its links. All of it is rewritten: carriage
- *  returns go, as do a last line without a line feed and everything from a byte 0xFF on. Nothing in
- *  the arguments is checked: a line feed in them writes lines of its own.
+ *  file. A missing section is appended after an empty line. The file is rewritten in place, so it
+ *  keeps its owner, its permissions and its links. All of it is rewritten: carriage returns, a last
+ *  line without a line feed and everything from a byte 0xFF on are dropped. The arguments are not
+ *  checked: a line feed in them starts a new line in the file.
  *
- *  The file is opened for writing only when the temporary copy is whole. When the new text needs
+ *  The file is opened for writing only when the temporary copy is complete. When the new text needs
  *  more room than the file has, that room is reserved first, and stays reserved during the copy;
  *  without room the file stays as it was. File systems that cannot reserve room, and those that
- *  write each change to a new place, may run full during the copy: what does not fit is then lost.
+ *  write each change to a new place, may become full during the copy: what does not fit is then
+ *  lost.
  *
  *  @param[in] section  cstr, without brackets.
  *  @param[in] key      cstr; "" is found in the first line of the section, even in an empty one.
@@ -135,13 +136,13 @@ ORLA_EXPORT unsigned orla_cfg_get_private_profile_string(const char *section, co
  *                      a failure. ORLA_DEFAULT_PROFILE_PATH stands for the file that `ORLA_CONFIG`
  *                      names. On a FIFO the call waits until another process has opened its other
  *                      end.
- *  @return    1, or 0 with the file as it was, but for two cases: copy_file() could not open the
- *             temporary copy (the file is empty) or a new file could not be written whole. What
- *             copy_file() cannot write, or cannot read of the temporary copy, is not noticed: 1,
- *             and the file lacks it.
- *  Errors: 0; `errno` tells why. When the temporary file cannot be opened by its name, it stays
- *  behind, empty. A file larger than the process may write (RLIMIT_FSIZE) ends it by SIGXFSZ,
- *  unless that signal is ignored or handled.
+ *  @return    1, or 0 with the file as it was, except in two cases: copy_file() could not open the
+ *             temporary copy (the file is empty), or a new file could not be written completely.
+ *             What copy_file() cannot write, or cannot read of the temporary copy, is not noticed:
+ *             the result is 1, and the file lacks it.
+ *  Errors: 0; `errno` says why. When the temporary file cannot be opened by its name, it is left in
+ *  /tmp, empty. A file larger than the process may write (RLIMIT_FSIZE) ends it by SIGXFSZ, unless
+ *  that signal is ignored or handled.
  *  Threads: safe, as long as the environment does not change; two writers to one file lose entries.
  */
 ORLA_EXPORT int orla_cfg_write_private_profile_string(const char *section, const char *key,
@@ -151,53 +152,53 @@ ORLA_EXPORT int orla_cfg_write_private_profile_string(const char *section, const
 /** Tells which profile is in force: the file that `ORLA_CONFIG` names, if it opens for reading, and
  *  ORLA_DEFAULT_PROFILE_PATH otherwise.
  *
- *  Settled at the first call in the process; later changes of the variable or of the files are not
- *  seen. A name of more than 255 characters counts as a file that does not open.
+ *  Decided at the first call in the process; later changes of the variable or of the files have no
+ *  effect. A name of more than 255 characters counts as a file that does not open.
  *
  *  @param[out] path              char[ORLA_PROFILE_PATH_SIZE], always terminated.
  *  @param[out] from_environment  optional char: 1 when `ORLA_CONFIG` named the file, otherwise 0.
- *  Errors: none. Threads: the first call settles the path unguarded (serialise).
+ *  Errors: none. Threads: the first call stores the path without a lock (serialise).
  */
 ORLA_EXPORT void orla_cfg_file(char *path, char *from_environment) ORLA_NOEXCEPT;
 
 /** Reads one line of a profile file from a stream, without its line feed and carriage returns.
  *
- *  Of a longer line the first 511 characters are kept and the rest is dropped. After a byte 0xFF
- *  the next character read is the one that follows it.
+ *  Of a longer line the first 511 characters are kept and the rest is dropped. After a byte 0xFF,
+ *  reading continues with the character that follows it.
  *
  *  @param[in]  stream  open for reading.
  *  @param[out] line    char[ORLA_PROFILE_LINE_SIZE]; terminated when the result is 1. When it is 0,
- *                      what has been read of the line stands there without a terminator.
- *  @return     1, or 0 at the end of the file, which a byte 0xFF counts as: a line that was not
- *              ended by a line feed is lost.
- *  Errors: as the end of the file. Threads: safe, a stream to itself.
+ *                      it holds what has been read of the line, without a terminator.
+ *  @return     1, or 0 at the end of the file or at a byte 0xFF: a line without a line feed is
+ *              lost.
+ *  Errors: count as the end of the file. Threads: safe, each with a stream of its own.
  */
 ORLA_EXPORT int orla_i_cfg_read_line(FILE *stream, char *line) ORLA_NOEXCEPT;
 
 /** Creates an empty file "/tmp/K7......" that only its owner may read and write.
  *
- *  Kept as it is: the descriptor on the file stays open, so that every call, and with it every
- *  rewrite, costs the process one descriptor. Child processes inherit it. A rewrite empties the
- *  file before it removes it, so that the descriptor shows nothing and holds no room in /tmp.
+ *  Quirk: the descriptor on the file stays open, so every call, and with it every rewrite, costs
+ *  the process one descriptor. Child processes inherit it. A rewrite empties the file before it
+ *  removes it, so that the descriptor shows nothing and uses no room in /tmp.
  *
  *  @param[out] name  char[ORLA_TEMPORARY_NAME_SIZE], terminated.
- *  @return     0, or 1 when no file could be created: `errno` tells why, and `name` is of no use.
+ *  @return     0, or 1 when no file could be created: `errno` says why, and `name` holds no name.
  *  Threads: safe.
  */
 ORLA_EXPORT int create_temporary_name(char *name) ORLA_NOEXCEPT;
 
 /** Copies a file byte by byte into another one, which is created or rewritten in place.
  *
- *  The destination is not emptied first: it is written over from its start, a file of up to 1 MiB
- *  by one write, and cut to its new length at the end. Until then a byte 0xFF follows the new
- *  content of a file that gets shorter. A file copied onto itself ends empty.
+ *  The destination is not emptied first: it is overwritten from its start, a file of up to 1 MiB
+ *  with one write, and cut to its new length at the end. Until then a byte 0xFF follows the new
+ *  content of a file that becomes shorter. A file copied onto itself becomes empty.
  *
- *  Kept as it is: what cannot be written is not noticed, and neither is a read that fails, which
- *  ends the copy: the result is 0, and the destination lacks what was not copied.
+ *  Quirk: a failed write is not noticed, and neither is a failed read, which ends the copy: the
+ *  result is 0, and the destination lacks what was not copied.
  *
  *  @param[in] source       cstr.
  *  @param[in] destination  cstr.
- *  @return    0, or 1 when either does not open: `errno` tells why, and a destination that was
+ *  @return    0, or 1 when either does not open: `errno` says why, and a destination that was
  *             opened is empty.
  *  Threads: safe.
  */

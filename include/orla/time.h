@@ -1,26 +1,26 @@
 /** @file
  *  Calendar and time: stamps, date numbers, calendar fields, and date and time text.
  *
- *  A *stamp* is 32 bits of seconds since 1970-01-01 00:00:00 UTC. The clock returns it signed; the
- *  28-year fold (wek_gmtime(), wek_localtime()) and every division of a stamp into days read it as
- *  unsigned, and so reach 2106. A *date number* is 16 bits of days, counted so that 0 is Sunday
- *  1986-12-28; all arithmetic on it wraps: 1970-01-01 is 59331, 1986-12-27 is 65535. It carries no
- *  time of day and no zone.
+ *  A *stamp* counts seconds since 1970-01-01 00:00:00 UTC in 32 bits. The clock returns it signed;
+ *  the 28-year fold (wek_gmtime(), wek_localtime()) and every division of a stamp into days read it
+ *  as unsigned, and so reach 2106. A *date number* counts days in 16 bits, from 0 for Sunday
+ *  1986-12-28; all arithmetic on it wraps: 1970-01-01 is 59331, 1986-12-27 is 65535. It has no time
+ *  of day and no zone.
  *
- *  Corners a caller must know:
+ *  What a caller must know:
  *  - A year is a leap year exactly when it is divisible by 4. There is no century rule: 1900 and
- *    2100 count as leap years, in every function but the four that call one of the C library's:
+ *    2100 count as leap years, in every function except the four that call one of the C library's:
  *    tav_mktime(), tav_gmtime(), tav_ctime() and tav_localtime().
  *  - time_to_string() does not fold: a stamp of 2^31 or more prints as a date from 1901 to 1970.
- *  - string_to_time() answers 0 for a failure, and for some dates: 01/01/1970 and 12/28/1986 (date
+ *  - string_to_time() gives 0 for a failure, and for some dates: 01/01/1970 and 12/28/1986 (date
  *    number 0) are two of them.
- *  - A daylight saving shift is always taken as one hour.
+ *  - A daylight saving shift always counts as one hour.
  *
- *  Threads: the broken-down times are the C library's own static record, shared by the whole
- *  process. Threads that share it serialise their calls of the functions that are marked so.
+ *  Threads: broken-down times are in the C library's static record, which the whole process shares.
+ *  Threads that use it must serialise their calls of the functions that say so.
  *
- *  `errno` is left alone, with two exceptions: the four that call one of the C library's leave
- *  there what that did, and so do the print functions when they fail.
+ *  `errno` is left alone, with two exceptions: the four that call one of the C library's leave the
+ *  value that it set, and so do the print functions when they fail.
  *
  *  On 32-bit x86 a program compiled with -D_TIME_BITS=64 has another `time_t` than the library; the
  *  four pass-throughs that take one are not declared there.
@@ -46,14 +46,14 @@ ORLA_BEGIN_DECLS
  */
 ORLA_EXPORT int32_t wek_time_stamp(void) ORLA_NOEXCEPT;
 
-/** Gives how far local time is from UTC at this moment.
+/** Gives the offset of local time from UTC at the present moment.
  *
- *  The zone is read anew at each call, so a change of `TZ` takes effect at once. The figure is the
+ *  The zone is read again at each call, so a change of `TZ` takes effect at once. The figure is the
  *  C library's `timezone`, less 3600 while daylight saving is in effect, whatever shift the zone's
  *  rules name. It describes the present; a stamp of another day may have another offset.
  *
  *  @return  seconds west of UTC: positive in the Americas, negative east of Greenwich.
- *  Errors: without a local time the bare `timezone`.
+ *  Errors: where the moment cannot be converted, the plain `timezone`.
  *  Threads: rewrites the shared record (serialise).
  */
 ORLA_EXPORT int32_t wek_localtime_offset(void) ORLA_NOEXCEPT;
@@ -91,7 +91,7 @@ ORLA_EXPORT int32_t days_in_month(int32_t year, int32_t month) ORLA_NOEXCEPT;
 
 /** Turns calendar fields into a date number.
  *
- *  A year before 1970 counts as if it began on 1970-01-01. After 2149-06-05 date numbers begin
+ *  A year before 1970 counts as if it began on 1970-01-01. After 2149-06-05 date numbers start
  *  again: 2149-06-06 has that of 1970-01-01.
  *
  *  @param[in]  years_since_1900  such as 107 for 2007.
@@ -104,11 +104,11 @@ ORLA_EXPORT int32_t days_in_month(int32_t year, int32_t month) ORLA_NOEXCEPT;
 ORLA_EXPORT int data_to_date(int32_t years_since_1900, int32_t month, int32_t day,
                              uint16_t *date) ORLA_NOEXCEPT;
 
-/** Breaks a stamp down into UTC calendar fields, from 1970 to 2106.
+/** Converts a stamp to UTC calendar fields, from 1970 to 2106.
  *
  *  A stamp after 2038-01-19 03:14:07 is converted as one 28, 56 or 84 years earlier, and the years
- *  are added again. After 2100-02-28 the result is a day behind the Gregorian date, because 2100 is
- *  a leap year here.
+ *  are added again. After 2100-02-28 the result is one day earlier than the Gregorian date, because
+ *  2100 is a leap year here.
  *
  *  @param[in] stamp  seconds since 1970-01-01 00:00:00 UTC, read as unsigned. Never changed.
  *  @return    the C library's static record, good until the next conversion in the process.
@@ -116,7 +116,7 @@ ORLA_EXPORT int data_to_date(int32_t years_since_1900, int32_t month, int32_t da
  */
 ORLA_EXPORT struct tm *wek_gmtime(const int32_t *stamp) ORLA_NOEXCEPT;
 
-/** Breaks a stamp down into local calendar fields, as wek_gmtime() does for UTC.
+/** Converts a stamp to local calendar fields, as wek_gmtime() does to UTC.
  *
  *  A stamp after 2038-01-19 03:14:07 UTC gets the zone rules, daylight saving among them, of the
  *  earlier year.
@@ -128,7 +128,7 @@ ORLA_EXPORT struct tm *wek_gmtime(const int32_t *stamp) ORLA_NOEXCEPT;
 ORLA_EXPORT struct tm *wek_localtime(const int32_t *stamp) ORLA_NOEXCEPT;
 
 #if !defined(__USE_TIME_BITS64) || defined(__LP64__)
-/** Calls mktime() of the C library, whose errors are its errors.
+/** Calls mktime() of the C library; errors are those of mktime().
  *
  *  @param[in,out] fields  as for mktime().
  *  @return        as of mktime().
@@ -187,7 +187,7 @@ ORLA_EXPORT size_t time_to_string(char *text, int32_t stamp) ORLA_NOEXCEPT;
  *
  *  @param[in]  date    date number.
  *  @param[out] line    room for the prefix and 12 bytes more; always terminated.
- *  @param[in]  prefix  optional cstr, copied as it stands, with nothing between it and the date.
+ *  @param[in]  prefix  optional cstr, copied unchanged, with nothing between it and the date.
  *  @return     characters written.
  *  Errors: none. Threads: safe.
  */
@@ -197,7 +197,7 @@ ORLA_EXPORT int date_to_line(uint16_t date, char *line, const char *prefix) ORLA
  *
  *  @param[in]  stamp   seconds since 1970-01-01 00:00:00 UTC, read as unsigned.
  *  @param[out] line    room for the prefix and 12 bytes more; always terminated.
- *  @param[in]  prefix  optional cstr, copied as it stands, with nothing between it and the date.
+ *  @param[in]  prefix  optional cstr, copied unchanged, with nothing between it and the date.
  *  @return     characters written.
  *  Errors: none. Threads: safe.
  */
@@ -206,8 +206,8 @@ ORLA_EXPORT int time_to_line(int32_t stamp, char *line, const char *prefix) ORLA
 /** Prints the line of date_to_line() on standard output, the prefix read as a printf() format.
  *
  *  In the prefix "%%" prints a percent sign and "%m" the text of `errno`. There are no arguments,
- *  so any other conversion is printed as it stands. A prefix may have any length up to 2 GiB. When
- *  the heap is exhausted, a line over 2,048 characters is cut.
+ *  so any other conversion is printed unchanged. A prefix may have any length up to 2 GiB. When the
+ *  heap is exhausted, a line over 2,048 characters is cut.
  *
  *  The result is that of printf(): a line that stays in the stream's buffer counts as written, one
  *  whose flush fails does not.
@@ -259,7 +259,7 @@ ORLA_EXPORT int fprint_time_line(FILE *stream, int32_t stamp, const char *prefix
  *  | `%%` | a single `%`, which then combines with the character after it |
  *  | `%` and any other character | nothing |
  *
- *  The arguments stand in this order. Widths pad with spaces, never zeros. A lone "%" at the end is
+ *  The arguments are in this order. Widths pad with spaces, never zeros. A lone "%" at the end is
  *  dropped.
  *
  *  @param[in]  format   cstr.
@@ -268,7 +268,7 @@ ORLA_EXPORT int fprint_time_line(FILE *stream, int32_t stamp, const char *prefix
  */
 ORLA_EXPORT void k7_date_format(const char *format, char *numeric) ORLA_NOEXCEPT;
 
-/** Reads day, month and year out of a text by a strptime() format.
+/** Reads day, month and year from a text, with a strptime() format.
  *
  *  It does not say whether the text matched: a field that the text does not reach becomes 0, the
  *  year -1. A year over 3800 is lowered by 1900.
@@ -292,8 +292,8 @@ ORLA_EXPORT void orla_strptime(const char *text, const char *format,
  *  | old      | `2007 12 31` or `2007/12/31` | over 1900 in full, otherwise since 1900 |
  *
  *  In the standard mode "12/31/07" is rejected, a year over 3800 is lowered by 1900, and one over
- *  5700 twice. White space before a number and text after the third are accepted. Whether the day
- *  exists in its month is not checked; data_to_date() does that.
+ *  5700 twice. White space before a number and text after the third number are accepted. Whether
+ *  the day exists in its month is not checked; data_to_date() does that.
  *
  *  In the old mode a number beyond an `int` is read as the C library does: on 32-bit hosts as the
  *  nearest `int`, on 64-bit hosts as its low 32 bits.

@@ -3,10 +3,10 @@
  *
  *      "alpha" "" "two words"        three tokens: alpha, an empty one, two words
  *
- *  A token stands between an opening delimiter and the next one, which closes it. What stands
- *  between a closing delimiter and the next opening one belongs to no token and is skipped. The
- *  delimiter is any one byte but zero. This is not a parser of quoted text: tokens are not nested
- *  and nothing escapes a delimiter.
+ *  A token is the text between an opening delimiter and the next one, which closes it. Text between
+ *  a closing delimiter and the next opening one belongs to no token and is skipped. The delimiter
+ *  is any byte except zero. This is not a parser of quoted text: tokens are not nested and nothing
+ *  escapes a delimiter.
  *
  *  To read all tokens, go on from each result:
  *
@@ -14,13 +14,13 @@
  *      while ((rest = get_first_delimited_token_in_string(rest, '"', field, sizeof field)) != NULL)
  *        ...
  *
- *  Corners a caller must know:
+ *  What a caller must know:
  *  - get_delimited_token_in_string() finds a token after others only when these are all empty.
  *  - count_delimited_tokens_in_string() counts delimiters in 16 bits, signed: from 32,768 on its
  *    result is negative or starts again.
  *
- *  Results point into the caller's text, of which nothing is read after a closing delimiter that
- *  ends a token. Threads: safe, all of them.
+ *  Results point into the caller's text. Nothing after the closing delimiter of the token is read.
+ *  Threads: safe, all of them.
  */
 #ifndef ORLA_TOKEN_H
 #define ORLA_TOKEN_H
@@ -31,8 +31,8 @@ ORLA_BEGIN_DECLS
 
 /** Reads the first token of a text.
  *
- *  With an `out_size` of 0 or less nothing is copied and no character of the token is passed over:
- *  the call succeeds on an empty token only.
+ *  With an `out_size` of 0 or less nothing is copied and no character of the token is skipped, so
+ *  the call succeeds only on an empty token.
  *
  *  @param[in]  text       cstr.
  *  @param[in]  delimiter  byte other than zero.
@@ -56,7 +56,7 @@ ORLA_EXPORT const char *get_first_delimited_token_in_string(const char *text, ch
  *  @param[out] out        as for get_first_delimited_token_in_string().
  *  @param[in]  out_size   bytes of `out`, the terminator counted.
  *  @return     as of get_first_delimited_token_in_string().
- *  Errors: when a token to be skipped is missing or not empty, null, and `out` is left as it was.
+ *  Errors: null when a token to be skipped is missing or not empty; `out` is left as it was.
  *  Threads: safe.
  */
 ORLA_EXPORT const char *get_delimited_token_in_string(const char *text, short index, char delimiter,
@@ -66,7 +66,7 @@ ORLA_EXPORT const char *get_delimited_token_in_string(const char *text, short in
  *
  *  @param[in] text       cstr.
  *  @param[in] delimiter  byte other than zero.
- *  @return    half the number of delimiters, that number taken as 16 bits, signed: right up to
+ *  @return    half the number of delimiters, that number read as 16 bits, signed: correct up to
  *             32,767 delimiters, negative from 32,768 to 65,534, and so on.
  *  Errors: none. Threads: safe.
  */

@@ -3,8 +3,8 @@
  *  order and their hash.
  *
  *  The record has the layout of the Network Computing System; it is not that of RFC 4122, and
- *  neither is the text. Nothing is kept from one call to the next but the host's address: no
- *  counter, no clock sequence, no lock.
+ *  neither is the text. Only the host's address is kept between calls: there is no counter, no
+ *  clock sequence and no lock.
  *
  *      d0f7b2fc0064.82.0a.00.02.03.00.00.00
  *      |       |    |  |              |
@@ -15,29 +15,30 @@
  *      |       time_low, 4 digits
  *      time_high, 8 digits
  *
- *  Corners a caller must know:
+ *  What a caller must know:
  *  - Two calls of orla_uuid_gen() on one host within the same 4 microseconds give identical
- *    records. A loop that makes one in 40 nanoseconds makes each a hundred times. Two calls at
- *    unrelated moments of one second give the same record once in 250,000 times; of 100 such calls,
- *    some two do in 2 seconds of 100, of 589 in every other second. A caller that needs distinct
- *    records in quick succession spaces its calls.
+ *    records. A loop that takes 40 nanoseconds per record makes each record a hundred times. Two
+ *    calls at unrelated moments of one second give the same record with a chance of 1 in 250,000;
+ *    among 100 such calls two are equal with a chance of 1 in 50, among 589 with one of 1 in 2. A
+ *    caller that needs distinct records in quick succession must space its calls.
  *  - Two calls 213,568 microseconds apart, before and after the start of a second, may give
- *    identical records too: `time_low` starts anew there while `time_high` may stay. Where a record
- *    is made in every tick of 4 microseconds, 1 in 25 is equal to an earlier one. A caller that
- *    needs distinct records compares each with those made since `time_high` last changed.
+ *    identical records too: `time_low` starts again at 0 there, while `time_high` may stay the
+ *    same. Where a record is made in every tick of 4 microseconds, 1 in 25 is equal to an earlier
+ *    one. A caller that needs distinct records must compare each with those made since `time_high`
+ *    last changed.
  *  - `time_high` advances every 65535 ticks of 4 microseconds, not every 65536, and `time_low` is
  *    the tick within the second modulo 65536: the two are not one 48-bit count.
  *  - `time_high` goes back at three moments: at 2015-09-05 01:12:06.973440 and 2080-06-03
  *    05:16:08.764424 UTC to 0, as it is kept modulo 2^32; at 2048-01-19 03:14:08 UTC to 0x17B617B7,
- *    as the seconds since 1980 count as negative from then on. Near these, a record made before
- *    compares greater than one made after. Records made between the same two of them compare in the
- *    order of time when they were made 262,140 microseconds apart or more; closer ones may not, as
- *    `time_low` starts anew meanwhile.
- *  - Where no host identifier can be had, the address of the record stands in for it.
+ *    as the seconds since 1980 count as negative from then on. Near each of them, a record made
+ *    before it compares greater than one made after it. Between two of these moments, records made
+ *    262,140 microseconds apart or more compare in the order of time; closer ones may not, as
+ *    `time_low` may start again between them.
+ *  - Where there is no host identifier, the address of the record in memory takes its place.
  *  - Decoding puts the last two bytes of a text into `reserved`, never into host bytes 5 and 6.
  *
- *  Threads: every function is safe, and none changes `errno`. ::orla_uuid_host_provider is set
- *  before other threads generate.
+ *  Threads: every function is safe, and none changes `errno`. Set ::orla_uuid_host_provider before
+ *  other threads generate.
  */
 #ifndef ORLA_UUID_H
 #define ORLA_UUID_H
@@ -73,25 +74,25 @@ typedef struct k7_uuid__t {
 /** The nil UUID: 16 zero bytes. */
 ORLA_EXPORT extern const k7_uuid__t k7_uuid__nil;
 
-/** The host-identifier provider that orla_uuid_gen() asks, once per record; null at load.
+/** The host-identifier provider that orla_uuid_gen() calls, once per record; null when the library
+ *  is loaded.
  *
  *  A program may point it at a function of its own, which stores the identifier of this host, and a
  *  class code that says what kind of identifier it is. Identifier 0 means that there is none. What
  *  the function does not store counts as 0. It must not let an exception escape.
  *
- *  While the pointer is null the library answers: the first IPv4 address of an interface that is up
- *  and not a loopback, so 10.0.2.3 is 0x0A000203, with class code 2 (#ORLA_UUID_CLASS_IPV4);
- *  identifier 0 where there is no such address. The system is asked once per process, at the first
+ *  While the pointer is null the library uses the first IPv4 address of an interface that is up and
+ *  not a loopback, so 10.0.2.3 is 0x0A000203, with class code 2 (#ORLA_UUID_CLASS_IPV4); identifier
+ *  0 where there is no such address. The system is asked for it once per process, at the first
  *  record.
  */
 ORLA_EXPORT extern void (*orla_uuid_host_provider)(uint32_t *identifier, uint16_t *class_code);
 
-/** Makes a UUID of this moment on this host.
+/** Makes a UUID from the present moment and this host's identifier.
  *
  *  @param[out] uuid  record, all 16 bytes are written.
- *  Errors: none. A clock that does not answer counts as 1970-01-01 00:00:00 UTC; without a host
- *  identifier host bytes 0 to 3 are the low 32 bits of the address of `*uuid`, as they lie in
- *  memory.
+ *  Errors: none. When the clock cannot be read the time is 1970-01-01 00:00:00 UTC. Without a host
+ *  identifier host bytes 0 to 3 are the low 32 bits of the address of `*uuid`, in memory order.
  *  Threads: safe.
  */
 ORLA_EXPORT void orla_uuid_gen(k7_uuid__t *uuid) ORLA_NOEXCEPT;
@@ -110,11 +111,11 @@ ORLA_EXPORT int orla_uuid_encode(const k7_uuid__t *uuid, char *text) ORLA_NOEXCE
 
 /** Reads a UUID from text.
  *
- *  The text is read as `sscanf` reads "%8lx%4hx.%2hx.%2hx.%2hx.%2hx.%2hx.%2hx.%2hx.%2hx", with the
- *  freedom that comes with it: either letter case, white space before a number, signs, "0x", fewer
- *  digits where a dot ends the number, and anything after the tenth number. Of each two-digit
- *  number the low byte counts. The ninth alone counts with all its 16 bits: "-1" there makes
- *  `reserved` 0xFFFF.
+ *  The text is read as `sscanf` reads "%8lx%4hx.%2hx.%2hx.%2hx.%2hx.%2hx.%2hx.%2hx.%2hx", which
+ *  also accepts: either letter case, white space before a number, signs, "0x", fewer digits where a
+ *  dot ends the number, and anything after the tenth number. Of each two-digit number only the low
+ *  byte counts, except for the ninth, of which all 16 bits count: "-1" there makes `reserved`
+ *  0xFFFF.
  *
  *  Encoding and decoding give the record back unless its host byte 5 or 6 is not 0 while `reserved`
  *  is: those bytes come back in `reserved`.
@@ -128,11 +129,11 @@ ORLA_EXPORT int orla_uuid_encode(const k7_uuid__t *uuid, char *text) ORLA_NOEXCE
 ORLA_EXPORT void orla_uuid_decode(const char *text, k7_uuid__t *uuid,
                                   orla_status *status) ORLA_NOEXCEPT;
 
-/** Makes a UUID of the reserved space with the time of this moment.
+/** Makes a UUID of the reserved space from the present moment.
  *
  *  @param[out] uuid    record, all 16 bytes are written.
  *  @param[in]  number  goes into `reserved`.
- *  Errors: none; the clock is read and the provider asked as by orla_uuid_gen(). Threads: safe.
+ *  Errors: none; reads the clock and calls the provider as orla_uuid_gen() does. Threads: safe.
  */
 ORLA_EXPORT void orla_reserved_uuid_gen(k7_uuid__t *uuid, uint16_t number) ORLA_NOEXCEPT;
 
@@ -140,8 +141,8 @@ ORLA_EXPORT void orla_reserved_uuid_gen(k7_uuid__t *uuid, uint16_t number) ORLA_
  *  to 6 zero.
  *
  *  @param[out] uuid       record, all 16 bytes are written.
- *  @param[in]  time_high  as it is to stand in the record.
- *  @param[in]  time_low   as it is to stand in the record.
+ *  @param[in]  time_high  stored unchanged.
+ *  @param[in]  time_low   stored unchanged.
  *  @param[in]  number     goes into `reserved`.
  *  Errors: none. Threads: safe.
  */
@@ -151,8 +152,7 @@ ORLA_EXPORT void orla_reserved_uuid_inflate(k7_uuid__t *uuid, uint32_t time_high
 /** Orders two UUIDs: by `time_high`, `time_low`, `reserved` and `family` as unsigned numbers, then
  *  by the seven host bytes.
  *
- *  The order is the same on every host. How far it is that of time stands at the top of this
- *  header.
+ *  The order is the same on every host. The top of this header says how far it follows time.
  *
  *  @param[in] a  record.
  *  @param[in] b  record.
@@ -173,8 +173,8 @@ ORLA_EXPORT int orla_uuid_equal(const k7_uuid__t *a, const k7_uuid__t *b) ORLA_N
 
 /** Hashes a UUID into one of `modulus` buckets.
  *
- *  Only 16 bits are hashed, so no bucket past 65535 is ever named. The words of the record are
- *  taken in the byte order of the host: a hash does not travel to hosts of the other order.
+ *  Only 16 bits are hashed, so the result is never over 65535. The words of the record are read in
+ *  the byte order of the host: hosts of the other order give other hashes.
  *
  *  @param[in] uuid     record.
  *  @param[in] modulus  1 or more. Not checked: 0 is a division fault.

@@ -46,7 +46,7 @@ class Date:
 
     @classmethod
     def parse(cls, text: Text) -> Date:
-        """The date of a text, such as "12/31/2007", in the input mode of the process."""
+        """The date in a text, such as "12/31/2007", in the input mode of the process."""
         year, month, day = k7_parse_date(text)
         return cls(year + 1900, month, day)
 

@@ -15,7 +15,7 @@ __all__ = ["CPUID_is_supported", "CountMethod", "HTSupported", "Registers", "cou
 
 
 class CountMethod(enum.IntEnum):
-    """How count_physical_proc() reached its count."""
+    """How count_physical_proc() counted."""
 
     NO_HYPER_THREADING = 0
     PACKAGES = 1
@@ -50,7 +50,7 @@ def tavGetConfigProcs() -> int:
 
 
 def tavGetMemorySize() -> int:
-    """Main memory in mebibytes, the kernel's memory unit not applied."""
+    """Main memory in mebibytes; the kernel's memory unit is not applied."""
     return _inventory("tavGetMemorySize", "the kernel does not tell the memory")
 
 

@@ -40,7 +40,7 @@ class LibraryId:
         return self._address
 
     def release(self) -> int:
-        """Gives the address away: the record is freed by whoever asked."""
+        """Returns the address and gives it up: the caller then frees the record."""
         address, self._address = self.address, None
         return address
 

@@ -19,7 +19,8 @@ __all__ = ["Profile", "Section", "copy_file", "create_temporary_name", "orla_cfg
            "orla_cfg_get_private_profile_int", "orla_cfg_get_private_profile_string",
            "orla_cfg_write_private_profile_string", "orla_i_cfg_read_line"]
 
-# What no line can hold: a reader would find the text cut, changed, or everything after it gone.
+# Characters that no line can hold: a reader would find the text cut or changed, or miss
+# everything after it.
 _REFUSED = {b"\n": "a line feed", b"\r": "a carriage return", b"\0": "a zero byte",
             b"\xff": "a byte 0xFF"}
 
@@ -28,7 +29,7 @@ class Profile(Mapping[str, "Section"]):
     """A profile file: its sections by name, in the order of the file, each a mapping of keys to
     values.
 
-    Nothing is kept of the file: every look-up reads it anew, and every value comes from the
+    Nothing is kept of the file: every look-up reads it again, and every value comes from the
     library, so a program in C reads the same. A missing file has no sections. Letter case of A
     to Z does not count in names.
 
@@ -43,11 +44,11 @@ class Profile(Mapping[str, "Section"]):
 
     @classmethod
     def in_force(cls) -> Profile:
-        """The profile in force, settled at the first call in the process by orla_cfg_file()."""
+        """The profile in force, which the first call of orla_cfg_file() in the process decides."""
         return cls(orla_cfg_file()[0])
 
     def section(self, name: str) -> Section:
-        """A section that need not be there yet: writing its first key makes it."""
+        """A section, which need not exist yet: writing its first key creates it."""
         return Section(self, name)
 
     def __getitem__(self, name: str) -> Section:
@@ -194,7 +195,8 @@ def orla_cfg_get_private_profile_int(section: Text, key: Text, fallback: int, pa
 def orla_cfg_get_private_profile_string(section: Text, key: Text, fallback: Text | None,
                                         path: Text) -> str:
     """A value of a profile file, of any length, or the fallback, which also takes the place of a
-    blank value. With None a blank value comes as it is, and what is not found as an empty text."""
+    blank value. With None a blank value is returned as it is, and an empty text for what is not
+    found."""
     default = optional(fallback)
     size = 256 + len(default or b"")
     while True:
@@ -227,7 +229,8 @@ def orla_cfg_write_private_profile_string(section: Text, key: Text, value: Text,
 
 
 def orla_cfg_file() -> tuple[str, bool]:
-    """Path of the profile in force, and whether ORLA_CONFIG named it; settled at the first call."""
+    """Path of the profile in force, and whether ORLA_CONFIG named it; decided at the first
+    call."""
     path = ctypes.create_string_buffer(PROFILE_PATH_SIZE)
     from_environment = ctypes.c_char()
     call("orla_cfg_file", path, ctypes.byref(from_environment))
@@ -252,6 +255,6 @@ def create_temporary_name() -> str:
 
 
 def copy_file(source: Text, destination: Text) -> None:
-    """Copies a file over another one. What cannot be written is not noticed."""
+    """Copies a file over another one. A failed write is not noticed."""
     if call("copy_file", encoded(source), encoded(destination)) != 0:
         raise OrlaError(f"{os.fsdecode(source)} or {os.fsdecode(destination)} does not open")

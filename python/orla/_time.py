@@ -42,7 +42,7 @@ def wek_time_stamp() -> int:
 
 
 def wek_localtime_offset() -> int:
-    """Seconds that local time is west of UTC at this moment."""
+    """The offset of local time from UTC at the present moment, in seconds west of UTC."""
     return int(call("wek_localtime_offset"))
 
 
@@ -187,7 +187,7 @@ def k7_date_format(date_format: Text) -> str:
 
 
 def orla_strptime(text: Text, date_format: Text) -> tuple[int, int, int]:
-    """Years since 1900, month (from 0) and day out of a text; a field that it does not reach is
+    """Years since 1900, month (from 0) and day from a text; a field that it does not reach is
     0, the year -1."""
     tm = Tm()
     call("orla_strptime", encoded(text), encoded(date_format), ctypes.byref(tm))
@@ -195,7 +195,7 @@ def orla_strptime(text: Text, date_format: Text) -> tuple[int, int, int]:
 
 
 def k7_parse_date(text: Text) -> tuple[int, int, int]:
-    """Years since 1900, month and day out of a date text, in the input mode of the process."""
+    """Years since 1900, month and day from a date text, in the input mode of the process."""
     fields = [ctypes.c_int32() for _ in range(3)]
     if call("k7_parse_date", encoded(text), *(ctypes.byref(each) for each in fields)) != 0:
         raise InvalidValue(f"{text!r} is not a date")
@@ -212,6 +212,6 @@ def string_to_date(text: Text) -> int:
 
 
 def string_to_time(text: Text) -> int:
-    """Stamp of 00:00:00 UTC of a date text, signed; 0, too, for whatever is no date and for
+    """Stamp of 00:00:00 UTC of a date text, signed; also 0 for a text that is no date and for
     12/28/1986."""
     return int(call("string_to_time", encoded(text)))

@@ -52,7 +52,7 @@ def count_delimited_tokens_in_string(text: Text, delimiter: Text = '"') -> int:
 
 
 def tokens(text: Text, delimiter: Text = '"') -> Iterator[str]:
-    """All tokens of a text, each search going on from the one before."""
+    """All tokens of a text; each search starts after the token before."""
     rest: Text = text
     while True:
         try:

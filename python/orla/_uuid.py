@@ -17,7 +17,7 @@ __all__ = ["Uuid", "orla_reserved_uuid_gen", "orla_reserved_uuid_inflate", "orla
 _LAYOUT = struct.Struct("=IHHB7s")  # of the record: the fields below, without padding
 
 
-# The order of the fields is the order of UUIDs, the same that orla_uuid_cmp() has.
+# The order of the fields is the order of UUIDs, as in orla_uuid_cmp().
 @dataclasses.dataclass(frozen=True, order=True, init=False, repr=False)
 class Uuid:
     """A UUID: 16 bytes that do not change. Made from its text, or by generate(),

@@ -73,7 +73,7 @@ class Variables:
 
     @property
     def orla_ls_user(self) -> str | None:
-        """User name to report in place of the system's, or None."""
+        """User name that replaces the system's, or None."""
         return self._name("orla_ls_user")
 
     @orla_ls_user.setter
@@ -82,7 +82,7 @@ class Variables:
 
     @property
     def orla_ls_group(self) -> str | None:
-        """Group name to report in place of the system's, or None."""
+        """Group name that replaces the system's, or None."""
         return self._name("orla_ls_group")
 
     @orla_ls_group.setter

@@ -19,8 +19,8 @@ import sys
 import tempfile
 
 LARGEST_LIBRARY = 64 << 10  # bytes, stripped
-# What copies and formats in memory alone. A program may stand in for all else that the library
-# calls, by its plain name.
+# Functions that only copy and format in memory. A program may replace every other function that
+# the library calls, by its plain name.
 MAY_BE_FORTIFIED = {"memcpy", "memmove", "memset", "snprintf", "sprintf", "stpcpy", "strcpy",
                     "strncpy"}
 

@@ -31,7 +31,7 @@ def commands_of_library(build):
     for each in commands:
         words = shlex.split(each["command"])
         if any("CMakeFiles/orla.dir/" in word for word in words):
-            # A program may stand before the compiler: the compiler is the last word before the
+            # Another program may precede the compiler: the compiler is the last word before the
             # options.
             first = next(number for number, word in enumerate(words) if word.startswith("-")) - 1
             yield each["directory"], words[first:]

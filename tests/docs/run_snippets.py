@@ -3,12 +3,12 @@
 
     run_snippets.py [--python PYTHON] --cxx COMMAND DOCUMENT LIBRARY-FOLDER TOOL COMPILER [FLAG...]
 
-A block ```c, ```cpp or ```python is a whole program. Programs that follow one another do the same in other
-languages; the next ```text block is what each of them prints; "..." there stands for any text. A
-block ```ini NAME is a file that each program below it finds in its folder. A block ```console holds
-commands after "$ " and, below each, what it prints. A program without a ```text block must end with
-success. Every C and C++ program of the document is run, and with --python, an interpreter that can
-load the library, every Python program; a document without a program fails.
+A block ```c, ```cpp or ```python is a whole program. Programs that follow one another do the same
+in other languages; the next ```text block is what each of them prints; "..." there matches any
+text. A block ```ini NAME is a file that each program below it finds in its folder. A block
+```console holds commands after "$ " and, below each, what it prints. A program without a ```text
+block must end with success. Every C and C++ program of the document is run, and with --python, an
+interpreter that can load the library, every Python program; a document without a program fails.
 """
 
 import argparse
@@ -32,7 +32,7 @@ def matches(expected: str, printed: str) -> bool:
 
 
 def environment(library_folder: str) -> dict:
-    """The caller's, without what would switch traces on or move the profile."""
+    """The caller's, without variables that switch traces on or name another profile."""
     kept = {name: value for name, value in os.environ.items() if not name.startswith(("K7", "ORLA"))}
     return kept | {"LD_LIBRARY_PATH": library_folder, "PYTHONPATH": str(PACKAGE), "TZ": "UTC0",
                    "LC_ALL": "C"}

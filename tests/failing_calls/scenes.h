@@ -1,5 +1,5 @@
-// How each exported function is called while its calls of the C library are made to fail, and how the
-// outcome is put into words.
+// How each exported function is called while its calls of the C library are made to fail, and how
+// the outcome is put into words.
 
 #ifndef ORLA_TESTS_FAILING_CALLS_SCENES_H
 #define ORLA_TESTS_FAILING_CALLS_SCENES_H
@@ -30,7 +30,7 @@ struct Scene : FailingHost {
   WithZone zone{kBerlin};
 };
 
-// Sets a scene, calls the function in it, and says what came of it.
+// Prepares a scene, calls the function in it, and describes the outcome.
 using Play = std::string (*)(Scene &);
 
 template <typename... Values>
@@ -47,7 +47,7 @@ std::string with(Scene &scene) {
   return play(scene, function);
 }
 
-// Functions over their arguments alone.
+// Functions that use only their arguments.
 
 inline std::string calls_nothing(Scene &scene, void (*function)()) {
   scene.calls_of_the_library([&] { function(); });
@@ -382,7 +382,7 @@ inline std::string decoded_canonical(Scene &scene) {
   return decoded(scene, "00000001fc64.82.0a.00.02.03.00.00.00");
 }
 
-// A blank that formatted input passes over.
+// A blank, which sscanf() skips.
 inline std::string decoded_formatted(Scene &scene) {
   return decoded(scene, "00000001fc64.82.0a.00.02.03.00.00. 0");
 }
@@ -602,7 +602,7 @@ inline std::string group_name(Scene &scene) {
   return name;
 }
 
-// Asked twice: a provider that was not reached is looked for again.
+// Called twice: a provider that was not found is looked for again.
 inline std::string node_name(Scene &scene) {
   char first[ORLA_NODE_NAME_SIZE] = "x";
   char second[ORLA_NODE_NAME_SIZE] = "x";

@@ -1,10 +1,10 @@
 // What every exported function does when a call that it makes of the C library fails: every call,
 // at every place.
 //
-// A function has a case, or several where it goes several ways. A case gives the outcome as long as
-// nothing fails, and lists all the calls made on that way: with which error numbers each is made to
-// fail, and the outcome when it fails the first time it is made, the second time, and so on. What
-// is kept although it should have been given back follows the outcome: ", keeps 1 descriptor".
+// A function has a case for each path through it. A case gives the outcome when nothing fails, and
+// lists all calls made on that path: with which error numbers each is made to fail, and the outcome
+// when it fails the first time it is made, the second time, and so on. What should have been given
+// back and was not is added to the outcome: ", keeps 1 descriptor".
 
 #ifndef ORLA_TESTS_FAILING_CALLS_TABLE_H
 #define ORLA_TESTS_FAILING_CALLS_TABLE_H
@@ -93,7 +93,7 @@ inline const std::vector<Case> &table() {
       {"fclose", {EIO}, {"0, 1"}},
     }},
     {"tavGetMemorySize", "", memory_size, "0, 512", {{"sysinfo", {EFAULT}, {"1, 4711"}}}},
-    // What fails of the trace is nothing to the service.
+    // A failure of the trace does not change the service's result.
     {"tavGetMemorySize", "traced", traced_memory_size, "0, 512", {
       {"sysinfo", {EFAULT}, {"1, 4711"}},
       {"fopen", {EACCES}, {"0, 512, complains"}},
@@ -245,7 +245,7 @@ inline const std::vector<Case> &table() {
     }},
     {"copy_file", "onto itself", copy_onto_itself, "0, empty", {
       {"open", kCannotOpen, {"1, old", "1, empty"}},
-      // Unknown for the same, it is copied as it stands.
+      // When it is not known whether they are the same, the file is copied.
       {"statx", {EIO, ENOSYS}, both("0, old")},
       {"ftruncate64", {EIO}, {"0, old"}},
       {"ftruncate64", {EINTR}, {"0, empty"}},

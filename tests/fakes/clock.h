@@ -23,7 +23,7 @@ struct ClockReading {
 };
 extern Fake<int(clockid_t, ClockReading *)> fake_kernel_clock;
 
-// time() stands at `now`.
+// time() always gives `now`.
 class ClockAt {
  public:
   explicit ClockAt(std::time_t now);
@@ -33,7 +33,7 @@ class ClockAt {
 };
 
 // A 32-bit host after 2038-01-19 03:14:07 UTC: time() and gettimeofday() fail with EOVERFLOW and
-// only the kernel's clock knows the moment.
+// only the kernel's clock gives the moment.
 class ClockPast2038 {
  public:
   explicit ClockPast2038(std::int64_t now, long nanoseconds = 0);

@@ -115,7 +115,7 @@ std::size_t index_at_run_time(std::string_view name) {
 FailingHost *host = nullptr;
 Failure failure;
 bool failure_was_reached = false;
-bool watching = false;  // false also while the real function or a stand-in runs
+bool watching = false;  // false also while the real function or a fake runs
 int descriptors_before = 0;
 std::set<std::FILE *> streams;
 std::multiset<void *> libraries;
@@ -155,8 +155,8 @@ using Dlerror = char *();
 constinit Dlerror *real_dlerror = nullptr;
 [[gnu::constructor]] void find_real_dlerror() { real_dlerror = real<char *()>("dlerror"); }
 
-// The library, its companion, or this executable where the library's call was its last step, after which
-// nothing of the library is left to return to.
+// The library, its companion, or this executable where the library's call was its last step, after
+// which nothing of the library is left to return to.
 bool is_of_the_library(const void *caller) {
   Dl_info where;
   if (dladdr(caller, &where) == 0) return false;
@@ -166,7 +166,7 @@ bool is_of_the_library(const void *caller) {
          where.dli_fbase == base_of(reinterpret_cast<const void *>(&is_of_the_library));
 }
 
-// What happens to one call that a stand-in was asked for.
+// What happens to one call of a fake.
 class Intercepted {
  public:
   Intercepted(std::size_t index, const void *caller)

@@ -1,8 +1,8 @@
-// A host that answers every call of the library in a known way, and one call of which can be made to
-// fail: the first of its name, or the second, and so on.
+// A host that answers every call of the library in a known way, and one call of which can be made
+// to fail: the first of its name, or the second, and so on.
 //
-// Only what the library calls is stood in for, and only while calls_of_the_library() runs; what the test,
-// its framework and the C library call meanwhile goes to the C library.
+// Only calls of the library are faked, and only while calls_of_the_library() runs; calls that the
+// test, its framework and the C library make meanwhile go to the C library.
 
 #ifndef ORLA_TESTS_FAKES_FAILING_CALLS_H
 #define ORLA_TESTS_FAKES_FAILING_CALLS_H
@@ -25,8 +25,8 @@
 inline constexpr int kShort = -1;    // a part of what was to be read or written: one byte
 inline constexpr int kNothing = -2;  // no byte, and no error
 
-// The calls that can fail, by the names the library imports them under; gcc's own stand-ins for them
-// ("puts" for "printf") count as what stands in the source.
+// The calls that can fail, by the names the library imports them under; the functions that gcc
+// calls in their place ("puts" for "printf") count as those of the source.
 std::vector<std::string> calls_that_can_fail();
 
 struct Failure {
@@ -51,7 +51,7 @@ class FailingHost {
 
   // The call that fails; none at first.
   void fail(const Failure &failure);
-  // A call that fails always, with this error number, as part of how the host is.
+  // A call that always fails with this error number, as a property of the host.
   void fail_always(const char *call, int error);
 
   bool always_fails(const std::string &call) const;
@@ -61,8 +61,9 @@ class FailingHost {
   // Whether the call that was to fail was made.
   bool failed() const;
 
-  // What the library has not given back: descriptors but those of mkstemp(), which are meant to stay and
-  // are missed here when they do not; blocks of the heap; streams; libraries; lists of interfaces.
+  // What the library has not given back: descriptors but those of mkstemp(), which are meant to
+  // stay and are missed here when they do not; blocks of the heap; streams; libraries; lists of
+  // interfaces.
   int descriptors_kept() const;
   int blocks_kept() const;
   int streams_kept() const;

@@ -1,6 +1,5 @@
-// Standing in for the host: a test executable defines a function that the library calls by name,
-// and the linker binds the library's call to it. Unless a test has armed it, a fake passes the call
-// on.
+// Fakes of the host: a test executable defines a function that the library calls by name, and the
+// linker binds the library's call to it. Unless a test has armed it, a fake passes the call on.
 //
 //     With clock(fake_time, [](std::time_t *out) { return *out = 1234567890; });
 

@@ -24,8 +24,8 @@ extern Fake<int(int folder, const char *path, int flags, unsigned mask, struct s
     fake_statx;
 extern Fake<void *(void *earlier, std::size_t size)> fake_realloc;  // the memory of long texts
 
-// Files that stand in memory alone, for as long as the object lives: whatever is opened is one of them.
-// A file that is neither put nor created does not open.
+// Files in memory, while the object lives: every path that is opened is one of them. A file that is
+// neither put nor created does not open.
 class MemoryFiles {
  public:
   MemoryFiles();
@@ -38,7 +38,7 @@ class MemoryFiles {
   bool holds(const std::string &path) const { return files_.count(path) != 0; }
   std::size_t count() const { return files_.size(); }
 
-  // What open() does meanwhile, for a test that lets it fail in between.
+  // What open() does meanwhile, for tests that make it fail.
   int open(const char *path, int flags);
 
  private:

@@ -18,7 +18,7 @@ extern Fake<void(ifaddrs *)> fake_freeifaddrs;
 
 inline constexpr unsigned kUp = IFF_UP | IFF_RUNNING;
 
-// A list of interfaces as getifaddrs() hands it out, in the order of the calls.
+// A list of interfaces as getifaddrs() gives it, in the order of the calls.
 class Interfaces {
  public:
   Interfaces &ipv4(unsigned flags, std::uint32_t address);
@@ -35,8 +35,8 @@ class Interfaces {
   std::deque<sockaddr_in6> ipv6_;
 };
 
-// getifaddrs() hands out `interfaces`, or fails with EMFILE when they are null; freeifaddrs() takes them
-// back.
+// getifaddrs() gives `interfaces`, or fails with EMFILE when they are null; freeifaddrs() takes
+// them back.
 class HostHas {
  public:
   explicit HostHas(Interfaces *interfaces);

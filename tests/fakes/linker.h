@@ -1,4 +1,5 @@
-// Fakes of the dynamic linker. Its look-up, dlsym(), is what fakes themselves rest on and stays real.
+// Fakes of the dynamic linker. Its look-up, dlsym(), is needed by the fakes themselves and stays
+// real.
 
 #ifndef ORLA_TESTS_FAKES_LINKER_H
 #define ORLA_TESTS_FAKES_LINKER_H

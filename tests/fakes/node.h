@@ -1,4 +1,4 @@
-// Fake of what the kernel says of this node.
+// Fake of what the kernel reports about this node.
 
 #ifndef ORLA_TESTS_FAKES_NODE_H
 #define ORLA_TESTS_FAKES_NODE_H

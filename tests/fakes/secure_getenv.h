@@ -1,4 +1,4 @@
-// The environment as a process that may run with another's rights asks for it.
+// Fake of the environment as it is read in a process that may run with another user's rights.
 
 #ifndef ORLA_TESTS_FAKES_SECURE_GETENV_H
 #define ORLA_TESTS_FAKES_SECURE_GETENV_H

@@ -1,4 +1,4 @@
-// The lines that the library's services hand to TavTrace(), in place of a trace file.
+// The lines that the library's services pass to TavTrace(), kept here instead of in a trace file.
 
 #ifndef ORLA_TESTS_FAKES_TRACE_LINES_H
 #define ORLA_TESTS_FAKES_TRACE_LINES_H
@@ -22,7 +22,7 @@ class TraceLines {
 
   std::vector<std::string> lines;
 
-  // Every message stood in the shared buffer.
+  // Every message was in the shared buffer.
   bool all_in_statuslog = true;
 
  private:

@@ -31,7 +31,7 @@ def compiler_of(library):
 
 
 def own_cost(profile, library):
-    """Sums the cost lines that stand under the library's object, those of calls left out."""
+    """Sums the cost lines under the library's object, without those of calls."""
     names = {}
     inside = False
     total = 0
@@ -40,7 +40,7 @@ def own_cost(profile, library):
         if line.startswith(("ob=", "cob=")):
             kind, _, object_file = line.partition("=")
             number, _, name = object_file.partition(" ")
-            names.setdefault(number, name)  # it stands where the number comes first
+            names.setdefault(number, name)  # it is given where the number occurs first
             if kind == "ob":
                 inside = names[number].endswith(library)
         elif line.startswith("calls="):

@@ -1,4 +1,5 @@
-/* Includes our headers and the platform's of the same names, and converts; compiled as C and as C++. */
+/* Includes our headers and the platform's of the same names, and converts; compiled as C and as
+   C++. */
 
 #ifdef ORLA_HEADERS_FIRST
 #include <orla/orla.h>

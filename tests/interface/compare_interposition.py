@@ -1,6 +1,7 @@
 #!/usr/bin/env python3
-"""Holds two lists equal: the library's own functions that orla(3) says are reached by their exported names, and
-those that the shipped library has the dynamic linker look up."""
+"""Checks that two lists are equal: the library's own functions that orla(3) says are called
+through their exported names, and those that the dynamic linker looks up for the shipped
+library."""
 
 import argparse
 import re

@@ -1,10 +1,10 @@
 #!/usr/bin/env python3
-"""Holds four sets of names equal: the version script, the dynamic symbols, the headers' declarations, the
-manual pages.
+"""Checks that four sets of names are equal: the version script, the dynamic symbols, the headers'
+declarations, the manual pages.
 
-The version script lists the names header by header, each group under a comment that ends in the header's
-name; each group is compared with what that header declares, and with what the pages document that include
-it. The declarations that a page shows are compared with the header's.
+The version script lists the names header by header, each group under a comment that ends in the
+header's name; each group is compared with what that header declares, and with what the pages
+document that include it. The declarations that a page shows are compared with the header's.
 """
 
 import argparse
@@ -85,7 +85,7 @@ def main():
     def names_of(header):
         return set(declared_by(marked_header(header)))
 
-    # The shown declarations go through the preprocessor too, as macros stand in them.
+    # The shown declarations go through the preprocessor too, as they contain macros.
     def shown_by(page):
         shown = "".join(f"@exported@ {each};\n" for each in page.prototypes)
         return declared_by("".join(f"#include <{each}>\n" for each in page.headers) + shown)

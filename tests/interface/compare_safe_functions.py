@@ -1,7 +1,8 @@
 #!/usr/bin/env python3
 """Checks that every function that the headers call safe for threads is called by a test of threads.
 
-A function's comment says "Threads: safe", with or without a condition after it, or "as" another function.
+A function's comment says "Threads: safe", with or without a condition after it, or "as" another
+function.
 """
 
 import argparse

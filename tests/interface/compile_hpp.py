@@ -1,12 +1,12 @@
 #!/usr/bin/env python3
 """Compiles a program of two units over orla.hpp by one compiler, in C++17, 20 and 23, with every warning on,
-links it and runs it. The second unit is compiled once, in C++17, without exceptions and RTTI, and with a
-64-bit time_t: units of one program may differ so.
+links it and runs it. The second unit is compiled once, in C++17, without exceptions and RTTI, and
+with a 64-bit time_t: units of one program may differ so.
 
     compile_hpp.py COMPILER SOURCE INCLUDE-FOLDER LIBRARY-FOLDER [FLAG...]
 
-Ends with status 77, which stands for skipped, where there is no such compiler or it cannot compile an empty
-program with these flags.
+Ends with status 77, which stands for skipped, where there is no such compiler or it cannot compile
+an empty program with these flags.
 """
 
 import os

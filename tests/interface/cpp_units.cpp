@@ -1,5 +1,6 @@
-// Two units of one program that use all of orla.hpp, beside the platform's header whose names the
-// library has too: compile_hpp.py compiles them in many ways, the second one with SECOND_UNIT.
+// Two units of one program that use all of orla.hpp, together with the platform's header whose
+// names the library has too: compile_hpp.py compiles them in many ways, the second one with
+// SECOND_UNIT.
 
 #ifdef SECOND_UNIT
 #include <arpa/inet.h>

@@ -15,8 +15,8 @@ NAME_OF_OTHER = "node-of-a-module"
 
 
 def node_name(program, library, library_path=None):
-    # A library that is loaded already answers to its soname: so this copy is the one the program uses.
-    # The variable takes no path with a blank.
+    # A library that is loaded already answers to its soname: so this copy is the one the program
+    # uses. The variable takes no path with a blank.
     environment = {**os.environ, "LD_PRELOAD": str(library)}
     environment.pop("LD_LIBRARY_PATH", None)
     environment.pop("K7LIB_VERB", None)

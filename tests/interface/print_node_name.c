@@ -1,4 +1,4 @@
-/* Prints the node's name as a program gets it that knows nothing of the companion. */
+/* Prints the node's name as a program that knows nothing of the companion gets it. */
 
 #include <orla/names.h>
 #include <stdio.h>

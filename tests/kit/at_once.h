@@ -1,4 +1,4 @@
-// The same work in several threads, which start it together.
+// Runs the same work in several threads, which start it together.
 
 #ifndef ORLA_TESTS_KIT_AT_ONCE_H
 #define ORLA_TESTS_KIT_AT_ONCE_H
@@ -8,8 +8,8 @@
 #include <thread>
 #include <vector>
 
-// Calls `work` with 0 to `count` - 1, each in a thread of its own, and adds up what it returns: what went
-// wrong, counted, as assertions of the test framework stay on the main thread.
+// Calls `work` with 0 to `count` - 1, each in a thread of its own, and adds up the numbers of
+// errors that it returns, as assertions of the test framework only work on the main thread.
 inline int wrong_in_threads(int count, const std::function<int(int)> &work) {
   std::atomic<bool> go = false;
   std::atomic<int> wrong = 0;

@@ -1,4 +1,4 @@
-// Environment variables for as long as the object lives.
+// Environment variables that are set while the object lives.
 
 #ifndef ORLA_TESTS_KIT_ENVIRONMENT_H
 #define ORLA_TESTS_KIT_ENVIRONMENT_H
@@ -34,7 +34,7 @@ class WithVariable {
   std::optional<std::string> earlier_;
 };
 
-// A zone by its rules, so that no zone file of the host has a say.
+// A zone given by its rules, so that no zone file of the host matters.
 class WithZone : public WithVariable {
  public:
   explicit WithZone(const char *rules) : WithVariable("TZ", rules) {}

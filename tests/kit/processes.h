@@ -1,22 +1,28 @@
-// Processes that begin their work at the same moment. Add all of them before another such object is made:
-// a process that holds the gate of another object keeps it shut.
+// Processes that begin their work at the same moment. Add all of them before another such object is
+// made: a process that holds the gate of another object keeps it shut.
 //
 //     Processes readers;
 //     for (int i = 0; i < 8; ++i)
 //       readers.add([i] { return read_on(i); });     the result is the exit status
 //     EXPECT_EQ(readers.run(), 0);
 //
-// What they have to say about a failure they write on standard error.
+// They describe a failure on standard error.
 
 #ifndef ORLA_TESTS_KIT_PROCESSES_H
 #define ORLA_TESTS_KIT_PROCESSES_H
 
+#include <signal.h>
+#include <sys/prctl.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
 #include <cstdio>
 #include <stdexcept>
 #include <vector>
+
+// Called by a child: it is killed when its parent ends, also where the parent itself was killed.
+// One that runs a loop would otherwise go on for ever.
+inline void die_with_the_parent() { prctl(PR_SET_PDEATHSIG, SIGKILL); }
 
 class Processes {
  public:
@@ -34,6 +40,7 @@ class Processes {
     const pid_t process = fork();
     if (process < 0) throw std::runtime_error("no process");
     if (process == 0) {
+      die_with_the_parent();
       wait_for_the_gate();
       const int status = work();
       std::fflush(nullptr);
@@ -45,7 +52,7 @@ class Processes {
   // The process ids, in the order in which they were added.
   const std::vector<pid_t> &ids() const { return processes_; }
 
-  // Lets them begin and waits for all; returns how many ended otherwise than with the exit status 0.
+  // Lets them begin and waits for all; returns how many did not end with exit status 0.
   int run() {
     open_the_gate();
     int count = 0;
@@ -79,8 +86,8 @@ class Processes {
   std::vector<pid_t> processes_;
 };
 
-// Does `work` in a process of its own and tells whether it returned 0. What it leaves open, such as a
-// descriptor for each rewrite of a profile, is gone with it.
+// Does `work` in a process of its own and says whether it returned 0. What it leaves open, such as
+// a descriptor for each rewrite of a profile, ends with the process.
 template <typename Work>
 bool succeeds_apart(Work work) {
   Processes process;

@@ -25,7 +25,7 @@ inline k7_uuid__t uuid_of(const UuidBytes &bytes) {
   return uuid;
 }
 
-// Every byte the same, such as no record of the library's own has them.
+// All bytes the same, which no record made by the library has.
 inline k7_uuid__t filled(std::uint8_t byte) {
   UuidBytes bytes;
   bytes.fill(byte);

@@ -1,6 +1,6 @@
 #!/usr/bin/env python3
-"""Holds the pages of a man folder together: every name leads to the page that documents it, every
-reference to a page of ours is to one that is there, and no page lacks a section that callers look for.
+"""Checks the pages of a man folder: every name leads to the page that documents it, every reference to
+a page of ours is to one that exists, and no page lacks a section that callers look for.
 
     aliases.py FOLDER       a folder with man1, man3 and man5
 """
@@ -15,7 +15,7 @@ from page import Page
 # The system has pages of these names.
 PREFIXED = {"htonl", "htons", "ntohl", "ntohs"}
 
-# By section of the manual; the overview tells what holds for all.
+# By section of the manual; the overview says what applies to all.
 SECTIONS = {
     ".1": ("SYNOPSIS", "DESCRIPTION", "EXIT STATUS", "EXAMPLES", "SEE ALSO"),
     ".3": ("LIBRARY", "SYNOPSIS", "DESCRIPTION", "RETURN VALUES", "EXAMPLES", "ERRORS", "THREADS",

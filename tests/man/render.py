@@ -1,5 +1,5 @@
 #!/usr/bin/env python3
-"""Holds the manual pages free of warnings, as groff and mandoc have them, and readable for whatis.
+"""Checks that groff and mandoc give no warning on the manual pages, and that whatis can read them.
 
     render.py PAGE...
 """

@@ -1,6 +1,6 @@
 #!/usr/bin/env python3
-"""Holds the pages of section 1 to the tool: every subcommand has its page, every option of it stands
-there and no other, every name in its JSON does, and the sessions in EXAMPLES print what the pages say.
+"""Compares the pages of section 1 with the tool: every subcommand has its page, which has exactly its
+options and every name in its JSON, and the sessions in EXAMPLES print what the pages say.
 
     tool_pages.py TOOL MAN_FOLDER
 """
@@ -88,7 +88,7 @@ def names_in_json(value):
 
 
 def names_in_page(page):
-    """Words set as literals, without the commas, which stand apart in mdoc."""
+    """Words set as literals, without the commas, which are words of their own in mdoc."""
     found = set()
     for line in page.lines:
         literal = re.match(r"(?:\.It )?\.?Li (.*)", line)

@@ -1,4 +1,5 @@
-/* Preloaded, it makes the folder that ORLA_TEST_FALLBACK names stand in for the loader's fallback one. */
+/* Preloaded, it replaces the loader's fallback directory by the one that ORLA_TEST_FALLBACK names.
+ *  */
 
 #include <dlfcn.h>
 #include <stdio.h>

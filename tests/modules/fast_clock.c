@@ -1,4 +1,4 @@
-/* Preloaded, it stands in for two clocks. That of UUIDs shows 2009-02-13 23:31:29.760000 UTC, and 4
+/* Preloaded, it replaces two clocks. That of UUIDs shows 2009-02-13 23:31:29.760000 UTC, and 4
    microseconds more at every call; the one for spans of time goes 10 milliseconds on. */
 
 #include <stddef.h>

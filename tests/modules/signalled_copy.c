@@ -1,4 +1,4 @@
-/* Stands in for the library's copy_file(): sends the process what ^C sends before it copies. */
+/* Replaces the library's copy_file(): sends the process the signal of ^C before it copies. */
 
 #include <dlfcn.h>
 #include <signal.h>

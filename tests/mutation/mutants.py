@@ -2,9 +2,10 @@
 
     find(file, text, reached)  yields the mutants of a source, in the order of the text
 
-`reached` names the library's own functions that it reaches by their exported names. A call of one that is
-bound inside the library goes to an alias of the function, which bound_aliases() adds to its source. Only what the i386 build compiles is changed: of the branches of a preprocessor condition the first.
-Comments, strings, directives and static assertions stay as they are.
+`reached` names the library's own functions that it reaches by their exported names. A call of one
+that is bound inside the library goes to an alias of the function, which bound_aliases() adds to its
+source. Only what the i386 build compiles is changed: of the branches of a preprocessor condition
+the first. Comments, strings, directives and static assertions stay as they are.
 """
 
 import collections
@@ -33,12 +34,12 @@ LOCAL = re.compile(r"^ {2,}(?!return |using |goto |static |extern |typename )"
                    r"(?P<whole>(?:struct )?[A-Za-z_][\w:]* \*?\w+(?:\[.*\])?(?: = \{\})?;)$")
 # Calls whose order shows: what they ask or change is outside of the function.
 ASKING = frozenset("""
-    close closedir copy_file count_physical_proc dlclose dlerror dlopen dlsym exit fclose fgets flock fopen fputs
-    freeifaddrs fstat ftruncate ftruncate64 get_nprocs_conf getenv secure_getenv getgid getgrgid getifaddrs getpid
-    getpwuid gettimeofday getuid gmtime HTSupported ht_os_cpus ioctl klogctl localtime lseek mkstemp mktime open
-    perror printf puts read rename setvbuf snprintf swap sysinfo TavTrace time tzset umask uname unlink write
-    orla_uuid_gen orla_slnk_free_library orla_slnk_free_library_id orla_slnk_load_library
-    configured_processors
+    close closedir copy_file count_physical_proc dlclose dlerror dlopen dlsym exit fclose fgets
+    flock fopen fputs freeifaddrs fstat ftruncate ftruncate64 get_nprocs_conf getenv secure_getenv
+    getgid getgrgid getifaddrs getpid getpwuid gettimeofday getuid gmtime HTSupported ht_os_cpus
+    ioctl klogctl localtime lseek mkstemp mktime open perror printf puts read rename setvbuf
+    snprintf swap sysinfo TavTrace time tzset umask uname unlink write orla_uuid_gen
+    orla_slnk_free_library orla_slnk_free_library_id orla_slnk_load_library configured_processors
     """.split())
 CALL = re.compile(r"(?<![\w.>:])(?:std::|::)?(\w+)\(")
 NEVER_CHANGED = re.compile(r"^\s*(?:#|static_assert|namespace|using|template)")
@@ -57,7 +58,7 @@ class Mutant:
 
     @property
     def key(self):
-        """What names the mutant wherever the line stands in its file."""
+        """Identifies the mutant, wherever the line is in its file."""
         return self.file, self.line, self.change
 
 
@@ -138,7 +139,7 @@ def describe(found, index, replacement):
 
 
 def ordinal(found, index):
-    """Tells apart equal things on one line: empty for the first of them."""
+    """Distinguishes equal things on one line: empty for the first of them."""
     start, _, _, what = found[index]
     place = len({other[0] for other in found[:index] if other[3] == what and other[0] != start})
     return f" (number {place + 1})" if place else ""
@@ -186,7 +187,7 @@ def blank_what_is_not_code(text):
 
 
 def compiled_lines(lines):
-    """For each line, whether it stands outside of conditions or in first branches only."""
+    """For each line, whether it is outside of conditions or in first branches only."""
     compiled = []
     branches = []
     for line in lines:

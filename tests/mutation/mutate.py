@@ -1,7 +1,7 @@
 #!/usr/bin/env python3
 """Changes one operator, constant, condition, call or statement of the library at a time, in a copy of the
-sources, and runs on i386 the tests that docs/architecture.md names for the changed unit: tests that are worth
-something fail then. Where a program can replace a function, one call is bound inside the library; a local is
+sources, and runs on i386 the tests that docs/architecture.md names for the changed unit: good tests
+then fail. One call of a function that a program can replace is bound inside the library; a local is
 made static, and the tests of threads then run under ThreadSanitizer.
 
     mutate.py [--every N] [--parallel N] [--list] [--work FOLDER] [PART...]
@@ -12,10 +12,10 @@ made static, and the tests of threads then run under ThreadSanitizer.
 --work        folder of copies and builds, which stay for the next run (default: build/mutation)
 PART          only files whose path contains it, such as time/ or token
 
-A mutant counts as killed when a test fails, crashes, does not end, or no longer compiles; one that the
-library itself does not compile with is not counted. The exit status is 1 when fewer than 95 in 100 of the
-whole library's are killed, or fewer than 300 are counted, or when one survives that equivalent.txt does not
-explain; and when no file is named like a PART.
+A mutant counts as killed when a test fails, crashes, does not end, or no longer compiles; one that
+the library itself does not compile with is not counted. The exit status is 1 when fewer than 95 in
+100 of the whole library's are killed, or fewer than 300 are counted, or when one survives that
+equivalent.txt does not explain; and when no file is named like a PART.
 
 Run as root, the tests get a /tmp of their own, as what a mutant leaves there nobody clears away.
 """
@@ -55,7 +55,7 @@ REACHED = re.findall(r"^\.It Fn (\w+)$", (ROOT / "man" / "orla.3").read_text(enc
 
 CONFIGURATION = (
     "-DCMAKE_BUILD_TYPE=None", "-DORLA_TOOL=OFF", "-DBUILD_TESTING=ON",
-    # A test is not linked anew for a library that has the same names.
+    # A test is not linked again for a library that has the same names.
     "-DCMAKE_LINK_DEPENDS_NO_SHARED=ON",
 )
 I386 = ("-DCMAKE_C_FLAGS=-m32 -march=i686 -O1", "-DCMAKE_CXX_FLAGS=-m32 -march=i686 -O1")
@@ -117,8 +117,8 @@ def is_asked_for(file, parts):
 
 
 def chosen(found, every):
-    """Of the mutants of a file one in `every`, and at least three. The choice goes by what a mutant is and
-    not by where it stands, so that an edit elsewhere changes little of it."""
+    """Of the mutants of a file one in `every`, and at least three. The choice goes by what a
+    mutant is and not by where it is, so that an edit elsewhere changes little of it."""
     drawn_first = sorted(found, key=lambda mutant: (draw(mutant) % every, draw(mutant)))
     count = max(3, sum(draw(mutant) % every == 0 for mutant in found))
     keys = {mutant.key for mutant in drawn_first[:count]}
@@ -132,7 +132,7 @@ def draw(mutant):
 
 def give_tests_their_own_tmp(work):
     """Starts this program again with another /tmp mounted, where that is allowed. Of the old one the sources and
-    `work` stay in sight."""
+    `work` stay visible."""
     if "ORLA_MUTATION_TMP" in os.environ or shutil.which("unshare") is None:
         return
     work.mkdir(parents=True, exist_ok=True)
@@ -282,7 +282,7 @@ def judge(mutant, workers):
 
 
 def copy_sources(folder):
-    """Brings a copy up to date; what is equal keeps its age, so that little is built anew."""
+    """Brings a copy up to date; what is equal keeps its age, so that little is built again."""
     listed = subprocess.run(["git", "ls-files", "--cached", "--others", "--exclude-standard"], cwd=ROOT,
                             check=True, stdout=subprocess.PIPE, text=True).stdout.split("\n")
     names = {name for name in listed if (ROOT / name).is_file()}
@@ -331,7 +331,8 @@ def run_checked(command):
 def explained():
     """The survivors that are known, each with the reason why no test can tell it from the original.
 
-    Blocks of four: file, line, change, reason (which may go on over more lines). "#" begins a comment.
+    Blocks of four: file, line, change, reason (which may go on over more lines). "#" begins a
+    comment.
     """
     text = (HERE / "equivalent.txt").read_text()
     lines = "\n".join(line for line in text.split("\n") if not line.startswith("#"))

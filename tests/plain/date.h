@@ -1,4 +1,4 @@
-// The calendar and date text, said slowly and plainly: what the library is compared with.
+// The calendar and date text in a slow and plain version, which the library is compared with.
 
 #ifndef ORLA_TESTS_PLAIN_DATE_H
 #define ORLA_TESTS_PLAIN_DATE_H
@@ -74,7 +74,7 @@ struct DateFields {
   std::int32_t day;
 };
 
-// Nothing for a month or a day that does not exist.
+// None for a month or a day that does not exist.
 inline std::optional<std::uint16_t> date_number(const DateFields &fields) {
   const std::int64_t year = std::int64_t{fields.year} + 1900;
   if (fields.month < 1 || fields.month > 12) return std::nullopt;
@@ -115,7 +115,7 @@ inline std::tm strptime_fields(const char *text) {
   return fields;
 }
 
-// Nothing for a text that is rejected.
+// None for a text that is rejected.
 inline std::optional<DateFields> standard_date(const char *text) {
   const std::tm fields = strptime_fields(text);
   return within_range({lowered(fields.tm_year), fields.tm_mon + 1, fields.tm_mday});

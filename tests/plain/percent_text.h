@@ -1,4 +1,4 @@
-// A format without arguments, expanded slowly and plainly: what the library is compared with.
+// A format without arguments, expanded in a slow and plain way, which the library is compared with.
 
 #ifndef ORLA_TESTS_PLAIN_PERCENT_TEXT_H
 #define ORLA_TESTS_PLAIN_PERCENT_TEXT_H
@@ -8,7 +8,7 @@
 
 namespace plain {
 
-// "%%" is one percent sign, "%m" the text of the error number; anything else stands as it is.
+// "%%" is one percent sign, "%m" the text of the error number; anything else is left as it is.
 inline std::string percent_text(const std::string &format, int error) {
   std::string text;
   for (std::size_t i = 0; i < format.size(); ++i) {

@@ -1,4 +1,5 @@
-// What processor and kernel say of hyper-threading, decoded plainly, which the library is held against.
+// What processor and kernel report about hyper-threading, decoded in a plain way, which the library
+// is compared with.
 
 #ifndef ORLA_TESTS_PLAIN_PROCESSORS_H
 #define ORLA_TESTS_PLAIN_PROCESSORS_H
@@ -22,9 +23,9 @@ inline int logical_processors(const std::string &vendor, std::uint32_t eax, std:
   return vendor == "GenuineIntel" && family == 15 && figure != 1 ? figure : 0;
 }
 
-enum class Source { kUnusable, kCpuinfo, kKernelLog };
+enum class Source { unusable, cpuinfo, kernel_log };
 
-// Reads the digits at `at` and steps over the character after them; false when there is none.
+// Reads the digits at `at` and skips the character after them; false when there is none.
 inline bool take_number(const std::string &release, std::size_t &at, long long &number) {
   std::string digits;
   while (is_digit_at(release, at))
@@ -37,14 +38,14 @@ inline bool take_number(const std::string &release, std::size_t &at, long long &
 inline Source figure_source(const std::string &release) {
   std::size_t at = 0;
   long long number;
-  if (!take_number(release, at, number)) return Source::kUnusable;
-  if (number > 2) return Source::kCpuinfo;
+  if (!take_number(release, at, number)) return Source::unusable;
+  if (number > 2) return Source::cpuinfo;
   while (at < release.size() && !is_digit_at(release, at))
     ++at;
-  if (!take_number(release, at, number)) return Source::kUnusable;
-  if (number > 4) return Source::kCpuinfo;
-  if (!take_number(release, at, number)) return Source::kUnusable;
-  return number > 18 ? Source::kCpuinfo : Source::kKernelLog;
+  if (!take_number(release, at, number)) return Source::unusable;
+  if (number > 4) return Source::cpuinfo;
+  if (!take_number(release, at, number)) return Source::unusable;
+  return number > 18 ? Source::cpuinfo : Source::kernel_log;
 }
 
 // The next line of /proc/cpuinfo, or as much of it as the line buffer of 1,024 bytes holds.
@@ -80,7 +81,7 @@ inline int cpuinfo_figure(const std::string &file) {
   return value;
 }
 
-// Position by position, stepping over the priority prefix of each line.
+// Position by position, without the priority prefix of each line.
 inline int kernel_log_figure(const std::string &log) {
   const std::string map = "cpu_sibling_map[";
   int count = 0;

@@ -1,5 +1,5 @@
-// The profile functions said plainly, a byte and a line at a time, over files that are strings:
-// what the library's block-wise way is held against.
+// The profile functions in a plain version, a byte and a line at a time, over files that are
+// strings. The library, which reads in blocks, is compared with it.
 
 #ifndef ORLA_TESTS_PLAIN_PROFILE_H
 #define ORLA_TESTS_PLAIN_PROFILE_H
@@ -45,7 +45,7 @@ inline std::string header(const char *section) {
   return text += "]";
 }
 
-// The value of the entry, or null; it stands in `line`.
+// The value of the entry, which is a part of `line`, or null.
 inline const char *find(Reader &reader, std::string &line, const char *key) {
   do {
     if (!reader.read_line(line) || is_empty(line)) return nullptr;

@@ -1,4 +1,4 @@
-// Delimited tokens, said plainly: what the library and the fuzzers' inputs are held against.
+// Delimited tokens in a plain version, which the library is compared with.
 
 #ifndef ORLA_TESTS_PLAIN_TOKEN_H
 #define ORLA_TESTS_PLAIN_TOKEN_H
@@ -9,7 +9,7 @@
 
 namespace plain {
 
-// Takes memory as it finds it, so that a buffer may lie in the text.
+// Reads and writes one character at a time, so that the buffer may overlap the text.
 inline const char *first_token(const char *text, char delimiter, char *out, int out_size) {
   const int limit = out_size > 0 ? out_size - 1 : 0;
   const auto terminate = [&](int length) {

@@ -1,4 +1,4 @@
-// UUIDs, said plainly: text, order and hash, which the library is held against.
+// Text, order and hash of UUIDs in a plain version, which the library is compared with.
 
 #ifndef ORLA_TESTS_PLAIN_UUID_H
 #define ORLA_TESTS_PLAIN_UUID_H
@@ -13,7 +13,7 @@
 
 namespace plain {
 
-// By formatted output, which is how the text is described.
+// By snprintf(), with which the text is defined.
 inline std::string uuid_text(const k7_uuid__t &uuid) {
   const bool has_number = uuid.reserved != 0;
   char text[ORLA_UUID_TEXT_SIZE];
@@ -39,7 +39,7 @@ inline k7_uuid__t uuid_of_numbers(std::uint32_t high, std::uint16_t low,
   return uuid;
 }
 
-// By formatted input, which is how reading is described.
+// By sscanf(), with which reading is defined.
 inline std::optional<k7_uuid__t> scan_uuid_text(const char *text) {
   unsigned long high;
   std::uint16_t low;
@@ -57,8 +57,8 @@ class UuidReader {
 
   bool dot() { return *next_ == '.' ? (++next_, true) : false; }
 
-  // A hexadecimal number of at most `width` characters, sign and "0x" among them; white space before it
-  // does not count.
+  // A hexadecimal number of at most `width` characters, sign and "0x" among them; white space
+  // before it does not count.
   std::optional<std::uint32_t> number(int width) {
     while (is_space(*next_))
       ++next_;

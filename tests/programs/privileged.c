@@ -1,4 +1,4 @@
-/* What a program with another user's rights does with the environment of whoever starts it.
+/* What a program with another user's rights does with the environment of the user who starts it.
 
    privileged service     makes one traced call
    privileged line        switches tracing on itself and traces a line

@@ -36,7 +36,7 @@ NUMBERS = {
 
 
 def type_of(declared, is_result):
-    """What stands in the package's table for a type of the headers."""
+    """What the package's table has for a type of the headers."""
     if declared.endswith("*"):
         pointed = declared.removesuffix("*").removeprefix("const ")
         if pointed in ("FILE", "void", "orla_library_id") or pointed == "char" and is_result:

@@ -20,7 +20,7 @@ from pathlib import Path
 
 OPTIONS = None
 IMPORT = "import orla; print(orla.__version__, orla.__file__)"
-# Nobody listens there: whoever asks the network fails, at once.
+# Nothing listens there: every use of the network fails at once.
 NO_NETWORK = {"PIP_INDEX_URL": "http://127.0.0.1:9/", "PIP_RETRIES": "0", "PIP_NO_INPUT": "1",
               "PIP_CONFIG_FILE": os.devnull, "PIP_DISABLE_PIP_VERSION_CHECK": "1", "PIP_NO_CACHE_DIR": "1"}
 

@@ -220,7 +220,7 @@ class Writing(ProfileCase):
 
 
 class InForce(ProfileCase):
-    """Which file, in a process of its own: it is settled once."""
+    """Which file, in a process of its own: it is decided once."""
 
     def said(self, code, named):
         environment = {**os.environ, "ORLA_CONFIG": str(named)}

@@ -17,7 +17,7 @@ UUIDS = [UUID, UUID.replace(".82.", ".02."), UUID.replace(".82.", ".87."), "ce6c
 GOOD_MODULE = os.path.join(MODULES, "liborla-test-good.so")
 TYPES = {"integer": int, "string": str, "boolean": bool, "null": type(None)}
 
-# Arrays of objects that are always there, and so stand in the document themselves.
+# Arrays of objects that are always there, and so are in the document themselves.
 OBJECT_LISTS = ("findings", "sections", "entries", "differences")
 
 # Command to the arguments of its calls.

@@ -37,7 +37,7 @@ class Tool(unittest.TestCase):
 
     @staticmethod
     def environment(added=None):
-        """UTC and the C locale, without the variables that steer the library."""
+        """UTC and the C locale, without the variables that affect the library."""
         variables = {"PATH": os.environ["PATH"], "TZ": "UTC0", "LC_ALL": "C"}
         # A sanitizer's settings, and where its runtime and the library's companions are found.
         for name in ("ASAN_OPTIONS", "LSAN_OPTIONS", "UBSAN_OPTIONS", "LD_LIBRARY_PATH"):
@@ -47,7 +47,7 @@ class Tool(unittest.TestCase):
         return variables
 
     def preloaded(self, module):
-        """Variables that make functions of this module stand in for the C library's."""
+        """Variables that make functions of this module replace the C library's."""
         # They take no path with a blank, so the module is named by a link.
         folder = tempfile.TemporaryDirectory(dir="/tmp")
         self.addCleanup(folder.cleanup)
@@ -81,5 +81,5 @@ def main():
     PATH = sys.argv.pop(1)
     result = unittest.main(module="__main__", exit=False).result
     if result.skipped and result.wasSuccessful():
-        sys.exit(SKIPPED)  # what was run passed; the reasons stand above
+        sys.exit(SKIPPED)  # what was run passed; the reasons are printed above
     sys.exit(not result.wasSuccessful())

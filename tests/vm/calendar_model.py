@@ -1,4 +1,5 @@
-"""What the library should make of a moment, reckoned another way: year by year and in 64 bits."""
+"""What the library should give for a moment, computed in another way: year by year and in 64
+bits."""
 
 import datetime
 import re
@@ -95,7 +96,7 @@ def fields(stamp, zone=None):
 
 
 def uuid_times(seconds, microseconds):
-    """The digits that stand for a moment in a UUID."""
+    """The digits of a moment in a UUID."""
     since_1980 = (seconds - 315532800) % 2**32
     if since_1980 >= 2**31:
         since_1980 -= 2**32

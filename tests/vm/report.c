@@ -1,5 +1,4 @@
-// Asks the library what it makes of the machine that it runs on, and prints one "key=value" per
-// line.
+// Asks the library about the machine that it runs on, and prints one "key=value" per line.
 //
 //     report QUESTION...    now | at SECONDS | host | disks | identity | profile PATH |
 //                           rotation PATH | as-2.6 | as-2.4 | as-user: what the kernel or the
@@ -38,7 +37,7 @@ struct moment {
 
 static const char *release_to_report = NULL;
 
-// Stands in for the C library's, for the library too.
+// Replaces the C library's function, for the library too.
 int uname(struct utsname *host) {
   const long result = syscall(SYS_uname, host);
   if (release_to_report != NULL) strcpy(host->release, release_to_report);

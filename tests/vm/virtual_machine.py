@@ -19,7 +19,7 @@ DISK_SIZES = (16 << 20, 5 << 30, 3 << 40)
 
 
 class Missing(Exception):
-    """What a virtual machine cannot do without."""
+    """Something that a virtual machine needs is missing."""
 
 
 def require(guest):
@@ -104,7 +104,7 @@ def command_of(guest, archive, machine, folder):
         "-machine", f"{machine.chipset},memory-backend=memory", "-m", f"{machine.memory}M",
         "-rtc", f"base={machine.clock},clock=vm",
         "-kernel", os.path.join(guest, "vmlinuz"), "-initrd", initrd,
-        # The kernel makes no words, and a panic ends the machine. What it does not know of its
+        # The kernel prints nothing, and a panic ends the machine. What it does not know of its
         # parameters is in the environment of the first program.
         "-append", f"console=ttyS0 quiet loglevel=0 panic=-1 mitigations=off disks={machine.disks} "
                    f"{machine.kernel_parameters}",

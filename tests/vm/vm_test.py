@@ -29,9 +29,9 @@ def utc(text):
 
 
 # Moments that the clock is set to, with the day in central Europe, written down by hand: after
-# 2100-02-28 the library, to which 2100 is a leap year, is a day behind; its last local second is
-# 2106-02-06 06:28:15, and then it begins again. On a slow host the library is asked up to a minute
-# later, which no day here minds.
+# 2100-02-28 the library, to which 2100 is a leap year, is one day earlier; its last local second
+# is 2106-02-06 06:28:15, and then it begins again. On a slow host the library is asked up to a
+# minute later, which changes no day here.
 MOMENTS = {
     utc("2007-12-31T23:30:00"): "01/01/2008",
     utc("2038-01-19T03:14:04"): "01/19/2038",
@@ -106,7 +106,8 @@ class Machine(unittest.TestCase):
                          online=count, config=count)
 
     def assert_right_now(self, name, rule):
-        """Holds the figures of a present that moved on while they were read against the kernel's clock."""
+        """Compares figures of the present, which went on while they were read, with the kernel's
+        clock."""
         section = self.said(name)
         zone = Zone(rule)
         before, after = (parse_clock(section[key]) for key in ("before", "after"))
@@ -129,7 +130,7 @@ class Machine(unittest.TestCase):
         for key, rest in hosts.items():
             text = section[key]
             self.assertEqual(text[12:], rest, message)
-            # The ticks of 4 microseconds within a second that the low digits can stand for.
+            # The ticks of 4 microseconds within a second that the low digits can mean.
             ticks = range(int(text[8:12], 16), 250000, 65536)
             moments = [(second, tick) for second in range(before[0], after[0] + 1) for tick in ticks]
             times = [uuid_times(second, 4 * tick) for second, tick in moments
@@ -156,7 +157,7 @@ class Machine(unittest.TestCase):
         # The kernel keeps some for itself.
         self.assertGreater(total, (self.memory << 20) * 4 // 5, self.heard("host"))
         self.assertLess(total, self.memory << 20, self.heard("host"))
-        # Over 4 GiB a 32-bit program is told pages, which are taken for bytes.
+        # Over 4 GiB a 32-bit program gets a number of pages, which the library reads as bytes.
         if self.bits == 32 and total >= 2**32:
             total //= 4096
         self.assert_said("host", **{"memory.status": 0}, memory=total >> 20)

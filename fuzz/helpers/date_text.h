@@ -1,17 +1,17 @@
-// The functions that read a date text, held against the fields that it has.
+// Compares the functions that read a date text with the fields that the text should give.
 
-#ifndef ORLA_FUZZ_KIT_DATE_TEXT_H
-#define ORLA_FUZZ_KIT_DATE_TEXT_H
+#ifndef ORLA_FUZZ_HELPERS_DATE_TEXT_H
+#define ORLA_FUZZ_HELPERS_DATE_TEXT_H
 
 #include <orla/time.h>
 
 #include <cstdint>
 #include <optional>
 
-#include "kit/agree.h"
+#include "helpers/agree.h"
 #include "plain/date.h"
 
-// `expected` are the fields of a text that is accepted.
+// `expected` is none for a text that must be rejected.
 inline void check_date_text(const char *text, const std::optional<plain::DateFields> &expected) {
   plain::DateFields read = {-7, -7, -7};
   agree("k7_parse_date", k7_parse_date(text, &read.year, &read.month, &read.day),

@@ -1,7 +1,8 @@
-// A kernel of the input's making, for as long as the object lives. Needs the fakes host and fopen.
+// While the object lives, the kernel's answers are those of the input. Needs the fakes host and
+// fopen.
 
-#ifndef ORLA_FUZZ_KIT_KERNEL_H
-#define ORLA_FUZZ_KIT_KERNEL_H
+#ifndef ORLA_FUZZ_HELPERS_KERNEL_H
+#define ORLA_FUZZ_HELPERS_KERNEL_H
 
 #include <algorithm>
 #include <cstdio>

@@ -1,14 +1,15 @@
-// Memory of exactly the size that a function may touch, so that a sanitizer sees every byte too far.
+// Memory of exactly the size that a function may touch, so that a sanitizer sees every access
+// beyond it.
 
-#ifndef ORLA_FUZZ_KIT_BLOCK_H
-#define ORLA_FUZZ_KIT_BLOCK_H
+#ifndef ORLA_FUZZ_HELPERS_BLOCK_H
+#define ORLA_FUZZ_HELPERS_BLOCK_H
 
 #include <cstddef>
 #include <cstring>
 #include <memory>
 #include <string>
 
-// A buffer for an answer, full of the same character.
+// A buffer for a result, filled with one character.
 class Block {
  public:
   explicit Block(std::size_t size) : size_(size), bytes_(new char[size]) {

@@ -1,14 +1,14 @@
-// What the library answers is held against what the plain way answers; where they differ, both are
-// printed and the program ends.
+// Compares the library's result with that of the plain version; where they differ, it prints both
+// and the program ends.
 
-#ifndef ORLA_FUZZ_KIT_AGREE_H
-#define ORLA_FUZZ_KIT_AGREE_H
+#ifndef ORLA_FUZZ_HELPERS_AGREE_H
+#define ORLA_FUZZ_HELPERS_AGREE_H
 
 #include <cstdio>
 #include <cstdlib>
 #include <string>
 
-// Readable whatever the text holds.
+// A text in readable form, whatever bytes it holds.
 inline std::string shown(const std::string &text) {
   std::string out = "\"";
   for (const char c : text) {

@@ -1,8 +1,8 @@
-// The bytes of one input, cut into what a target asks for. Fields are lines, so that inputs can be read
-// and written by hand.
+// Splits the bytes of one input into the fields that a target needs. Fields are lines, so that
+// inputs can be read and written by hand.
 
-#ifndef ORLA_FUZZ_KIT_INPUT_H
-#define ORLA_FUZZ_KIT_INPUT_H
+#ifndef ORLA_FUZZ_HELPERS_INPUT_H
+#define ORLA_FUZZ_HELPERS_INPUT_H
 
 #include <algorithm>
 #include <cstddef>

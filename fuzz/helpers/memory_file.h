@@ -1,7 +1,7 @@
 // A file that has a path but no disk.
 
-#ifndef ORLA_FUZZ_KIT_MEMORY_FILE_H
-#define ORLA_FUZZ_KIT_MEMORY_FILE_H
+#ifndef ORLA_FUZZ_HELPERS_MEMORY_FILE_H
+#define ORLA_FUZZ_HELPERS_MEMORY_FILE_H
 
 #include <sys/mman.h>
 #include <unistd.h>
@@ -19,7 +19,7 @@ class MemoryFile {
   MemoryFile(const MemoryFile &) = delete;
   MemoryFile &operator=(const MemoryFile &) = delete;
 
-  // Whoever opens it gets a position of his own.
+  // Each open() of the path gets a file position of its own.
   const char *path() const { return path_.c_str(); }
 
   void put(const std::string &bytes) {
