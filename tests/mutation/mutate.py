@@ -132,13 +132,15 @@ def draw(mutant):
 
 def give_tests_their_own_tmp(work):
     """Starts this program again with another /tmp mounted, where that is allowed. Of the old one the sources and
-    `work` stay visible."""
+    `work` stay in sight. The devices that tests write to are mounted over themselves: then no mutant can rename or
+    remove them."""
     if "ORLA_MUTATION_TMP" in os.environ or shutil.which("unshare") is None:
         return
     work.mkdir(parents=True, exist_ok=True)
     kept = [folder for folder in (ROOT, work) if TMP in folder.parents]
     # A folder that is open can still be reached when the mount hides its path.
     steps = [f"exec {number}<{shlex.quote(str(folder))}" for number, folder in enumerate(kept, 3)]
+    steps += [f"mount --bind {device} {device}" for device in ("/dev/full", "/dev/null")]
     steps.append(f"mount -t tmpfs -o size=1g,mode=1777 none {TMP}")
     for number, folder in enumerate(kept, 3):
         path = shlex.quote(str(folder))
