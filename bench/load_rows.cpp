@@ -21,7 +21,7 @@ bench::Body open_and_close(const char *library) {
 const bench::Rows rows([] {
   bench::Table table("Load of the library");
   table.floor("an empty library", open_and_close(ORLA_BENCH_EMPTY));
-  table.floor("the imports of liborla alone", open_and_close(ORLA_BENCH_IMPORTS));
+  table.floor("a library with our imports alone", open_and_close(ORLA_BENCH_IMPORTS));
   table.ours("liborla", open_and_close(ORLA_BENCH_LIBRARY));
 #ifdef ORLA_BENCH_PEERS
   // GLib is none: once loaded it stays, whatever is closed.

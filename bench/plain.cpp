@@ -1,7 +1,7 @@
-// Measures the rows without any other package: fifteen repetitions, each of which goes through all rows, so
-// that a drift of the machine's speed meets all of them. Prints JSON: the median and the fastest of each row.
+// Measures the rows without any other package and prints them as JSON: one round, of which bench/report.py runs
+// many.
 //
-//     PROGRAM [REGEX]    measures only tables with a title that matches
+//     PROGRAM REGEX    measures the tables with a title that matches
 
 #include <algorithm>
 #include <chrono>
@@ -13,25 +13,23 @@
 
 namespace {
 
-constexpr int kRepetitions = 15;
-constexpr double kSecondsPerRepetition = 0.02;
+constexpr double kSecondsPerRow = 0.012;
 
+// The median over the batches: one during which another program had the processor does not count.
 double nanoseconds_per_call(const bench::Row &row) {
   using Clock = std::chrono::steady_clock;
   const auto start = Clock::now();
-  long calls = 0;
+  std::vector<double> batches;
   std::chrono::duration<double> passed{};
   do {
+    const auto before = Clock::now();
     row.body(row.batch);
-    calls += row.batch;
-    passed = Clock::now() - start;
-  } while (passed.count() < kSecondsPerRepetition);
-  return passed.count() * 1e9 / static_cast<double>(calls);
-}
-
-double median(std::vector<double> values) {
-  std::sort(values.begin(), values.end());
-  return values[values.size() / 2];
+    const auto after = Clock::now();
+    batches.push_back(std::chrono::duration<double, std::nano>(after - before).count());
+    passed = after - start;
+  } while (passed.count() < kSecondsPerRow);
+  std::sort(batches.begin(), batches.end());
+  return batches[batches.size() / 2] / static_cast<double>(row.batch);
 }
 
 std::vector<bench::Row> asked_rows(const char *pattern) {
@@ -44,22 +42,15 @@ std::vector<bench::Row> asked_rows(const char *pattern) {
 }  // namespace
 
 int main(int argc, char **argv) {
-  std::vector<bench::Row> rows = asked_rows(argc > 1 ? argv[1] : "");
-  std::vector<std::vector<double>> measured(rows.size());
-  for (bench::Row &row : rows)
+  const char *separator = "[";
+  for (bench::Row &row : asked_rows(argc > 1 ? argv[1] : "")) {
     calibrate(row);
-  for (int i = 0; i < kRepetitions; ++i)
-    for (std::size_t at = 0; at < rows.size(); ++at)
-      measured[at].push_back(nanoseconds_per_call(rows[at]));
-
-  std::printf("[");
-  for (std::size_t at = 0; at < rows.size(); ++at) {
-    const bench::Row &row = rows[at];
     std::printf(
         "%s\n {\"table\": \"%s\", \"role\": \"%s\", \"name\": \"%s\", \"size\": %.0f, "
-        "\"nanoseconds\": %.3f, \"fastest\": %.3f}",
-        at == 0 ? "" : ",", row.table.c_str(), role_name(row.role), row.name.c_str(), row.size,
-        median(measured[at]), *std::min_element(measured[at].begin(), measured[at].end()));
+        "\"nanoseconds\": %.3f}",
+        separator, row.table.c_str(), role_name(row.role), row.name.c_str(), row.size,
+        nanoseconds_per_call(row));
+    separator = ",";
   }
-  std::printf("\n]\n");
+  std::printf("%s\n]\n", *separator == '[' ? "[" : "");
 }
