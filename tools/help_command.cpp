@@ -33,7 +33,7 @@ std::size_t distance(const std::string &a, const std::string &b) {
 }
 
 // "; did you mean ...?" for the one of `words` that is most like `word`; nothing when none is.
-std::string likely(const std::string &word, const std::vector<std::string> &words) {
+std::string suggestion(const std::string &word, const std::vector<std::string> &words) {
   constexpr std::size_t kLongest = 40;  // longer than any name
   if (word.size() < 2 || word.size() > kLongest) return "";
   std::size_t least = std::max<std::size_t>(word.size() / 3, 1) + 1;
@@ -89,12 +89,12 @@ const CLI::App *find_subcommand(const CLI::App &command, const std::string &name
 }
 
 std::string no_subcommand(const CLI::App &command, const std::string &name) {
-  return "there is no subcommand " + in_quotes(name) + likely(name, subcommand_names(command));
+  return "there is no subcommand " + in_quotes(name) + suggestion(name, subcommand_names(command));
 }
 
 std::string no_option(const CLI::App &command, const std::string &name) {
   return "there is no option " + in_quotes(name) +
-         (name.starts_with("--") ? likely(name, option_names(command)) : "");
+         (name.starts_with("--") ? suggestion(name, option_names(command)) : "");
 }
 
 void add_help_command(CLI::App &program, Run &run) {

@@ -4,7 +4,6 @@
 #define ORLA_TOOLS_PROFILE_TEXT_H
 
 #include <cstddef>
-#include <optional>
 #include <string>
 #include <string_view>
 #include <vector>

@@ -75,11 +75,13 @@ class FieldSearch {
   std::string missing_;
 };
 
-std::string json_of_list(const std::vector<std::string> &texts) {
-  std::string out = "[";
-  for (const std::string &text : texts)
-    out += (out.size() > 1 ? "," : "") + json_of_text(text);
-  return out += ']';
+void append_json_list(std::string &out, const std::vector<std::string> &texts) {
+  out += '[';
+  for (const std::string &text : texts) {
+    if (&text != texts.data()) out += ',';
+    append_json(out, text);
+  }
+  out += ']';
 }
 
 }  // namespace
@@ -88,12 +90,12 @@ std::string value_text(const Json &value) {
   return value.is_string() ? value.get<std::string>() : json_text(value, -1);
 }
 
-std::string json_of_text(std::string_view text) {
+void append_json(std::string &out, std::string_view text) {
   const auto is_plain = [](char c) { return c >= ' ' && c <= '~' && c != '"' && c != '\\'; };
-  if (!std::all_of(text.begin(), text.end(), is_plain)) return json_text(Json(text), -1);
-  std::string out;
-  out.reserve(text.size() + 2);
-  return (out += '"').append(text) += '"';
+  if (std::all_of(text.begin(), text.end(), is_plain))
+    out.append(1, '"').append(text).append(1, '"');
+  else
+    out += json_text(Json(text), -1);
 }
 
 void Report::clear() {
@@ -115,9 +117,10 @@ void Report::add_row(std::string_view label, std::string_view value, std::string
   rows_.push_back({visible(label), visible(value), visible(note)});
 }
 
-void Report::add_member(std::string_view key, std::string_view json) {
+// The text that the value of a member of the line of JSON is to be appended to.
+std::string &Report::begin_member(std::string_view key) {
   members_ += members_.empty() ? "{\"" : ",\"";
-  members_.append(key).append("\":").append(json);
+  return members_.append(key).append("\":");
 }
 
 void Report::section(const char *key, const char *title) {
@@ -128,7 +131,7 @@ void Report::section(const char *key, const char *title) {
 
 void Report::list(const char *key, const char *label, const std::vector<std::string> &values,
                   std::string_view note) {
-  if (kept_ == Kept::json_line) return add_member(key, json_of_list(values));
+  if (kept_ == Kept::json_line) return append_json_list(begin_member(key), values);
   if (kept_ != Kept::rows) return row(key, label, Json(values));
   for (const std::string &value : values) {
     const bool first = &value == values.data();
@@ -163,8 +166,8 @@ void Report::missing(const char *key, const char *label, std::string_view reason
     target()[key] = nullptr;
     target()[std::string(key) + "_missing"] = reason;
   } else if (kept_ == Kept::json_line) {
-    add_member(key, "null");
-    add_member(std::string(key) + "_missing", json_of_text(reason));
+    begin_member(key) += "null";
+    append_json(begin_member(std::string(key) + "_missing"), reason);
   } else if (kept_ == Kept::rows) {
     add_row(label, "-", reason);
   }

@@ -28,14 +28,12 @@ std::string value_text(Number number) {
   return {text, std::to_chars(text, text + sizeof text, number).ptr};
 }
 
-// The same as JSON, without the detour of an object of it.
-std::string json_of_text(std::string_view text);
+// Appends the same as JSON, without the detour of an object of it.
+void append_json(std::string &out, std::string_view text);
 template <typename Value>
-std::string json_of(const Value &value) {
-  if constexpr (std::is_convertible_v<Value, std::string_view>)
-    return json_of_text(value);
-  else
-    return value_text(value);
+requires(!std::convertible_to<Value, std::string_view>) void append_json(std::string &out,
+                                                                         const Value &value) {
+  out += value_text(value);
 }
 
 class Report {
@@ -61,7 +59,7 @@ class Report {
     if (kept_ == Kept::values) {
       target()[key] = value;
     } else if (kept_ == Kept::json_line) {
-      add_member(key, json_of(value));
+      append_json(begin_member(key), value);
     } else if (kept_ == Kept::rows) {
       add_row(label, value_text(value), note);
     } else if (std::string *cell = find_cell(key)) {
@@ -111,7 +109,7 @@ class Report {
 
   Json &target() { return section_ == nullptr ? json_ : json_[section_]; }
   std::string *find_cell(std::string_view key);
-  void add_member(std::string_view key, std::string_view json);
+  std::string &begin_member(std::string_view key);
   void add_row(std::string_view label, std::string_view value, std::string_view note);
 
   Kept kept_;

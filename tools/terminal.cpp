@@ -82,7 +82,7 @@ std::size_t usable_width() {
   return (known ? size.ws_col : 80U) - 1U;
 }
 
-// Whether the line stands on the terminal: a signal handler asks for it too.
+// Whether the line stands on the terminal, for the signal handler.
 volatile std::sig_atomic_t progress_is_drawn = 0;
 
 extern "C" void erase_and_end(int signal) {
@@ -176,6 +176,7 @@ void Progress::draw_in_time() {
   const Clock::time_point now = Clock::now();
   if (now < next_) return;
   next_ = now + kBetween;
+  is_drawn_ = true;
   progress_is_drawn = 1;
   std::fprintf(stderr, "%s%s", kEraseLine, line(now).substr(0, usable_width()).c_str());
 }
@@ -190,7 +191,8 @@ std::string Progress::line(Clock::time_point now) const {
 }
 
 void Progress::erase() {
-  if (progress_is_drawn != 0) std::fputs(kEraseLine, stderr);
+  if (is_drawn_) std::fputs(kEraseLine, stderr);
+  is_drawn_ = false;
   progress_is_drawn = 0;
 }
 

@@ -62,6 +62,7 @@ class Progress {
   std::uint64_t total_ = 0;
   std::uint64_t done_ = 0;
   bool is_wanted_ = false;
+  bool is_drawn_ = false;
   Clock::time_point begin_;
   Clock::time_point next_;
 };

@@ -197,31 +197,32 @@ def meson(options):
     run_examples(source / "build", {"LD_LIBRARY_PATH": str(paths.prefix / options.libdir)})
 
 
-def build_from_source(options, by):
+@case
+def fetch_content(options):
     """orla as a part of a product, which installs it with its own, here into lib32."""
-    build = empty_folder(options.scratch.parent / by)
-    configure(options, by, build, f"-DORLA_SOURCE_DIR={options.source}", "-DORLA_INSTALL=ON",
-              "-DCMAKE_INSTALL_LIBDIR=lib32")
+    build = empty_folder(options.scratch.parent / "fetch_content")
+    configure_from_source(options, "FetchContent", build)
     run("cmake", "--build", build)
     run_examples(build)
-    return build
-
-
-@case
-def add_subdirectory(options):
-    build = build_from_source(options, "add_subdirectory")
     prefix = empty_folder(build / "prefix")
     run("cmake", "--install", build, "--prefix", prefix)
-    package = prefix / "lib32/cmake/orla"
     user = build / "user"
-    configure(options, "find_package", user, f"-Dorla_DIR={package}")
+    configure(options, "find_package", user, f"-Dorla_DIR={prefix / 'lib32/cmake/orla'}")
     run("cmake", "--build", user)
     run_examples(user)
 
 
 @case
-def fetch_content(options):
-    build_from_source(options, "FetchContent")
+def add_subdirectory(options):
+    """FetchContent comes to this in the end, so it is not built a second time. Without orla::orla the
+    consumer cannot be configured."""
+    build = empty_folder(options.scratch.parent / "add_subdirectory")
+    configure_from_source(options, "add_subdirectory", build)
+
+
+def configure_from_source(options, by, build):
+    configure(options, by, build, f"-DORLA_SOURCE_DIR={options.source}", "-DORLA_INSTALL=ON",
+              "-DCMAKE_INSTALL_LIBDIR=lib32")
 
 
 @case

@@ -1,6 +1,6 @@
 #!/usr/bin/env python3
-"""Holds the JSON of every command against docs/json.md: every key it prints is documented there with its
-type, and every key documented is printed by one of the calls below."""
+"""Holds the JSON of every command against docs/json.md: every key it prints is documented there with
+its type, and every key documented is printed by one of the calls below."""
 
 import json
 import os

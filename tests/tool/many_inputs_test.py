@@ -135,8 +135,8 @@ class ManyInputs(tool.Tool):
 
 
 class NewUuids(tool.Tool):
-    # With 4 microseconds from call to call, the last 53,392 ticks of a second and the first of the next
-    # have the same time_low in the same order, and some of them the same time_high.
+    # With 4 microseconds from call to call, the last 53,392 ticks of a second and the first of the
+    # next have the same time_low in the same order, and some of them the same time_high.
     COUNT = 120000
 
     def made(self, *arguments):

@@ -1,6 +1,6 @@
 #!/usr/bin/env python3
-"""What the tool does for people: help with examples, colour and progress on a terminal; and what it does
-where its output goes nowhere."""
+"""What the tool does for people: help with examples, colour and progress on a terminal; and what it
+does where its output goes nowhere."""
 
 import os
 import pty

@@ -1,5 +1,5 @@
 #!/usr/bin/env python3
-"""orla profile: values, entries written and taken out, lists, differences, the default path, and lint."""
+"""orla profile: values, entries written and taken out, lists, differences, the default path, lint."""
 
 import fcntl
 import json
@@ -677,7 +677,12 @@ class LintAndQuirks(ProfileCase):
         ("writer returns 1", None, None),
         ("leaves one descriptor", None, None),
         ("Carriage returns vanish", "[M]\r\nK=1\n", "carriage_return"),
-        ("may not be read but written", None, None),
+        ("replaced by one with a single key", None, None),
+        ("cannot write is not noticed", None, None),
+        ("Two writers at once", None, None),
+        ("left mixed by a kill", None, None),
+        ("FIFO as a profile", None, None),
+        ("copied onto itself", None, None),
     )
 
     def rows(self):

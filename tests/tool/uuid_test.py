@@ -57,8 +57,8 @@ class UuidCommand(tool.Tool):
                           "2073-11-13 03:35:31.786832"])
 
     def test_show_dates_moments_past_2100_by_the_gregorian_calendar(self):
-        # 2100-03-05 12:00:00 UTC is 4107931200 seconds since 1970, 3792398400 since 1980: as a signed
-        # number of 32 bits -502568896, and times 250000 over 65535, truncated, -1917175.
+        # 2100-03-05 12:00:00 UTC is 4107931200 seconds since 1970, 3792398400 since 1980: as a
+        # signed number of 32 bits -502568896, and times 250000 over 65535, truncated, -1917175.
         high = (-(502568896 * 250000 // 65535)) % 2**32
         text = f"{high:08x}0000" + EXAMPLE[12:]
         self.assertIn("2100-03-05 12:00:00.000000", self.found("show", text)["instants"])
