@@ -13,23 +13,28 @@
 
 namespace {
 
-constexpr double kSecondsPerRow = 0.012;
+constexpr int kBatches = 12;
 
-// The median over the batches: one during which another program had the processor does not count.
 double nanoseconds_per_call(const bench::Row &row) {
-  using Clock = std::chrono::steady_clock;
-  const auto start = Clock::now();
-  std::vector<double> batches;
-  std::chrono::duration<double> passed{};
-  do {
-    const auto before = Clock::now();
-    row.body(row.batch);
-    const auto after = Clock::now();
-    batches.push_back(std::chrono::duration<double, std::nano>(after - before).count());
-    passed = after - start;
-  } while (passed.count() < kSecondsPerRow);
-  std::sort(batches.begin(), batches.end());
-  return batches[batches.size() / 2] / static_cast<double>(row.batch);
+  const auto start = std::chrono::steady_clock::now();
+  row.body(row.batch);
+  const std::chrono::duration<double, std::nano> passed = std::chrono::steady_clock::now() - start;
+  return passed.count() / static_cast<double>(row.batch);
+}
+
+// Batch by batch over all rows, so that a drift of the machine's speed meets all of them. The median of a row
+// leaves out the batches during which another program had the processor.
+std::vector<double> measured(const std::vector<bench::Row> &rows) {
+  std::vector<std::vector<double>> times(rows.size());
+  for (int i = 0; i < kBatches; ++i)
+    for (std::size_t at = 0; at < rows.size(); ++at)
+      times[at].push_back(nanoseconds_per_call(rows[at]));
+  std::vector<double> medians;
+  for (std::vector<double> &of_row : times) {
+    std::sort(of_row.begin(), of_row.end());
+    medians.push_back(of_row[of_row.size() / 2]);
+  }
+  return medians;
 }
 
 std::vector<bench::Row> asked_rows(const char *pattern) {
@@ -42,15 +47,19 @@ std::vector<bench::Row> asked_rows(const char *pattern) {
 }  // namespace
 
 int main(int argc, char **argv) {
-  const char *separator = "[";
-  for (bench::Row &row : asked_rows(argc > 1 ? argv[1] : "")) {
+  std::vector<bench::Row> rows = asked_rows(argc > 1 ? argv[1] : "");
+  for (bench::Row &row : rows)
     calibrate(row);
+  const std::vector<double> medians = measured(rows);
+
+  std::printf("[");
+  for (std::size_t at = 0; at < rows.size(); ++at) {
+    const bench::Row &row = rows[at];
     std::printf(
         "%s\n {\"table\": \"%s\", \"role\": \"%s\", \"name\": \"%s\", \"size\": %.0f, "
         "\"nanoseconds\": %.3f}",
-        separator, row.table.c_str(), role_name(row.role), row.name.c_str(), row.size,
-        nanoseconds_per_call(row));
-    separator = ",";
+        at == 0 ? "" : ",", row.table.c_str(), role_name(row.role), row.name.c_str(), row.size,
+        medians[at]);
   }
-  std::printf("%s\n]\n", *separator == '[' ? "[" : "");
+  std::printf("\n]\n");
 }

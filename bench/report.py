@@ -26,7 +26,7 @@ import sys
 import time
 
 # Quiet rounds that are wanted, and the seconds after which no further one begins.
-ROUNDS, SECONDS = 15, 180
+ROUNDS, SECONDS = 15, 150
 GROWTH_ROUNDS, GROWTH_SECONDS = 3, 30
 DISTURBED = 1.10  # times the quickest empty call
 
