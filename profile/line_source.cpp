@@ -88,7 +88,8 @@ std::size_t LineSource::read_block() {
 // Adds the `size` characters at end_ to the text, as far as they are visible.
 void LineSource::take_in(std::size_t size) {
   char *stop = end_ + size;
-  // Quirk: a byte 0xFF ends the file.
+  // Quirk: a byte 0xFF ends the file, for it is what EOF becomes in a char. For a caller's own
+  // stream orla_i_cfg_read_line() sees to the same.
   if (auto *last = std::memchr(end_, 0xFF, size)) {
     stop = static_cast<char *>(last);
     ended_ = true;

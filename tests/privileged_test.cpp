@@ -3,6 +3,7 @@
 
 #include <grp.h>
 #include <gtest/gtest.h>
+#include <orla/trace.h>
 #include <sys/stat.h>
 #include <sys/wait.h>
 #include <unistd.h>
@@ -19,7 +20,7 @@
 namespace {
 
 constexpr uid_t kAnybody = 65534;
-constexpr std::size_t kLimit = 4000000;
+constexpr std::size_t kLimit = ORLA_TRACE_ROTATION_SIZE;
 
 // The program, and files that only root may touch. The library is the one in the build folder: the
 // program's run path is followed with the rights that it runs with.

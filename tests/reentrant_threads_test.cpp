@@ -96,7 +96,7 @@ TEST(Threads, TakeInventoryAtOnce) {
             0);
 }
 
-TEST(Threads, ReckonDatesAtOnce) {
+TEST(Threads, ComputeDatesAtOnce) {
   EXPECT_EQ(repeated(kRounds,
                      [](int round) {
                        std::uint16_t date = 0;

@@ -23,7 +23,7 @@
 
 namespace {
 
-constexpr std::size_t kLimit = 4000000;
+constexpr std::size_t kLimit = ORLA_TRACE_ROTATION_SIZE;
 
 void trace(std::string message) { TavTrace(message.data()); }
 

@@ -40,7 +40,7 @@ using testing::HasSubstr;
 using testing::StartsWith;
 
 constexpr const char *kPath = "K7LOG_PATH";
-constexpr std::size_t kLimit = 4000000;
+constexpr std::size_t kLimit = ORLA_TRACE_ROTATION_SIZE;
 
 void trace(std::string message) { TavTrace(message.data()); }
 
@@ -859,8 +859,8 @@ TEST_F(TraceFile, ComparesItsSizeAsAnUnsigned32BitNumber) {
     trace("m\n");
     return renamed;
   };
-  EXPECT_FALSE(rotates_at(4000000));
-  EXPECT_TRUE(rotates_at(4000001));
+  EXPECT_FALSE(rotates_at(kLimit));
+  EXPECT_TRUE(rotates_at(kLimit + 1));
   EXPECT_TRUE(rotates_at(2147483647));
   EXPECT_TRUE(rotates_at(-1));
   if constexpr (sizeof(off_t) == 8) {

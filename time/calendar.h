@@ -24,7 +24,8 @@ inline constexpr std::uint32_t kSecondsPerDay = 86400;
 // Days from 1970-01-01 to 1986-12-28, whose date number is 0.
 inline constexpr std::uint32_t kDateNumberShift = 6205;
 
-// Quirk: every year whose two lowest bits are zero, 1900 and 2100 too; there is no century rule.
+// Quirk: a year is a leap year when 4 divides it, so 1900 and 2100 are. There is no century rule,
+// because the date numbers and stamps that programs have stored were computed without one.
 constexpr bool is_leap_year(std::int32_t year) { return (year & 3) == 0; }
 
 // Lengths and starts of months are computed without a table: to reach one, a library's code must on

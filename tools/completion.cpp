@@ -8,6 +8,7 @@
 #include "profile_file.h"
 #include "profile_lint.h"
 #include "standard_output.h"
+#include "terminal.h"
 #include "whole_file.h"
 
 namespace orla_tool {

@@ -36,8 +36,10 @@ const CLI::App &innermost(const CLI::App &program) {
 
 // Such as "orla profile get".
 std::string path_of(const CLI::App &app) {
-  return app.get_parent() == nullptr ? app.get_name()
-                                     : path_of(*app.get_parent()) + " " + app.get_name();
+  std::string path = app.get_name();
+  for (const CLI::App *above = app.get_parent(); above != nullptr; above = above->get_parent())
+    path.insert(0, above->get_name() + " ");
+  return path;
 }
 
 // What was given and has no meaning here, if anything: first of all an option, as a word after it
@@ -53,7 +55,7 @@ std::string unexpected(const CLI::App &program) {
 }
 
 std::string what_is_wrong(const CLI::App &program, const CLI::ParseError &error) {
-  const std::string text = error.what();
+  std::string text = error.what();
   if (dynamic_cast<const CLI::ArgumentMismatch *>(&error) != nullptr && text.ends_with(" missing"))
     return text.substr(0, text.find(':')) + " needs a value";
   // Something that is missing may have been misspelt.

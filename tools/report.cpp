@@ -25,53 +25,58 @@ std::string names_in(const Json &value) {
   return names;
 }
 
+using Values = std::vector<const Json *>;
+
+// Arrays replaced by their elements.
+Values elements_of(const Values &values) {
+  Values found;
+  for (const Json *value : values) {
+    if (!value->is_array()) found.push_back(value);
+    if (value->is_array())
+      for (const Json &each : *value)
+        found.push_back(&each);
+  }
+  return found;
+}
+
 // Walks a name through a report, and gathers the values that it leads to.
 class FieldSearch {
  public:
-  explicit FieldSearch(std::string name) : name_(std::move(name)) {}
-
-  bool walk(const Json &value, std::string_view rest) {
-    if (value.is_array() && !rest.empty()) return walk_elements(value, rest);
-    if (rest.empty()) return take(value);
-    const std::size_t dot = rest.find('.');
-    std::string step(rest.substr(0, dot));
-    if (step.ends_with("[]")) step.resize(step.size() - 2);
-    const auto found = value.is_object() ? value.find(step) : value.end();
-    if (found == value.end()) return lack(value);
-    if (found->is_null() && value.contains(step + "_missing"))
-      missing_ = name_ + ": " + value[step + "_missing"].get<std::string>();
-    if (!missing_.empty()) return false;
-    return walk(*found, dot == std::string_view::npos ? "" : rest.substr(dot + 1));
+  FieldSearch(const Json &report, std::string name) : name_(std::move(name)), found_({&report}) {
+    std::string_view rest = name_;
+    while (!rest.empty() && missing_.empty()) {
+      const std::size_t dot = std::min(rest.find('.'), rest.size());
+      std::string step(rest.substr(0, dot));
+      if (step.ends_with("[]")) step.resize(step.size() - 2);
+      go(step);
+      rest.remove_prefix(std::min(dot + 1, rest.size()));
+    }
   }
 
-  const std::vector<const Json *> &found() const { return found_; }
+  Values found() const { return elements_of(found_); }
   const std::string &missing() const { return missing_; }
 
  private:
-  bool walk_elements(const Json &array, std::string_view rest) {
-    return std::all_of(array.begin(), array.end(),
-                       [this, rest](const Json &each) { return walk(each, rest); });
-  }
-
-  bool take(const Json &value) {
-    if (value.is_array()) {
-      for (const Json &each : value)
-        found_.push_back(&each);
-    } else {
-      found_.push_back(&value);
+  void go(const std::string &step) {
+    Values next;
+    for (const Json *value : elements_of(found_)) {
+      const auto member = value->is_object() ? value->find(step) : value->end();
+      if (member == value->end()) return lack(*value);
+      if (member->is_null() && value->contains(step + "_missing"))
+        missing_ = name_ + ": " + (*value)[step + "_missing"].get<std::string>();
+      next.push_back(&*member);
     }
-    return true;
+    found_ = next;
   }
 
-  bool lack(const Json &value) {
+  void lack(const Json &value) {
     const std::string names = names_in(value);
     missing_ =
         "the report has no field " + in_quotes(name_) + (names.empty() ? "" : "; it has " + names);
-    return false;
   }
 
   std::string name_;
-  std::vector<const Json *> found_;
+  Values found_;
   std::string missing_;
 };
 
@@ -181,11 +186,9 @@ std::string Report::json_line() const {
 
 std::optional<std::string> Report::field(const std::string &name, bool as_json,
                                          std::string &missing) const {
-  FieldSearch search(name);
-  if (!search.walk(json_, name)) {
-    missing = search.missing();
-    return {};
-  }
+  const FieldSearch search(json_, name);
+  missing = search.missing();
+  if (!missing.empty()) return {};
   std::string text;
   for (const Json *value : search.found())
     text += (as_json ? json_text(*value, -1) : visible(value_text(*value))) + '\n';

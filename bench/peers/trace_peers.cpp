@@ -2,6 +2,7 @@
 
 #include <glog/logging.h>
 #include <nspr.h>
+#include <orla/trace.h>
 #include <spdlog/sinks/rotating_file_sink.h>
 #include <spdlog/spdlog.h>
 
@@ -17,7 +18,8 @@ constexpr const char *kMessage = "KVRCA0001I tavGetMemorySize(): entering.";
 
 spdlog::logger &rotating_logger() {
   static const std::shared_ptr<spdlog::logger> logger = [] {
-    auto made = spdlog::rotating_logger_st("orla", bench::temp_folder().file("spdlog"), 4000000, 1);
+    auto made = spdlog::rotating_logger_st("orla", bench::temp_folder().file("spdlog"),
+                                           ORLA_TRACE_ROTATION_SIZE, 1);
     made->set_pattern("%m/%d/%Y %H:%M:%S %P %v");
     made->flush_on(spdlog::level::info);
     return made;

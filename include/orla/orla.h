@@ -1,5 +1,8 @@
 /** @file
  *  All of orla: includes the header of every family.
+ *
+ *  A program that defines an exported function itself replaces it, also for those calls of the
+ *  library itself that orla(3) lists in "Interposition".
  */
 #ifndef ORLA_ORLA_H
 #define ORLA_ORLA_H

@@ -1,8 +1,8 @@
 #!/usr/bin/env python3
 """Changes one operator, constant, condition, call or statement of the library at a time, in a copy of the
-sources, and runs the tests of the changed unit on i386: tests that are worth something fail then. Of what a
-program may stand in for, one call is bound inside the library; a local is made static, and the tests of
-threads then run under ThreadSanitizer.
+sources, and runs on i386 the tests that docs/architecture.md names for the changed unit: tests that are worth
+something fail then. Where a program can replace a function, one call is bound inside the library; a local is
+made static, and the tests of threads then run under ThreadSanitizer.
 
     mutate.py [--every N] [--parallel N] [--list] [--work FOLDER] [PART...]
 
@@ -36,45 +36,22 @@ import subprocess
 import sys
 import time
 
-import mutants
-
 HERE = pathlib.Path(__file__).resolve().parent
 ROOT = HERE.parent.parent
+sys.path.append(str(ROOT / "tests" / "docs"))
+
+import house  # noqa: E402
+import mutants  # noqa: E402
+
 TMP = pathlib.Path("/tmp")
 LEAST_KILLED = 95  # in 100
 LEAST_COUNTED = 300
 
-# The tests of each unit, the likeliest to notice first. The first prefix that fits is taken. Tests that
-# take long are left out: where they alone would notice, a small one is missing.
-TESTS = (
-    ("inventory/cpu_decode", "inventory_decode_test inventory_processors_test"),
-    ("inventory/CPUCountLinux", "inventory_processors_test failing_calls_test"),
-    ("inventory/getcap", "inventory_capacity_test inventory_processors_test"),
-    ("time/calendar", "time_calendar_test time_exhaustive_test time_text_test"),
-    ("time/date_", "time_text_test"),
-    ("time/", "time_clock_test time_calendar_test time_text_test uuid_generation_test"
-              " trace_test failing_calls_test"),
-    ("uuid/uuid_text", "uuid_text_test"),
-    ("uuid/", "uuid_time_test uuid_order_test uuid_generation_test uuid_text_test"
-              " failing_calls_test"),
-    ("profile/", "profile_reader_test profile_writer_test failing_calls_test"),
-    ("support/ntohl", "byteorder_test"),
-    ("support/token", "token_test"),
-    ("support/orlaslnk", "loader_test failing_calls_test"),
-    ("support/orlamisc", "names_test"),
-    ("base/percent_text", "trace_test time_text_test"),
-    ("base/", "time_clock_test time_text_test profile_writer_test failing_calls_test"),
-    ("support/trace.cpp", "trace_test failing_calls_test"),
-    ("support/trace_stamp", "trace_test failing_calls_test"),
-    ("support/", "trace_test loader_test inventory_capacity_test"),
-    ("companion/", "names_test"),
-)
-INTERFACE = "interposition_test"  # for every unit, as the last
-THREADS = ("inventory_threads_test", "reentrant_threads_test", "uuid_threads_test")
+# The tests of threads, which the table keeps with the longer ones.
+THREADS = tuple(sorted({test for row in house.rows() for test in row.longer_tests if test.endswith("_threads_test")}))
 NOT_FOR_THREADS = ("support/orlamisc.cpp", "support/trace.cpp", "support/trace_stamp.cpp")
 # What the library reaches by its exported name, as orla(3) lists it.
 REACHED = re.findall(r"^\.It Fn (\w+)$", (ROOT / "man" / "orla.3").read_text(encoding="utf-8"), re.M)
-FOLDERS = re.findall(r"^(\w+):", (ROOT / "scripts" / "layers.txt").read_text(encoding="utf-8"), re.M)
 
 CONFIGURATION = (
     "-DCMAKE_BUILD_TYPE=None", "-DORLA_TOOL=OFF", "-DBUILD_TESTING=ON",
@@ -122,7 +99,7 @@ def parse_options():
 
 
 def all_mutants(options):
-    for folder in FOLDERS:
+    for folder in house.FOLDERS:
         for path in sorted((ROOT / folder).glob("*.*")):
             file = path.relative_to(ROOT).as_posix()
             if path.suffix in (".cpp", ".h") and is_asked_for(file, options.parts):
@@ -151,10 +128,6 @@ def chosen(found, every):
 def draw(mutant):
     digest = hashlib.sha256("\n".join(mutant.key).encode()).digest()
     return int.from_bytes(digest[:4], "big")
-
-
-def tests_of(file):
-    return [*next(tests for prefix, tests in TESTS if file.startswith(prefix)).split(), INTERFACE]
 
 
 def give_tests_their_own_tmp(work):
@@ -248,7 +221,7 @@ class Worker:
             return False
 
     def judge(self, mutant):
-        programs = tests_of(mutant.file)
+        programs = house.tests_of(mutant.file)
         cases = [(program, case) for program in programs for case in self.cases_of(program)]
         killers = self.killers[mutant.file]
         cases.sort(key=lambda case: killers.index(case) if case in killers else len(killers))
@@ -327,7 +300,7 @@ def copy_sources(folder):
 
 def aliases_for(name, source):
     """What is added to a copied unit of the library, so that a mutant can call its functions by an alias."""
-    if not name.endswith(".cpp") or pathlib.PurePath(name).parts[0] not in FOLDERS:
+    if not name.endswith(".cpp") or pathlib.PurePath(name).parts[0] not in house.FOLDERS:
         return b""
     return mutants.bound_aliases(source.read_text(encoding="utf-8"), REACHED).encode()
 

@@ -1,5 +1,5 @@
 #!/usr/bin/env python3
-"""Holds the JSON of every command against docs/json.md: every key it prints is documented there with
+"""Holds the JSON of every command against docs/json.md: every key it prints stands there with
 its type, and every key documented is printed by one of the calls below."""
 
 import json

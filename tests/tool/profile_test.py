@@ -1,5 +1,5 @@
 #!/usr/bin/env python3
-"""orla profile: values, entries written and taken out, lists, differences, the default path, lint."""
+"""orla profile: values, entries written and taken out, lists, differences, path, lint."""
 
 import fcntl
 import json

@@ -3,6 +3,7 @@
 
 import os
 import pathlib
+import re
 import resource
 import signal
 import sys
@@ -14,6 +15,8 @@ MODULES = sys.argv.pop(2)
 GOOD_MODULE = os.path.join(MODULES, "liborla-test-good.so")
 UNRESOLVED_MODULE = os.path.join(MODULES, "liborla-test-unresolved.so")
 FALLBACK_FOLDER = os.path.join(MODULES, "liborla-test-fallback_folder.so")
+TRACE_HEADER = pathlib.Path(__file__).parents[2] / "include" / "orla" / "trace.h"
+ROTATION_SIZE = int(re.search(r"define ORLA_TRACE_ROTATION_SIZE (\d+)", TRACE_HEADER.read_text())[1])
 PROVIDER_MODULE = os.path.join(MODULES, "liborla-test-provider.so")
 
 
@@ -160,7 +163,7 @@ class Trace(ToolTest):
         self.assertTrue(self.path.read_text().endswith(" " + "m" * 1022 + "\n"))
 
     def test_tells_that_the_file_was_moved(self):
-        self.path.write_bytes(b"." * 4000000)
+        self.path.write_bytes(b"." * ROTATION_SIZE)
         said = self.json_of("trace", "the last one", K7LIB_VERB="y", K7LOG_PATH=str(self.path))
         self.assertEqual(said["to"], str(self.path) + ".1")
         self.assertFalse(self.path.exists())

@@ -209,6 +209,7 @@ static void answer_rotation(const char *path) {
   message[200 - stamp_length] = '\0';
   setenv("K7LOG_PATH", path, 1);
   orlalib_verbose = 255;
+  printf("limit=%d\n", ORLA_TRACE_ROTATION_SIZE);
   printf("line=%zu\n", (size_t)stamp_length + strlen(next));
   trace_and_print_sizes("at_limit", path, message);
   trace_and_print_sizes("past_limit", path, next);

@@ -197,9 +197,10 @@ class Machine(unittest.TestCase):
                          text="[Main]|Port=7|Host=h||[Other]|A=1|")
 
     def test_trace_file_is_rotated(self):
-        line = int(self.said("rotation")["line"])
-        self.assert_said("rotation", at_limit="4000000 -1", past_limit=f"-1 {4000000 + line}",
-                         rotated=f"{line} {4000000 + line}")
+        said = self.said("rotation")
+        line, limit = int(said["line"]), int(said["limit"])
+        self.assert_said("rotation", at_limit=f"{limit} -1", past_limit=f"-1 {limit + line}",
+                         rotated=f"{line} {limit + line}")
 
 
 class HyperThreading(Machine):
