@@ -1,6 +1,6 @@
-// Loading the library into a program and closing it again, beside others of the same trade and two floors:
-// an empty library, and one that only has the names looked up that ours takes from the C library. This
-// program is not linked with the library.
+// Loading the library into a program and closing it again, beside others of the same trade and two
+// floors: an empty library, and one that only has the names looked up that ours takes from the C
+// library. This program is not linked with the library.
 
 #include <dlfcn.h>
 

@@ -1,5 +1,5 @@
-// Measures the rows without any other package and prints them as JSON: one round, of which bench/report.py runs
-// many.
+// Measures the rows without any other package and prints them as JSON: one round, of which
+// bench/report.py runs many.
 //
 //     PROGRAM REGEX    measures the tables with a title that matches
 
@@ -22,8 +22,8 @@ double nanoseconds_per_call(const bench::Row &row) {
   return passed.count() / static_cast<double>(row.batch);
 }
 
-// Batch by batch over all rows, so that a drift of the machine's speed meets all of them. The median of a row
-// leaves out the batches during which another program had the processor.
+// Batch by batch over all rows, so that a drift of the machine's speed meets all of them. The
+// median of a row leaves out the batches during which another program had the processor.
 std::vector<double> measured(const std::vector<bench::Row> &rows) {
   std::vector<std::vector<double>> times(rows.size());
   for (int i = 0; i < kBatches; ++i)

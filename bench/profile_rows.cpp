@@ -1,5 +1,5 @@
-// Profile files, beside the least that the same work can cost: reading the file and looking through it, and
-// writing a copy of it. A rewrite that goes to a disk wants an idle one.
+// Profile files, beside the least that the same work can cost: reading the file and looking through
+// it, and writing a copy of it. A rewrite that goes to a disk wants an idle one.
 
 #include <fcntl.h>
 #include <orla/profile.h>
@@ -91,7 +91,8 @@ void write_rows() {
   few.ours("writer", rewrite(bench::small_file("rewritten-small.ini"), "General", "Port"));
 }
 
-// The last key of files of 1 KB to 100 MB; how the cost grows. A file is written when it is first read.
+// The last key of files of 1 KB to 100 MB; how the cost grows. A file is written when it is first
+// read.
 void growth_rows() {
   bench::Table table("Growth: profile, by bytes");
   const std::string last = "[Last]\nKey=value\n";

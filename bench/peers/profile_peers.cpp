@@ -1,5 +1,5 @@
-// Profile files of minIni, inih, GLib, SimpleIni and iniparser: each opens the file anew, reads one key, or
-// changes one key and saves the file.
+// Profile files of minIni, inih, GLib, SimpleIni and iniparser: each opens the file anew, reads one
+// key, or changes one key and saves the file.
 
 #define SI_NO_CONVERSION
 #include <SimpleIni.h>
