@@ -325,7 +325,7 @@ TEST(ClockPast2038, IsZeroWhenTheKernelDoesNotAnswerEither) {
   EXPECT_EQ(wek_time_stamp(), 0);
 }
 
-TEST(ClockPast2038, TakesDaylightSavingFromTheFoldedYear) {
+TEST(ClockPast2038, ComputesDaylightSavingByTheFoldedYear) {
   const WithZone zone(kNewYork);
   {
     const ClockPast2038 clock(kSummer2040);
