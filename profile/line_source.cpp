@@ -39,7 +39,10 @@ bool LineSource::fill() {
   while (!ended_) {
     if (!make_room()) return false;
     std::size_t size = read_block();
-    if (!started_ && read_was_full_ && start_again()) size = read_block();
+    if (!started_ && read_was_full_ && start_again()) {
+      const std::size_t again = read_block();
+      if (!failed_) size = again;  // otherwise the first block is still there
+    }
     started_ = true;
     char *const fresh = end_;
     take_in(size);
@@ -70,9 +73,7 @@ bool LineSource::make_room() {
 // Goes back to the start of a file that fills the first block, so that one read takes in most files
 // whole: a rewrite between two reads may move a line back over the place where they meet, and
 // neither would have it. False for a pipe or without memory: then the first block counts.
-bool LineSource::start_again() {
-  return grow(kLargeBlock) && lseek(descriptor_, 0, SEEK_SET) == 0;
-}
+bool LineSource::start_again() { return grow(kLargeBlock) && lseek(descriptor_, 0, SEEK_SET) == 0; }
 
 bool LineSource::grow(std::size_t size) {
   const auto held = static_cast<std::size_t>(end_ - block_.begin());

@@ -38,7 +38,7 @@ namespace {
 // not older than the one before.
 //
 // The kernel does not keep a read and a write of the same bytes apart: a few of a million reads find
-// a mixture. Such a read is repeated, and at most 1 of 4,000 may need that.
+// a mixture. Such a read is repeated; few may need that.
 
 constexpr const char *kDefault = "no value";
 constexpr int kNoNumber = -1;
@@ -82,8 +82,8 @@ struct Course {
   std::atomic<int> repeats = 0;  // reads that were repeated
 };
 
-// Less than a page. The value "A" begins it; the 60 characters more or less that it has move the key
-// Port across byte 2,048, the end of what the readers read first.
+// Less than a page. "A" becomes longer and shorter by 60 characters, which moves "Port" across byte
+// 2,048, where the first read ends.
 std::string two_thirds_of_a_page() {
   std::string file = "[Main]\nA=1\n";
   for (int i = 100; i < 243; ++i)
@@ -174,7 +174,7 @@ class ProfileReadByMany : public testing::Test {
     processes.add([=, this] { return rewrite_all(last); });
     EXPECT_EQ(processes.run(), 0);
     EXPECT_EQ(folder_.read("profile"), three_pages(last));
-    EXPECT_LE(course_.repeats, 5 + course_.values / 4000);
+    EXPECT_LE(course_.repeats, 5 + course_.values / 4000);  // 5 for the short run
     RecordProperty("values", course_.values);
   }
 
@@ -196,7 +196,8 @@ class ProfileReadByMany : public testing::Test {
     for (int i = 0; i < reads; ++i) {
       course_.repeats +=
           orla_cfg_get_private_profile_int("Main", "Port", kNoNumber, path_.c_str()) != 5;
-      orla_cfg_get_private_profile_string("Main", "Port", kDefault, text, sizeof text, path_.c_str());
+      orla_cfg_get_private_profile_string("Main", "Port", kDefault, text, sizeof text,
+                                          path_.c_str());
       course_.repeats += std::strcmp(text, "5") != 0;
     }
     course_.is_over = true;
