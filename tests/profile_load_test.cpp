@@ -37,8 +37,8 @@ namespace {
 // Each key is always there: no reader gives the default. A value must be whole, of one rewrite, and
 // not older than the one before.
 //
-// The kernel does not keep a read and a write of the same bytes apart: a few of a million reads find
-// a mixture. Such a read is repeated; few may need that.
+// The kernel does not keep a read and a write of the same bytes apart: a few of a million reads
+// find a mixture. Such a read is repeated; few may need that.
 
 constexpr const char *kDefault = "no value";
 constexpr int kNoNumber = -1;
