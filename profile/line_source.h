@@ -42,11 +42,13 @@ class LineSource {
  private:
   [[nodiscard]] bool fill();
   [[nodiscard]] bool make_room();
+  [[nodiscard]] bool start_again();
   [[nodiscard]] bool grow(std::size_t size);
   [[nodiscard]] std::size_t read_block();
   void take_in(std::size_t size);
 
   int descriptor_;
+  bool started_ = false;
   bool ended_ = false;
   bool failed_ = false;
   bool read_was_full_ = false;

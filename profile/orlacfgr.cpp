@@ -120,7 +120,7 @@ int orla_i_cfg_read_line(std::FILE *stream, char *line) noexcept {
   constexpr std::size_t kLongest = ORLA_PROFILE_LINE_SIZE - 1;
   std::size_t length = 0;
   for (;;) {
-    // Quirk: the end of the file and a byte 0xFF are the same, as the character is cut to a byte.
+    // Quirk: a byte 0xFF counts as the end of the file. EOF, cut to a byte, is that byte as well.
     const auto c = static_cast<unsigned char>(std::getc(stream));
     if (c == 0xFF) return 0;
     if (c == '\n') break;

@@ -36,7 +36,7 @@ using orla::KeptErrno;
 using orla::TextSink;
 
 constexpr std::size_t kTemporaryPathSize = 256;
-// A file up to this size is copied with one write.
+// A file smaller than this is copied with one write.
 constexpr std::uint64_t kLargestWrite = 1048576;
 // The unit of a file's block count on every file system.
 constexpr std::uint64_t kBytesPerBlock = 512;

@@ -15,6 +15,8 @@
  *
  *  - A byte 0xFF ends the file like its real end: what follows it is invisible and the unfinished
  *    line before it is lost. A rewrite drops both, as it drops a last line without a line feed.
+ *    While it shortens a file, the writer itself puts this byte after the new text for a moment.
+ *    Only orla_i_cfg_read_line() goes on after the byte, at its next call.
  *  - Lines, sections, keys and values have any length. A zero byte in a line is kept when the line
  *    is copied; when the line is read it ends the text, as in any C string.
  *  - Letter case is ignored in section names and keys, for the letters A to Z only. All other bytes
@@ -35,9 +37,13 @@
  *  At the same moment:
  *  - A rewrite overwrites the old text with the new one and then cuts off what is left of the old
  *    one. The file is never empty meanwhile, and a byte 0xFF hides that rest from readers.
- *  - A reader finds the old text or the new one. Where a rewrite moves the text of a file of more
- *    than a page, it can also find the new text up to some point and the old one after it. A
- *    process that is killed during a rewrite leaves the file in one of these states; the whole new
+ *  - A reader mostly finds the old text or the new one. In a file of more than a page (4 KiB) it
+ *    can find the new text up to some point and the old one after it. In a smaller file a mixture
+ *    is rare: a few of a million reads find the two mixed, or the new text cut at the length of the
+ *    old one.
+ *    A key may then be missing, or a value wrong. A caller for whom that matters reads again.
+ *  - A process that is killed during a rewrite leaves the old text or the new one; in a file of
+ *    more than a page also the new one up to some point and the old one after it. The whole new
  *    text is then in /tmp/K7......, and can be copied over the file.
  *  - Nothing is locked. Each of two writers writes the text that it read with its own key changed,
  *    so the other's change is lost; where both copy at the same time the file may be a mixture. Let
@@ -136,10 +142,11 @@ ORLA_EXPORT unsigned orla_cfg_get_private_profile_string(const char *section, co
  *                      a failure. ORLA_DEFAULT_PROFILE_PATH stands for the file that `ORLA_CONFIG`
  *                      names. On a FIFO the call waits until another process has opened its other
  *                      end.
- *  @return    1, or 0 with the file as it was, except in two cases: copy_file() could not open the
- *             temporary copy (the file is empty), or a new file could not be written completely.
- *             What copy_file() cannot write, or cannot read of the temporary copy, is not noticed:
- *             the result is 1, and the file lacks it.
+ *  @return    1 on success, 0 on failure. After a failure the file is as it was, with two
+ *             exceptions: it is empty when copy_file() could not open the temporary copy, and a new
+ *             file that could not be written completely is left as it is.
+ *             Quirk: what copy_file() cannot write to the file, or cannot read of the temporary
+ *             copy, is missing in the file, but the result is 1.
  *  Errors: 0; `errno` says why. When the temporary file cannot be opened by its name, it is left in
  *  /tmp, empty. A file larger than the process may write (RLIMIT_FSIZE) ends it by SIGXFSZ, unless
  *  that signal is ignored or handled.
@@ -189,9 +196,9 @@ ORLA_EXPORT int create_temporary_name(char *name) ORLA_NOEXCEPT;
 
 /** Copies a file byte by byte into another one, which is created or rewritten in place.
  *
- *  The destination is not emptied first: it is overwritten from its start, a file of up to 1 MiB
- *  with one write, and cut to its new length at the end. Until then a byte 0xFF follows the new
- *  content of a file that becomes shorter. A file copied onto itself becomes empty.
+ *  The destination is not emptied first: it is overwritten from its start, with one write for less
+ *  than 1 MiB, and cut to its new length at the end. Until then a byte 0xFF follows the new content
+ *  of a file that becomes shorter. A file copied onto itself becomes empty.
  *
  *  Quirk: a failed write is not noticed, and neither is a failed read, which ends the copy: the
  *  result is 0, and the destination lacks what was not copied.

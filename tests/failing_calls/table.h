@@ -275,11 +275,13 @@ inline const std::vector<Case> &table() {
       {"read", kPassing, {"5"}},
       {"close", {EIO}, {"5"}},
     }},
-    // Without memory for long pieces it is read in short ones.
+    // Without memory for long pieces, or where it cannot go back to the start, it reads on from the
+    // end of the first piece.
     {"orla_cfg_get_private_profile_int", "of a long file", read_int_of_long_profile, "5", {
       {"open", kCannotOpen, {"-1"}},
       {"read", {EIO}, both("-1")},
       {"read", kPassing, both("5")},
+      {"lseek", {ESPIPE}, {"5"}},
       {"realloc", kNoMemory, {"5"}},
       {"close", {EIO}, {"5"}},
     }},
@@ -287,6 +289,7 @@ inline const std::vector<Case> &table() {
       {"open", kCannotOpen, {"-1"}},
       {"read", {EIO}, times(3, "-1")},
       {"read", kPassing, times(3, "5")},
+      {"lseek", {ESPIPE}, {"5"}},
       {"realloc", kNoMemory, {"5", "-1"}},
       {"close", {EIO}, {"5"}},
     }},
@@ -350,6 +353,7 @@ inline const std::vector<Case> &table() {
       {"read", kPassing, times(5, "1, new")},
       {"write", kCannotWrite, {"0, old", "1, empty"}},
       {"write", kPassing, both("1, new")},
+      {"lseek", {ESPIPE}, {"1, new"}},
       // For the lines, for the new text, for the copy.
       {"realloc", kNoMemory, times(3, "1, new")},
       {"statx", {EIO}, times(4, "1, new")},
