@@ -29,7 +29,11 @@ function(orla_hardened target)
   if(ORLA_SANITIZE)
     return()
   endif()
-  set(flags -fstack-protector-strong -fstack-clash-protection)
+  set(flags -fstack-clash-protection)
+  # A builder's own choice is kept, as below.
+  if(NOT "${CMAKE_CXX_FLAGS}" MATCHES "-f(no-)?stack-protector")
+    list(APPEND flags -fstack-protector-strong)
+  endif()
   if(CMAKE_SIZEOF_VOID_P EQUAL 8 AND CMAKE_SYSTEM_PROCESSOR MATCHES "x86_64|AMD64")
     list(APPEND flags -fcf-protection)
   endif()
@@ -56,8 +60,8 @@ function(orla_library_code target)
     $<$<COMPILE_LANGUAGE:CXX>:-fno-exceptions -fno-rtti -fno-threadsafe-statics>)
   target_compile_options(${target} PRIVATE
     "SHELL:-include ${PROJECT_SOURCE_DIR}/cmake/plain_names.h")
-  # Exported functions reach each other through their exported names, so that a program may replace
-  # any of them. GCC does so by default.
+  # The calls that man/orla.3 lists under "Interposition" go through exported names, so that a
+  # program may replace the 31 functions called. GCC does so by default.
   check_cxx_compiler_flag(-fsemantic-interposition ORLA_HAVE_SEMANTIC_INTERPOSITION)
   if(ORLA_HAVE_SEMANTIC_INTERPOSITION)
     target_compile_options(${target} PRIVATE -fsemantic-interposition)

@@ -17,6 +17,7 @@
 #include <cstdint>
 #include <cstdio>
 #include <cstdlib>
+#include <cstring>
 
 #include "base/descriptor.h"
 #include "base/kept_errno.h"
@@ -31,9 +32,11 @@ namespace {
 
 constexpr std::int32_t kSwitchedOn = 255;
 constexpr std::size_t kRotatedPathSize = 1024;
+constexpr std::uint32_t kLargestLeftToOthers = 2 * ORLA_TRACE_ROTATION_SIZE;  // bytes
 
 std::FILE *trace_stream = nullptr;
-int trace_descriptor = -1;  // of the stream last opened; never reset
+int trace_descriptor = -1;           // of the stream last opened; never reset
+char opened_path[kRotatedPathSize];  // of the same stream; cut when it is too long to be rotated
 
 // In a process that runs with another user's rights the variables count as not set: otherwise the
 // user who starts it could have files written and renamed with those rights.
@@ -63,6 +66,7 @@ bool open_trace(const char *path) {
   }
   umask(old_mask);
   trace_descriptor = fileno(trace_stream);
+  std::snprintf(opened_path, sizeof opened_path, "%s", path);
   // Unbuffered: each line is one system call, and nothing is left to flush.
   std::setvbuf(trace_stream, nullptr, _IONBF, 0);
   return true;
@@ -97,12 +101,20 @@ bool is_same_file(const struct statx &one, const struct statx &other) {
          one.stx_dev_minor == other.stx_dev_minor;
 }
 
-// Whether another process has already rotated the open file, which is then at `rotated` or has no
-// name any more. The file at the path is then a new one and must stay.
-bool is_moved_aside(const char *rotated) {
+// Whether there is another file at the path than the open one, which was opened there.
+bool is_replaced(const struct statx &open_file, const char *path) {
+  struct statx at_path;
+  return std::strcmp(path, opened_path) == 0 && identify(AT_FDCWD, path, 0, at_path) &&
+         !is_same_file(open_file, at_path);
+}
+
+// Whether another process has already rotated the open file, which is then at `rotated`, has no
+// name any more, or has another one that somebody gave it. The file at the path is then a new one
+// and must stay.
+bool is_moved_aside(const char *path, const char *rotated) {
   struct statx open_file;
   if (!identify(trace_descriptor, "", AT_EMPTY_PATH, open_file)) return false;
-  if (open_file.stx_nlink == 0) return true;
+  if (open_file.stx_nlink == 0 || is_replaced(open_file, path)) return true;
   struct statx predecessor;
   // On a network file system: another host has replaced the predecessor just now.
   if (!identify(AT_FDCWD, rotated, 0, predecessor)) return errno == ESTALE;
@@ -115,26 +127,31 @@ bool is_locked_elsewhere(const orla::Descriptor &file) {
   return errno == EWOULDBLOCK || errno == EINTR;
 }
 
-// Renames the path, unless another process has done so or is about to.
-void move_aside_once(const char *path, const char *rotated) {
+// Renames the path, unless another process has done so or is about to. Whoever may read the file
+// can hold its lock for good, so a file of more than kLargestLeftToOthers bytes is renamed despite
+// the lock.
+void move_aside_once(const char *path, const char *rotated, std::uint32_t size) {
   // Opened again for the lock: a lock on the trace descriptor would not keep out a parent or a
   // child that shares it.
   const orla::Descriptor file(open(path, O_WRONLY | O_NONBLOCK | O_CLOEXEC));
-  if (!is_locked_elsewhere(file) && !is_moved_aside(rotated)) std::rename(path, rotated);
+  if (is_locked_elsewhere(file) && size <= kLargestLeftToOthers) return;
+  if (!is_moved_aside(path, rotated)) std::rename(path, rotated);
 }
 
-void move_aside(const char *path) {
+void move_aside(const char *path, std::uint32_t size) {
   char rotated[kRotatedPathSize];
   const int length = std::snprintf(rotated, sizeof rotated, "%s.1", path);
   // A path that was cut could name another file, so a file with a longer path grows on, as after a
   // failed rename.
-  if (length < static_cast<int>(sizeof rotated)) move_aside_once(path, rotated);
+  if (length < static_cast<int>(sizeof rotated)) move_aside_once(path, rotated, size);
 }
 
-// Quirk: it renames the file that is at the path now, whichever file is open.
+// Quirk: after a change of K7LOG_PATH it renames the file at the new path, whichever file is open.
 void rotate_if_grown(const char *path) {
-  if (trace_descriptor < 0 || trace_size() <= ORLA_TRACE_ROTATION_SIZE) return;
-  move_aside(path);
+  if (trace_descriptor < 0) return;
+  const std::uint32_t size = trace_size();
+  if (size <= ORLA_TRACE_ROTATION_SIZE) return;
+  move_aside(path, size);
   std::fclose(trace_stream);
   trace_stream = nullptr;
 }

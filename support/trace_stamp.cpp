@@ -21,9 +21,9 @@ constexpr std::size_t kZoneSize = 128;
 // Room for the longest text: a process id has at most 20 digits.
 constexpr std::size_t kTextSize = sizeof "MM/DD/YYYY hh:mm:ss 18446744073709551615 ";
 
-// A stamp and what it was made for; when any of that differs, a new one is made. It is kept because
-// the conversion is by far the most expensive part of a line: where TZ is not set, the C library
-// asks for the status of the zone's file.
+// A stamp, and the second, the process and the zone that it was made for. Lines of the same three
+// share it, because to make one is by far the most expensive part of a line: where TZ is not set,
+// the C library asks for the status of the zone's file.
 struct Stamp {
   bool reusable;
   std::uint32_t seconds;  // since 1970-01-01 00:00:00 UTC

@@ -11,9 +11,9 @@ namespace orla {
 // A second is converted only once, so where TZ is not set a change of the host's zone shows from
 // the next second on. Takes no lock.
 //
-// Quirk: the date counts daylight saving as one hour in every zone, while the time of day uses the
-// true shift. Where that is half an hour, the last half hour of a summer day carries the next day's
-// date.
+// Quirk: for the date, daylight saving is one hour in every zone; for the time of day it is what
+// the zone says. Where the zone says half an hour, the last half hour of a summer day has the next
+// day's date.
 const char *trace_stamp();
 
 }  // namespace orla

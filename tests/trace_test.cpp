@@ -656,6 +656,16 @@ TEST_F(TraceFile, WhoseNameIsGoneIsOnlyClosed) {
   EXPECT_EQ(read(), "of another process\n" + stamp() + "c\n");
 }
 
+TEST_F(TraceFile, WhoseNameIsGoneIsOnlyClosedAfterAChangeOfThePathToo) {
+  fill_to(1000);
+  trace("a\n");
+  std::filesystem::remove(path());
+  folder_.write("other", "other");
+  const WithVariable other(kPath, path("other").c_str());
+  trace(std::string(1000, 'b'));
+  EXPECT_EQ(read("other"), "other");
+}
+
 TEST_F(TraceFile, ThatAnotherProcessIsRotatingIsOnlyClosedAndTriedAgainWithTheNextLine) {
   fill_to(1);
   const int other = open(path().c_str(), O_RDONLY);
@@ -668,6 +678,48 @@ TEST_F(TraceFile, ThatAnotherProcessIsRotatingIsOnlyClosedAndTriedAgainWithTheNe
   close(other);
   trace("b\n");
   EXPECT_THAT(read("trace.1"), testing::EndsWith(stamp() + "a\n" + stamp() + "b\n"));
+}
+
+// A backup or a network file system may have kept a link to it.
+TEST_F(TraceFile, ThatHasAnotherNameAfterTwoRotationsIsOnlyClosed) {
+  fill_to(1000);
+  trace("a\n");
+  std::filesystem::rename(path(), path("backup"));
+  folder_.write("trace", "of another process\n");
+  folder_.write("trace.1", "rotated by another process\n");
+  trace(std::string(1000, 'b'));
+  EXPECT_EQ(read("trace.1"), "rotated by another process\n");
+  trace("c\n");
+  EXPECT_EQ(read(), "of another process\n" + stamp() + "c\n");
+}
+
+// Anybody who may read the file can hold a lock on it for good.
+TEST_F(TraceFile, OfMoreThanTwiceTheLimitIsRotatedWhoeverHoldsTheLock) {
+  folder_.write("trace", "");
+  ASSERT_EQ(truncate(path().c_str(), static_cast<off_t>(2 * kLimit - stamp().size() - 2)), 0);
+  const int reader = open(path().c_str(), O_RDONLY);
+  ASSERT_EQ(flock(reader, LOCK_SH), 0);
+  trace("a\n");
+  EXPECT_EQ(std::filesystem::file_size(path()), 2 * kLimit);
+  EXPECT_FALSE(folder_.holds("trace.1"));
+  ASSERT_EQ(truncate(path().c_str(), static_cast<off_t>(2 * kLimit - stamp().size() - 1)), 0);
+  trace("b\n");
+  EXPECT_FALSE(folder_.holds("trace"));
+  EXPECT_EQ(std::filesystem::file_size(path("trace.1")), 2 * kLimit + 1);
+  close(reader);
+}
+
+TEST_F(TraceFile, OfMoreThanTwiceTheLimitThatAnotherProcessHasRotatedIsOnlyClosed) {
+  trace("a\n");
+  ASSERT_EQ(truncate(path().c_str(), static_cast<off_t>(2 * kLimit)), 0);
+  std::filesystem::rename(path(), path("trace.1"));
+  folder_.write("trace", "of another process\n");
+  const int reader = open(path().c_str(), O_RDONLY);
+  ASSERT_EQ(flock(reader, LOCK_SH), 0);
+  trace("b\n");
+  EXPECT_EQ(read(), "of another process\n");
+  EXPECT_EQ(std::filesystem::file_size(path("trace.1")), 2 * kLimit + stamp().size() + 2);
+  close(reader);
 }
 
 // Whether a line that takes the file past the limit moves it aside.
@@ -690,7 +742,8 @@ class TraceRotation : public TraceFile {
     return rotates();
   }
 
-  // The status of the open file, whose path is empty, or of the predecessor.
+  // The status of the open file, which is asked for without a path, of the file at the path, or of
+  // the predecessor.
   bool rotates_when_identifying_fails_with(int error, const std::string &failing_path) {
     const With statx(fake_statx, [&](int folder, const char *asked, int flags, unsigned mask,
                                      struct statx *out) {
@@ -736,8 +789,10 @@ TEST_F(TraceRotation, GoesOnWhenItCannotBeToldWhoseFileIsWhere) {
     std::filesystem::remove(path("trace.1"));
   }
   for (const int error : {EIO, ENOSYS, ESTALE}) {
-    EXPECT_TRUE(rotates_when_identifying_fails_with(error, "")) << error;
-    std::filesystem::remove(path("trace.1"));
+    for (const std::string &failing : {std::string(), path()}) {
+      EXPECT_TRUE(rotates_when_identifying_fails_with(error, failing)) << error;
+      std::filesystem::remove(path("trace.1"));
+    }
   }
 }
 
@@ -747,9 +802,9 @@ TEST_F(TraceRotation, TellsFilesApartByTheirDeviceToo) {
     fill_to(1);
     const With statx(fake_statx, [&](int folder, const char *asked, int flags, unsigned mask,
                                      struct statx *out) {
-      const bool of_the_open_file = *asked == '\0';
-      fake_statx.real(folder, of_the_open_file ? asked : path().c_str(), flags, mask, out);
-      if (of_the_open_file) return 0;
+      const bool of_the_predecessor = asked == path("trace.1");
+      fake_statx.real(folder, of_the_predecessor ? path().c_str() : asked, flags, mask, out);
+      if (!of_the_predecessor) return 0;
       if (part == 0) ++out->stx_ino;
       if (part == 1) ++out->stx_dev_major;
       if (part == 2) ++out->stx_dev_minor;

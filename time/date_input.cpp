@@ -71,7 +71,8 @@ std::int32_t two_digits(const char *text) {
 [[nodiscard]] bool scan_old(const char *text, std::int32_t *year, std::int32_t *month,
                             std::int32_t *day) {
   const orla::KeptErrno kept;
-  // Quirk: a number beyond an int is the nearest int where a long has 32 bits, else its low bits.
+  // Quirk: a number beyond an int is read as the low 32 bits of the nearest long, which are the
+  // nearest int where a long has 32 bits.
   if (std::sscanf(text, "%d %d %d", year, month, day) != 3 &&
       std::sscanf(text, "%d/%d/%d", year, month, day) != 3) {
     return false;

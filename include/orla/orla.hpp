@@ -203,7 +203,8 @@ class stamp : public detail::ordered<stamp> {
   constexpr std::uint32_t key() const noexcept { return seconds_; }
   /** Its UTC day. */
   constexpr date day() const noexcept { return date::from_days(seconds_ / 86400); }
-  /** Its UTC fields: those of wek_gmtime(), from 2100-02-29 on a day behind the Gregorian date. */
+  /** Its UTC fields: those of wek_gmtime(), a day behind the Gregorian date from the Gregorian
+   *  2100-03-01 on, which they show as 2100-02-29. */
   constexpr std::tm utc() const noexcept {
     const date::civil civil = day().fields();
     std::tm fields{};

@@ -296,7 +296,7 @@ ORLA_EXPORT void orla_strptime(const char *text, const char *format,
  *  the day exists in its month is not checked; data_to_date() does that.
  *
  *  In the old mode a number beyond an `int` is read as the C library does: on 32-bit hosts as the
- *  nearest `int`, on 64-bit hosts as its low 32 bits.
+ *  nearest `int`, on 64-bit hosts as the low 32 bits of the nearest `long`.
  *
  *  @param[in]  text   cstr.
  *  @param[out] year   years since 1900.

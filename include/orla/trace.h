@@ -14,7 +14,8 @@
  *  Once the file has grown past ORLA_TRACE_ROTATION_SIZE bytes it is renamed to its path with ".1"
  *  after it, in place of an earlier one, and the next line starts a new file. Processes may share a
  *  trace file: one of them renames it, and the others continue in the new file with their next
- *  lines.
+ *  lines. While somebody holds a lock on the file (flock()) it is not renamed until it has more
+ *  than twice as many bytes.
  *
  *  | variable     | read                       | effect                                       |
  *  | ------------ | -------------------------- | -------------------------------------------- |

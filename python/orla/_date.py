@@ -22,9 +22,9 @@ class Date:
     gives "MM/DD/YYYY".
 
     Dates are in the order of time and can be keys of a dict. A date plus or minus a number of
-    days is a date; the difference of two dates is a number of days. From 2100-03-01 on both
-    count one day more than datetime.date does. InvalidValue for a day that does not exist and
-    for one out of this range."""
+    days is a date; the difference of two dates is a number of days. From a day up to 2100-02-28
+    to one after 2100-02-29 both count one day more than datetime.date does. InvalidValue for a
+    day that does not exist and for one out of this range."""
 
     year: int
     month: int

@@ -23,6 +23,8 @@ LARGEST_LIBRARY = 64 << 10  # bytes, stripped
 # the library calls, by its plain name.
 MAY_BE_FORTIFIED = {"memcpy", "memmove", "memset", "snprintf", "sprintf", "stpcpy", "strcpy",
                     "strncpy"}
+# The units that call fprintf() or printf(), which a program may replace as well.
+NOT_FORTIFIED = {"support/orlaslnk.cpp", "support/trace.cpp", "time/date_output.cpp"}
 
 
 def output_of(*command):
@@ -59,7 +61,7 @@ def faults_of_file(readelf, path, is_library):
 
 def faults_of_commands(build, is_64_bit):
     """What is missing in the commands that compiled the libraries and the tool."""
-    wanted = ["-fstack-protector-strong", "-fstack-clash-protection", "-D_FORTIFY_SOURCE=2"]
+    wanted = ["-fstack-clash-protection"]
     if is_64_bit:
         wanted.append("-fcf-protection")
     commands = json.loads((build / "compile_commands.json").read_text(encoding="utf-8"))
@@ -72,6 +74,18 @@ def faults_of_commands(build, is_64_bit):
         for flag in wanted:
             if flag not in words:
                 yield f"{each['file']} is compiled without {flag}"
+        guard = last_of(words, r"-f(no-)?stack-protector(-\w+)?")
+        if guard not in ("-fstack-protector-strong", "-fstack-protector-all"):
+            yield f"{each['file']} is compiled with {guard} as the last word on guarded stacks"
+        fortified = last_of(words, r"-[DU]_FORTIFY_SOURCE(=\d+)?")
+        is_exempt = "/".join(pathlib.Path(each["file"]).parts[-2:]) in NOT_FORTIFIED
+        if fortified != ("-U_FORTIFY_SOURCE" if is_exempt else "-D_FORTIFY_SOURCE=2"):
+            yield f"{each['file']} is compiled with {fortified} as the last word on fortified calls"
+
+
+def last_of(words, pattern):
+    """The last of the words that match: the one that counts."""
+    return next((word for word in reversed(words) if re.fullmatch(pattern, word)), "nothing")
 
 
 def starts_with_landing_mark(readelf, library):

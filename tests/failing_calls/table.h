@@ -408,9 +408,9 @@ inline const std::vector<Case> &table() {
       {"open", {EMFILE, EACCES, ENOENT}, {"rotated, with it"}},
       {"flock", {EWOULDBLOCK, EINTR}, {"goes on, with it, earlier"}},
       {"flock", {ENOLCK, EOPNOTSUPP, ENOSYS}, {"rotated, with it"}},
-      // Of the open file, of the predecessor.
-      {"statx", {EIO, ENOSYS}, both("rotated, with it")},
-      {"statx", {ESTALE}, {"rotated, with it", "goes on, with it, earlier"}},
+      // Of the open file, of the file at the path, of the predecessor.
+      {"statx", {EIO, ENOSYS}, {"rotated, with it", "rotated, with it", "rotated, with it"}},
+      {"statx", {ESTALE}, {"rotated, with it", "rotated, with it", "goes on, with it, earlier"}},
       {"rename", {EACCES, ENOSPC}, {"goes on, with it, earlier"}},
       {"close", {EIO}, {"rotated, with it"}},
       {"fclose", {EIO, ENOSPC}, {"rotated, with it"}},
@@ -425,7 +425,7 @@ inline const std::vector<Case> &table() {
       {"lseek", {ESPIPE}, {"goes on, with it, earlier"}},
       {"open", {EMFILE}, {"rotated, with it"}},
       {"flock", {EWOULDBLOCK}, {"goes on, with it, earlier"}},
-      {"statx", {EIO}, both("rotated, with it")},
+      {"statx", {EIO}, {"rotated, with it", "rotated, with it", "rotated, with it"}},
       {"rename", {EACCES}, {"goes on, with it, earlier"}},
       {"close", {EIO}, {"rotated, with it"}},
       {"fclose", {EIO}, {"rotated, with it"}},
