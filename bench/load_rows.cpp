@@ -1,5 +1,5 @@
-// Loading the library into a program and closing it again, compared with similar libraries and with
-// two floors: an empty library, and one that only imports the names that ours takes from the C
+// Loading the library into a program and closing it again, beside others of the same trade and two
+// floors: an empty library, and one that only has the names looked up that ours takes from the C
 // library. This program is not linked with the library.
 
 #include <dlfcn.h>
@@ -21,7 +21,7 @@ bench::Body open_and_close(const char *library) {
 const bench::Rows rows([] {
   bench::Table table("Load of the library");
   table.floor("an empty library", open_and_close(ORLA_BENCH_EMPTY));
-  table.floor("the imports of liborla alone", open_and_close(ORLA_BENCH_IMPORTS));
+  table.floor("a library with our imports alone", open_and_close(ORLA_BENCH_IMPORTS));
   table.ours("liborla", open_and_close(ORLA_BENCH_LIBRARY));
 #ifdef ORLA_BENCH_PEERS
   // GLib is not measured: once loaded it stays loaded.

@@ -1,8 +1,7 @@
-// Measures the rows without any other package: fifteen repetitions, each of which goes through all
-// rows, so that a change of the machine's speed affects all of them. Prints JSON: the median and
-// the fastest of each row.
+// Measures the rows without any other package and prints them as JSON: one round, of which
+// bench/report.py runs many.
 //
-//     PROGRAM [REGEX]    measures only tables with a title that matches
+//     PROGRAM REGEX    measures the tables with a title that matches
 
 #include <algorithm>
 #include <chrono>
@@ -14,25 +13,28 @@
 
 namespace {
 
-constexpr int kRepetitions = 15;
-constexpr double kSecondsPerRepetition = 0.02;
+constexpr int kBatches = 12;
 
 double nanoseconds_per_call(const bench::Row &row) {
-  using Clock = std::chrono::steady_clock;
-  const auto start = Clock::now();
-  long calls = 0;
-  std::chrono::duration<double> passed{};
-  do {
-    row.body(row.batch);
-    calls += row.batch;
-    passed = Clock::now() - start;
-  } while (passed.count() < kSecondsPerRepetition);
-  return passed.count() * 1e9 / static_cast<double>(calls);
+  const auto start = std::chrono::steady_clock::now();
+  row.body(row.batch);
+  const std::chrono::duration<double, std::nano> passed = std::chrono::steady_clock::now() - start;
+  return passed.count() / static_cast<double>(row.batch);
 }
 
-double median(std::vector<double> values) {
-  std::sort(values.begin(), values.end());
-  return values[values.size() / 2];
+// Batch by batch over all rows, so that a drift of the machine's speed meets all of them. The
+// median of a row leaves out the batches during which another program had the processor.
+std::vector<double> measured(const std::vector<bench::Row> &rows) {
+  std::vector<std::vector<double>> times(rows.size());
+  for (int i = 0; i < kBatches; ++i)
+    for (std::size_t at = 0; at < rows.size(); ++at)
+      times[at].push_back(nanoseconds_per_call(rows[at]));
+  std::vector<double> medians;
+  for (std::vector<double> &of_row : times) {
+    std::sort(of_row.begin(), of_row.end());
+    medians.push_back(of_row[of_row.size() / 2]);
+  }
+  return medians;
 }
 
 std::vector<bench::Row> asked_rows(const char *pattern) {
@@ -46,21 +48,18 @@ std::vector<bench::Row> asked_rows(const char *pattern) {
 
 int main(int argc, char **argv) {
   std::vector<bench::Row> rows = asked_rows(argc > 1 ? argv[1] : "");
-  std::vector<std::vector<double>> measured(rows.size());
   for (bench::Row &row : rows)
     calibrate(row);
-  for (int i = 0; i < kRepetitions; ++i)
-    for (std::size_t at = 0; at < rows.size(); ++at)
-      measured[at].push_back(nanoseconds_per_call(rows[at]));
+  const std::vector<double> medians = measured(rows);
 
   std::printf("[");
   for (std::size_t at = 0; at < rows.size(); ++at) {
     const bench::Row &row = rows[at];
     std::printf(
         "%s\n {\"table\": \"%s\", \"role\": \"%s\", \"name\": \"%s\", \"size\": %.0f, "
-        "\"nanoseconds\": %.3f, \"fastest\": %.3f}",
+        "\"nanoseconds\": %.3f}",
         at == 0 ? "" : ",", row.table.c_str(), role_name(row.role), row.name.c_str(), row.size,
-        median(measured[at]), *std::min_element(measured[at].begin(), measured[at].end()));
+        medians[at]);
   }
   std::printf("\n]\n");
 }

@@ -1,18 +1,20 @@
 #!/usr/bin/env python3
-"""Runs the measuring programs and reports what they say, table by table.
+"""Runs the measuring programs and reports what they say: first the goals, met or missed.
 
     report.py --google PROGRAM... --plain PROGRAM... [--json FILE] [--markdown FILE] [--plot FOLDER]
               [--filter REGEX]
 
-Measures the tables whose titles match REGEX. Programs behind --google measure x86-64, with the peers; those
-behind --plain i386. Every figure is a median of fifteen repetitions, in nanoseconds; against the goals the
-fastest repetitions stand beside the medians. A table whose rows have sizes is reported as growth: time by size,
-and the exponent of the power law that fits best. --markdown replaces what stands behind the mark in FILE, or
-writes a new one.
+Programs behind --google measure x86-64, with the peers; those behind --plain i386. Measures the tables
+whose titles match REGEX, in rounds: in each, every program measures every row once. A round in which an
+empty call took over a tenth longer than in the quickest one is repeated, until there are enough quiet
+ones or the time for it is over. Figures are medians over the rounds, in nanoseconds. A table
+whose rows have sizes is reported as growth: time by size, and the exponent of the power law that fits
+best. --markdown replaces what stands behind the mark in FILE, or writes a new one. --plot draws charts.
 """
 
 import argparse
 import datetime
+import html
 import json
 import math
 import pathlib
@@ -21,32 +23,41 @@ import re
 import statistics
 import subprocess
 import sys
+import time
 
-REPETITIONS = 15
+# Quiet rounds that are wanted, and the seconds after which no further one begins.
+ROUNDS, SECONDS = 15, 150
+GROWTH_ROUNDS, GROWTH_SECONDS = 3, 30
+DISTURBED = 1.10  # times the quickest empty call
+
+X86_64, I386 = "x86-64", "i386"
 GROWTH = "Growth: "
-# What we aim at: nanoseconds, or how often a floor that is named.
-GOALS = {
-    "UUID: generate": (1.3, "gettimeofday"),
-    "UUID: encode": (3, None),
-    "UUID: decode": (5, None),
-    "UUID: compare": (2, None),
-    "UUID: hash": (1.5, None),
-    "Date number to text": (5, None),
-    "Text to date number": (6, None),
-    "Fields from a date number": (3, None),
-    "Date number from fields": (2, None),
-    "Traced line, TZ set": (1.25, "write + fstat"),
-    "Traced line, TZ not set": (1.25, "write + fstat"),
-    "Untraced service: memory": (1.02, "sysinfo"),
-    "Profile: a key near the end of 10,000": (3, "read, one memmem"),
-    "Profile: a key of 20 lines": (1.3, "open, read, close"),
-    "Profile: rewrite one key of 10,000": (2, "write a copy, rename"),
-    "Profile: rewrite one key of 20 lines": (1.5, "write a copy, rename"),
-    "Token out of a line": (1.2, "strchr, twice, and a copy"),
-    "Symbol lookup": (1.1, "dlsym"),
-    "Processor count": (1.1, "get_nprocs_conf, cpuid twice"),
-    "Load of the library": (1.2, "an empty library"),
-}
+REFERENCE = "An empty call"  # its table, and the row of that name in others
+CALL = ["an empty call"]
+LINE = ["write + fstat + getpid"]
+COPY = ["write a copy, rename"]
+# What we aim at: how often the dearest of the floors; on x86-64, on i386. Ours are the exported functions' rows.
+GOALS = [
+    ("UUID: compare", 1.9, 2, CALL),
+    ("UUID: hash", 1.4, 1.4, CALL),
+    ("Date number from fields", 1.7, 2.2, CALL),
+    ("UUID: encode", 2, 2, ["copy of 37 bytes", "an empty call"]),
+    ("UUID: decode", 4, 4, CALL),
+    ("Date number to text", 2, 3, CALL),
+    ("Text to date number", 3.6, 6, CALL),
+    ("UUID: generate", 1.25, 1.25, ["gettimeofday"]),
+    ("Traced line, TZ set", 1.25, 1.25, LINE),
+    ("Traced line, TZ not set", 1.25, 1.25, LINE),
+    ("Profile: a key near the end of 10,000", 1.1, 1.3, ["read, one memmem"]),
+    ("Profile: a key of 20 lines", 1.15, 1.15, ["open, read, close"]),
+    ("Profile: rewrite one key of 20 lines", 0.7, 0.7, COPY),
+    ("Profile: rewrite one key of 10,000", 0.8, 0.8, COPY),
+    ("Token out of a line", 1.2, 1.2, ["strchr, strnlen, memchr and a copy"]),
+    ("Symbol lookup", 1.1, 1.1, ["dlsym"]),
+    ("Untraced service: memory", 1.03, 1.03, ["sysinfo"]),
+    ("Processor count", 1.1, 1.1, ["get_nprocs_conf, cpuid twice"]),
+    ("Load of the library", 1.2, 1.2, ["a library with our imports alone"]),
+]
 # Rows of orla.hpp, which calls nothing, and what they are to cost against the best that is inline too.
 HEADER = "orla.hpp"
 HEADER_GOALS = [
@@ -55,7 +66,22 @@ HEADER_GOALS = [
     ("UUID: hash", "orla.hpp: std::hash, inline", 1.1, "Abseil, inline"),
     ("Date number from fields", "orla.hpp, inline", 1.1, "std::chrono with ok(), inline"),
 ]
+# Each file with a chart: its title and its tables.
+CHARTS = {
+    "uuid": ("UUIDs", ["UUID: generate", "UUID: encode", "UUID: decode", "UUID: compare", "UUID: hash"]),
+    "text": ("Dates and tokens", ["Date number to text", "Text to date number", "Date number from fields",
+                                  "Token out of a line"]),
+    "profile": ("Profiles", ["Profile: a key of 20 lines", "Profile: a key near the end of 10,000",
+                             "Profile: rewrite one key of 20 lines", "Profile: rewrite one key of 10,000"]),
+    "trace": ("Trace", ["Traced line, TZ set", "Traced line, TZ not set", "Untraced service: memory"]),
+    "system": ("Libraries and processors", ["Symbol lookup", "Load of the library", "Processor count"]),
+}
+ROLES = ["floor", "ours", "peer"]
+COLOURS = {"floor": "#999", "ours": "#17b", "peer": "#e94"}
 MARK = "<!-- Behind this mark stands what scripts/bench --markdown wrote. -->\n"
+
+
+# ---- Measuring -------------------------------------------------------------------------------------
 
 
 def titles_of(program):
@@ -70,25 +96,73 @@ def any_of(titles):
 
 
 def google_rows(program, titles):
-    """Rows of a program that measures by Google Benchmark."""
-    command = [program, f"--benchmark_repetitions={REPETITIONS}", "--benchmark_min_time=0.05",
+    """Rows of a program that measures by Google Benchmark: the median of twelve repetitions of a millisecond."""
+    command = [program, "--benchmark_repetitions=12", "--benchmark_min_time=0.0005",
                "--benchmark_enable_random_interleaving=true", "--benchmark_format=json",
                f"--benchmark_filter={any_of(titles)}[|]"]
     answer = subprocess.run(command, stdout=subprocess.PIPE, stderr=subprocess.DEVNULL, check=True)
-    times = {}
     for run in json.loads(answer.stdout)["benchmarks"]:
-        if run["run_type"] == "iteration":
-            times.setdefault(run["run_name"], []).append(run["real_time"])
-    for name, values in times.items():
-        table, role, row, size = name.split("|")
-        yield {"table": table, "role": role, "name": row, "size": int(size),
-               "nanoseconds": round(statistics.median(values), 3), "fastest": round(min(values), 3)}
+        if run.get("aggregate_name") == "median":
+            table, role, name, size = run["run_name"].split("|")
+            yield {"table": table, "role": role, "name": name, "size": int(size), "nanoseconds": run["real_time"]}
 
 
 def plain_rows(program, titles):
     """Rows of a program that measures by itself."""
     answer = subprocess.run([program, any_of(titles) + "$"], stdout=subprocess.PIPE, check=True)
     return json.loads(answer.stdout)
+
+
+def one_round(asked, titles):
+    """What each row took, in nanoseconds, by architecture, table, role, name and size."""
+    took = {}
+    for architecture, programs, rows_of in ((X86_64, asked.google, google_rows), (I386, asked.plain, plain_rows)):
+        for program in programs:
+            for row in rows_of(program, titles):
+                key = (architecture, row["table"], row["role"], row["name"], row["size"])
+                took[key] = row["nanoseconds"]
+    return took
+
+
+def empty_call(took, architecture):
+    return statistics.median(value for key, value in took.items() if key[0] == architecture and key[3] in CALL)
+
+
+def slowness(rounds):
+    """For each round, how often the least that an empty call took in any; of the architectures the worse."""
+    architectures = {key[0] for key in rounds[0]}
+    least = {a: min(empty_call(took, a) for took in rounds) for a in architectures}
+    return [max(empty_call(took, a) / least[a] for a in architectures) for took in rounds]
+
+
+def measure(asked, titles, wanted, seconds):
+    """Enough quiet rounds, else the quickest; and in words how quiet it was."""
+    rounds, quiet, end = [], 0, time.monotonic() + seconds
+    while quiet < wanted and (len(rounds) < 2 or time.monotonic() < end):
+        rounds.append(one_round(asked, titles))
+        slow = slowness(rounds)
+        quiet = sum(value <= DISTURBED for value in slow)
+        print(f"\rround {len(rounds)}, {quiet} of {wanted} quiet ", end="", file=sys.stderr, flush=True)
+    print(file=sys.stderr)
+    kept = sorted(range(len(rounds)), key=lambda at: slow[at])[:wanted]
+    if quiet < wanted:
+        words = (f"the machine did not become quiet: {quiet} of {len(rounds)} rounds were; the {len(kept)} with the "
+                 f"quickest empty calls count, which took up to {slow[kept[-1]]:.2f} times the least")
+    elif len(rounds) == wanted:
+        words = f"{wanted}, all quiet"
+    else:
+        words = f"{wanted} quiet ones of {len(rounds)}; the others were disturbed, and repeated"
+    return [rounds[at] for at in kept], words
+
+
+def by_table(rounds):
+    """Architecture, then title, to rows: role, name, size, what each round took, and the median of that."""
+    tables = {}
+    for architecture, table, role, name, size in rounds[0]:
+        times = [took[architecture, table, role, name, size] for took in rounds]
+        row = {"role": role, "name": name, "size": size, "times": times, "nanoseconds": statistics.median(times)}
+        tables.setdefault(architecture, {}).setdefault(table, []).append(row)
+    return tables
 
 
 def processor():
@@ -103,113 +177,143 @@ def compiler():
     return answer.stdout.splitlines()[0]
 
 
-def by_table(rows):
-    tables = {}
-    for row in rows:
-        tables.setdefault(row["table"], []).append(row)
-    return tables
+# ---- Goals -----------------------------------------------------------------------------------------
+
+
+def dearest(rows):
+    return max(rows, key=lambda row: row["nanoseconds"], default=None)
+
+
+def goal_lines():
+    """Title, what is held against it as a test of a row, limit by architecture, names of the floors."""
+    for title, limit, limit_i386, floors in GOALS:
+        yield (title, title, lambda row: row["role"] == "ours" and not row["name"].startswith(HEADER),
+               {X86_64: limit, I386: limit_i386}, floors)
+    for title, name, limit, peer in HEADER_GOALS:
+        yield (f"{title}, {name}", title, lambda row, name=name: row["name"] == name,
+               {X86_64: limit, I386: limit}, [peer])
+
+
+def verdict(rows, is_ours, limit, floors):
+    """Ratio of the medians, between which ratios half of the rounds were, and whether the goal is met; or nothing."""
+    ours = dearest(row for row in rows if is_ours(row))
+    floor = dearest(row for row in rows if row["name"] in floors)
+    if ours is None or floor is None:
+        return ""
+    ratio = ours["nanoseconds"] / floor["nanoseconds"]
+    each = sorted(a / b for a, b in zip(ours["times"], floor["times"]))
+    low, _, high = statistics.quantiles(each, n=4, method="inclusive")
+    return f"{ratio:.2f} ({low:.2f}–{high:.2f}) " + ("met" if ratio <= limit else "**missed**")
+
+
+def goals_table(measured):
+    lines, cells = [], {architecture: [] for architecture in measured}
+    for label, title, is_ours, limits, floors in goal_lines():
+        for architecture, tables in measured.items():
+            cells[architecture].append(verdict(tables.get(title, []), is_ours, limits[architecture], floors))
+        line = [cells[architecture][-1] for architecture in measured]
+        limit = " / ".join(f"{value}x" for value in dict.fromkeys(limits[a] for a in measured))
+        if any(line):
+            lines.append(f"| {label} | {limit} {' or '.join(floors)} | " + " | ".join(line) + " |")
+    counts = [f"{architecture} meets {sum(cell.endswith(' met') for cell in of)} of {sum(map(bool, of))}"
+              for architecture, of in cells.items()]
+    head = ["### Goals", "", "; ".join(counts) + ".", "", "| | at most | " + " | ".join(measured) + " |",
+            "|---|---|" + "---|" * len(measured)]
+    return "\n".join(head + lines) + "\n" if lines else ""
+
+
+# ---- All figures -----------------------------------------------------------------------------------
 
 
 def nanoseconds(value):
     return f"{value:,.1f}" if value < 1000 else f"{value:,.0f}"
 
 
-def exported(rows):
-    """Our rows that call the library."""
-    return [r for r in rows if r["role"] == "ours" and not r["name"].startswith(HEADER)]
+def ordered(rows):
+    return sorted(rows, key=lambda row: (ROLES.index(row["role"]), row["size"], row["nanoseconds"]))
 
 
-class Ratios:
-    """What one architecture's rows of a table say of ours."""
-
-    def __init__(self, rows):
-        self.ours = min(r["nanoseconds"] for r in exported(rows))
-        self.floors = [r for r in rows if r["role"] == "floor"]
-        self.peer = min((r for r in rows if r["role"] == "peer"), default=None,
-                        key=lambda r: r["nanoseconds"])
-
-    def sentence(self):
-        floors = sorted(self.floors, key=lambda r: -r["nanoseconds"])
-        parts = [f"ours / floor {self.ours / floor['nanoseconds']:.2f} ({floor['name']})"
-                 for floor in floors]
-        if self.peer:
-            parts.append(f"best peer / ours {self.peer['nanoseconds'] / self.ours:.2f} ({self.peer['name']})")
-        return ", ".join(parts)
+def lines_of(measured, title, label):
+    """A line for each row that any architecture has, in the order of the first."""
+    found = {}
+    for architecture, tables in measured.items():
+        for row in ordered(tables.get(title, [])):
+            found.setdefault((row["name"], row["size"]), {"any": row})[architecture] = nanoseconds(row["nanoseconds"])
+    ranked = sorted(found.values(), key=lambda cells: ROLES.index(cells["any"]["role"]))
+    return [f"| {label(cells['any'])} | " + " | ".join(cells.get(a, "") for a in measured) + " |" for cells in ranked]
 
 
-def in_unit_of_goal(rows, floor, statistic):
-    """What our slowest row took, in nanoseconds or as a multiple of the floor."""
-    measured = max(r[statistic] for r in exported(rows))
-    return measured / next(r[statistic] for r in rows if r["name"] == floor) if floor else measured
+def row_label(row):
+    return {"ours": f"**{row['name']}**", "floor": f"floor: {row['name']}"}.get(row["role"], row["name"])
 
 
-def against_goal(rows, limit, floor):
-    """Median and fastest repetition, of ours and of the floor; in bold what is above the goal."""
-    values = [in_unit_of_goal(rows, floor, statistic) for statistic in ("nanoseconds", "fastest")]
-    texts = [f"{value:.2f}" if floor else f"{value:.1f} ns" for value in values]
-    median, fastest = (text if value <= limit else f"**{text}**" for value, text in zip(values, texts))
-    return f"{median} ({fastest})"
+def table_head(measured):
+    return ["| | " + " | ".join(f"{a}, ns" for a in measured) + " |", "|---|" + "---:|" * len(measured)]
 
 
-def header_against_goal(rows, row, limit, peer):
-    """The row as a multiple of the peer, where both were measured: against_goal() over these two."""
-    pair = [r | {"name": "row"} for r in rows if r["name"] == row] + [r for r in rows if r["name"] == peer]
-    return against_goal(pair, limit, peer) if len(pair) == 2 else ""
-
-
-def goals_table(measured):
-    lines = ["### Goals", "", "| | goal | " + " | ".join(measured) + " |", "|---|---|" + "---:|" * len(measured)]
-    for title, (limit, floor) in GOALS.items():
-        cells = [against_goal(tables[title], limit, floor) if title in tables else "" for tables in measured.values()]
-        goal = f"{limit} x {floor}" if floor else f"{limit} ns"
-        if any(cells):
-            lines.append(f"| {title} | {goal} | " + " | ".join(cells) + " |")
-    for title, row, limit, peer in HEADER_GOALS:
-        cells = [header_against_goal(tables.get(title, []), row, limit, peer) for tables in measured.values()]
-        if any(cells):
-            lines.append(f"| {title}, {row} | {limit} x {peer} | " + " | ".join(cells) + " |")
-    return "\n".join(lines) + "\n"
+def figures_table(measured, titles):
+    lines = ["### All figures", ""] + table_head(measured)
+    for title in titles:
+        lines.append(f"| *{title}* |" + " |" * len(measured))
+        lines += lines_of(measured, title, row_label)
+    return "\n".join(lines) + "\n" if titles else ""
 
 
 def exponent(rows):
     """Slope of the straight line through log(size), log(time)."""
-    points = [(math.log(r["size"]), math.log(r["nanoseconds"])) for r in rows]
+    points = [(math.log(row["size"]), math.log(row["nanoseconds"])) for row in rows]
     mean_x = statistics.mean(x for x, _ in points)
     mean_y = statistics.mean(y for _, y in points)
     spread = sum((x - mean_x) ** 2 for x, _ in points)
     return sum((x - mean_x) * (y - mean_y) for x, y in points) / spread
 
 
-def growth_sentence(rows):
-    rows = sorted(rows, key=lambda r: r["size"])
-    return f"exponent {exponent(rows):.2f}, between the two largest {exponent(rows[-2:]):.2f}"
-
-
-def markdown_table(title, measured):
-    """`measured` maps an architecture to the table's rows."""
-    architectures = list(measured)
-    growth = title.startswith(GROWTH)
-    first = {}  # what each row took on the first architecture that measured it
-    for rows in measured.values():
-        for r in rows:
-            first.setdefault((r["name"], r["role"], r["size"]), r["nanoseconds"])
-    names = sorted(first, key=lambda key: (["floor", "ours", "peer"].index(key[1]), key[2], first[key]))
-    lines = [f"### {title}", "", "| | " + " | ".join(f"{a}, ns" for a in architectures) + " |",
-             "|---|" + "---:|" * len(architectures)]
-    for name, role, size in names:
-        cells = []
-        for architecture in architectures:
-            found = [r for r in measured[architecture] if (r["name"], r["size"]) == (name, size)]
-            cells.append(nanoseconds(found[0]["nanoseconds"]) if found else "")
-        label = f"{size:,}" if growth else {"ours": f"**{name}**", "floor": f"floor: {name}"}.get(role, name)
-        lines.append(f"| {label} | " + " | ".join(cells) + " |")
-    lines.append("")
-    for architecture in architectures:
-        rows = measured[architecture]
-        text = growth_sentence(rows) if growth else Ratios(rows).sentence()
-        if text:
-            lines.append(f"- {architecture}: {text}")
+def growth_table(measured, title):
+    lines = [f"### {title}", ""] + table_head(measured)
+    lines += lines_of(measured, title, lambda row: f"{row['size']:,}")
+    for of, pick in ("exponent", lambda rows: rows), ("exponent between the two largest", lambda rows: rows[-2:]):
+        slopes = [exponent(pick(ordered(tables[title]))) for tables in measured.values()]
+        lines.append(f"| {of} | " + " | ".join(f"{slope:.2f}" for slope in slopes) + " |")
     return "\n".join(lines) + "\n"
+
+
+# ---- Charts ----------------------------------------------------------------------------------------
+
+
+def chart(title, tables, titles):
+    """An SVG of horizontal bars, grouped by table, on a logarithmic scale."""
+    times = [row["nanoseconds"] for name in titles for row in tables[name]]
+    low, high = math.log(min(times) / 2), math.log(max(times))
+    parts, y = [], 44
+
+    def text(x, content, more=""):
+        parts.append(f'<text x="{x}" y="{y}"{more}>{html.escape(content)}</text>')
+
+    for name in titles:
+        y += 10
+        text(8, name, ' font-weight="bold"')
+        for row in ordered(tables[name]):
+            y += 17
+            width = round(400 * (math.log(row["nanoseconds"]) - low) / (high - low))
+            text(282, row["name"], ' text-anchor="end"')
+            parts.append(f'<path fill="{COLOURS[row["role"]]}" d="M288 {y - 10}h{width}v12h-{width}z"/>')
+            text(292 + width, nanoseconds(row["nanoseconds"]))
+        y += 20
+    legend = " ".join(f'<tspan fill="{colour}">■</tspan> {role}' for role, colour in COLOURS.items())
+    return (f'<svg xmlns="http://www.w3.org/2000/svg" width="760" height="{y}" font-family="sans-serif" font-size="12">'
+            f'<path fill="#fff" d="M0 0h760v{y}H0z"/>\n<text x="8" y="22" font-size="15">{title}: nanoseconds a call, '
+            f'x86-64, logarithmic. {legend}</text>\n' + "\n".join(parts) + "\n</svg>\n")
+
+
+def plot(folder, tables):
+    """Draws the charts whose tables were all measured."""
+    folder.mkdir(parents=True, exist_ok=True)
+    for file, (title, titles) in CHARTS.items():
+        if all(name in tables for name in titles):
+            (folder / f"{file}.svg").write_text(chart(title, tables, titles), encoding="utf-8")
+
+
+# ---- The program -----------------------------------------------------------------------------------
 
 
 def write_markdown(path, text):
@@ -217,74 +321,44 @@ def write_markdown(path, text):
     path.write_text(before + MARK + "\n" + text, encoding="utf-8")
 
 
-def plot(folder, title, rows):
-    """One SVG bar chart, by gnuplot, on a logarithmic scale."""
-    name = re.sub(r"[^a-z0-9]+", "-", title.lower()).strip("-")
-    data = "\n".join(f'"{r["name"]}" {r["nanoseconds"]} {["floor", "ours", "peer"].index(r["role"])}'
-                     for r in sorted(rows, key=lambda r: r["nanoseconds"]))
-    script = f"""
-set terminal svg size 800,{120 + 40 * len(rows)} background "white" font "sans,12"
-set output "{folder}/{name}.svg"
-set title "{title}: nanoseconds per call, x86-64"
-set logscale x
-set style fill solid 0.8
-set key off
-set yrange [-0.6:{len(rows)}.0]
-set bmargin 3
-$data << END
-{data}
-END
-set palette defined (0 "#999999", 1 "#1f77b4", 2 "#e0a040")
-unset colorbox
-set cbrange [0:2]
-set xrange [{min(r["nanoseconds"] for r in rows) / 3}:{max(r["nanoseconds"] for r in rows) * 3}]
-plot $data using ($2/2):0:($2/2):(0.35):3:ytic(1) with boxxyerror palette, \\
-     $data using 2:0:(sprintf("  %.1f", $2)) with labels left
-"""
-    subprocess.run(["gnuplot"], input=script, text=True, check=True)
-
-
 def arguments():
     parser = argparse.ArgumentParser(description=__doc__,
                                      formatter_class=argparse.RawDescriptionHelpFormatter)
     parser.add_argument("--google", nargs="*", default=[])
     parser.add_argument("--plain", nargs="*", default=[])
-    parser.add_argument("--json")
-    parser.add_argument("--markdown")
-    parser.add_argument("--plot")
+    parser.add_argument("--json", type=pathlib.Path)
+    parser.add_argument("--markdown", type=pathlib.Path)
+    parser.add_argument("--plot", type=pathlib.Path)
     parser.add_argument("--filter", default=".")
     return parser.parse_args()
 
 
 def main():
     asked = arguments()
-    titles = {program: [title for title in titles_of(program) if re.search(asked.filter, title)]
-              for program in asked.google}
-    every = [title for of_program in titles.values() for title in of_program]
-    if not every:
+    every = [title for program in asked.google for title in titles_of(program)]
+    titles = sorted({title for title in every if re.search(asked.filter, title)} - {REFERENCE})
+    if not titles:
         raise SystemExit(f"no table matches {asked.filter}")
-    measured = {
-        "x86-64": [row for program in asked.google if titles[program]
-                   for row in google_rows(program, titles[program])],
-        "i386": [row for program in asked.plain for row in plain_rows(program, every)],
-    }
-    measured = {architecture: by_table(rows) for architecture, rows in measured.items() if rows}
-    context = {"date": datetime.date.today().isoformat(), "processor": processor(), "compiler": compiler()}
-    texts = [goals_table(measured)]
-    texts += [markdown_table(title, {a: tables[title] for a, tables in measured.items() if title in tables})
-             for title in sorted(every, key=lambda title: (title.startswith(GROWTH), title))]
-    print("\n".join(texts))
+    growth = [title for title in titles if title.startswith(GROWTH)]
+    tables = [title for title in titles if title not in growth]
+    rounds, words = measure(asked, tables + [REFERENCE], ROUNDS, SECONDS)
+    measured = by_table(rounds)
+    context = {"date": datetime.date.today().isoformat(), "processor": processor(), "compiler": compiler(),
+               "rounds": words}
+    parts = [goals_table(measured), figures_table(measured, [REFERENCE] + tables)]
+    if growth:
+        grown = by_table(measure(asked, growth + [REFERENCE], GROWTH_ROUNDS, GROWTH_SECONDS)[0])
+        parts += [growth_table(grown, title) for title in growth]
+        for architecture in measured:
+            measured[architecture].update({title: grown[architecture][title] for title in growth})
+    text = "".join(f"- {key}: {value}\n" for key, value in context.items()) + "\n" + "\n".join(filter(None, parts))
+    print(text)
     if asked.json:
-        pathlib.Path(asked.json).write_text(json.dumps(context | {"measured": measured}, indent=1) + "\n",
-                                            encoding="utf-8")
+        asked.json.write_text(json.dumps(context | {"measured": measured}, indent=1) + "\n", encoding="utf-8")
     if asked.markdown:
-        head = "".join(f"- {key}: {value}\n" for key, value in context.items())
-        write_markdown(pathlib.Path(asked.markdown), head + "\n" + "\n".join(texts))
+        write_markdown(asked.markdown, text)
     if asked.plot:
-        pathlib.Path(asked.plot).mkdir(parents=True, exist_ok=True)
-        for title, rows in measured.get("x86-64", {}).items():
-            if not title.startswith(GROWTH):
-                plot(asked.plot, title, rows)
+        plot(asked.plot, measured[X86_64])
     return 0
 
 

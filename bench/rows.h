@@ -1,7 +1,7 @@
 // What is measured: rows, grouped in tables. A file of rows registers them when the program starts,
-// and one of two files measures them: plain.cpp, without any other package and so on both
-// architectures, or google.cpp, with Google Benchmark and together with the peers that a user could
-// choose instead.
+// and one of two programs' ends measures them: plain.cpp, without any other package and so on both
+// architectures, or google.cpp, by Google Benchmark, beside the peers that a user could pick
+// instead.
 //
 //     const bench::Rows rows([] {
 //       bench::Table table("text", "Date number to text");
@@ -33,8 +33,7 @@ struct Row {
   std::string name;
   Body body;
   double size;  // bytes or characters worked on, where a table is over sizes; else 0
-  long
-      batch;  // calls in one go: enough of them to hide the cost of the handful of lines around them
+  long batch;   // calls in one go: enough to hide what is around them
 };
 
 std::vector<Row> &registered_rows();
@@ -45,8 +44,8 @@ class Table {
  public:
   explicit Table(std::string title) : title_(std::move(title)) {}
 
-  // The least that the same work costs in hardware, kernel or C library. Of several floors the
-  // highest counts.
+  // The least that hardware, kernel or C library charge for the same work. Of several floors the
+  // highest is the one that holds.
   void floor(const std::string &name, Body body, double size = 0) {
     add(Role::floor, name, body, size);
   }

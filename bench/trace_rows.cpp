@@ -1,5 +1,5 @@
-// A traced line, flushed, compared with a plain write of the same bytes and the status call that
-// rotation needs; and an untraced service compared with its system call.
+// A traced line, flushed, beside a bare write of the same bytes and the status call that rotation
+// needs; and an untraced service beside its system call.
 
 #include <fcntl.h>
 #include <orla/inventory.h>

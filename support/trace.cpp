@@ -1,6 +1,6 @@
 // Trace writer: one stamped line per message into a file that is rotated once.
 //
-//     K7LOG_PATH  --(line that takes it past ORLA_TRACE_ROTATION_SIZE)-->  K7LOG_PATH.1, replacing it
+//     K7LOG_PATH  --(a line takes it past ORLA_TRACE_ROTATION_SIZE)-->  K7LOG_PATH.1, replacing it
 //
 // Every line begins with date, time and process id; support/trace_stamp.cpp writes these.
 //

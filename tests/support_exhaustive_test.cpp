@@ -21,14 +21,19 @@
 
 namespace {
 
-TEST(LongEveryValue, Of32BitsIsReversed) {
-  std::uint32_t value = 0;
-  do {
-    const std::uint32_t expected =
-        value << 24 | (value & 0xFF00) << 8 | (value >> 8 & 0xFF00) | value >> 24;
-    const bool right = htonl(value) == expected && ntohl(value) == expected;
-    ASSERT_TRUE(right) << value;
-  } while (++value != 0);
+TEST(EveryDelimiter, MakesATokenOfAnyByteBetweenTwoOfIt) {
+  for (int delimiter = 1; delimiter < 256; ++delimiter) {
+    for (int byte = 1; byte < 256; ++byte) {
+      const char d = static_cast<char>(delimiter);
+      const char text[] = {d, static_cast<char>(byte), d, d, '\0'};
+      char out[4] = "xxx";
+      const char *rest = get_first_delimited_token_in_string(text, d, out, sizeof out);
+      const bool empty = byte == delimiter;
+      ASSERT_EQ(rest, text + (empty ? 2 : 3)) << delimiter << ' ' << byte;
+      ASSERT_STREQ(out, empty ? "" : std::string(1, text[1]).c_str());
+      ASSERT_EQ(count_delimited_tokens_in_string(text, d), empty ? 2 : 1);
+    }
+  }
 }
 
 // Three empty tokens and a last one; past those there is none.
@@ -48,6 +53,16 @@ TEST(EveryIndex, Of16BitsFindsATokenAfterEmptyOnesAlone) {
       ASSERT_EQ(rest, nullptr) << index;
       ASSERT_STREQ(out, "kept");
     }
+  }
+}
+
+TEST(LongEveryCount, Of16BitsIsHalvedAsASignedNumber) {
+  constexpr int kMost = 65536 + 2;
+  const std::string text(kMost, '"');
+  for (int count = 0; count <= kMost; ++count) {
+    const int wrapped = count % 65536 < 32768 ? count % 65536 : count % 65536 - 65536;
+    ASSERT_EQ(count_delimited_tokens_in_string(text.c_str() + (kMost - count), '"'), wrapped / 2)
+        << count;
   }
 }
 

@@ -87,6 +87,41 @@ TEST_P(EveryTwoBytesOfAText, SideBySideAreReadByTheRulesOrLeaveTheRecord) {
   }
 }
 
+k7_uuid__t with_byte(std::size_t at, int byte, std::uint8_t filling) {
+  UuidBytes bytes;
+  bytes.fill(filling);
+  bytes[at] = static_cast<std::uint8_t>(byte);
+  return uuid_of(bytes);
+}
+
+TEST(EveryByteOfARecord, StandsInTheText) {
+  for (std::size_t at = 0; at < sizeof(k7_uuid__t); ++at) {
+    for (int byte = 0; byte < 256; ++byte) {
+      for (const std::uint8_t filling : {std::uint8_t{0}, std::uint8_t{0x5A}}) {
+        const k7_uuid__t uuid = with_byte(at, byte, filling);
+        ASSERT_EQ(text_of(uuid), plain::uuid_text(uuid));
+      }
+    }
+  }
+}
+
+int sign(int order) { return order < 0 ? -1 : order > 0 ? 1 : 0; }
+
+TEST(EveryTwoBytesOfTwoRecords, OrderThemAtEveryPosition) {
+  for (std::size_t at = 0; at < sizeof(k7_uuid__t); ++at) {
+    for (int first = 0; first < 256; ++first) {
+      const k7_uuid__t a = with_byte(at, first, 0x5A);
+      for (int second = 0; second < 256; ++second) {
+        const k7_uuid__t b = with_byte(at, second, 0x5A);
+        const int expected = plain::uuid_order(a, b);
+        const bool right = sign(orla_uuid_cmp(&a, &b)) == expected &&
+                           orla_uuid_equal(&a, &b) == (expected == 0 ? 1 : 0);
+        ASSERT_TRUE(right) << at << ": " << first << ' ' << second;
+      }
+    }
+  }
+}
+
 TEST(EveryReservedNumber, ComesBackOutOfTheTextOfItsRecord) {
   for (unsigned number = 0; number < 65536; ++number) {
     k7_uuid__t uuid = filled(0xA5);
@@ -98,6 +133,18 @@ TEST(EveryReservedNumber, ComesBackOutOfTheTextOfItsRecord) {
     orla_uuid_decode(text_of(uuid).c_str(), &back, &status);
     ASSERT_EQ(status, 0U);
     ASSERT_EQ(bytes_of(back), bytes_of(uuid));
+  }
+}
+
+// A record whose words fold to each 16-bit value, into the bucket that the division leaves.
+TEST(EveryHashBeforeItsModulus, IsTheFoldOfTheFourWords) {
+  for (unsigned folded = 0; folded < 65536; ++folded) {
+    k7_uuid__t uuid = {};
+    uuid.time_high = folded | 0xA5A50000U;
+    const unsigned expected = folded ^ 0xA5A5U;
+    ASSERT_EQ(orla_uuid_hash(&uuid, 65536), expected);
+    ASSERT_EQ(orla_uuid_hash(&uuid, 101), expected % 101);
+    ASSERT_EQ(orla_uuid_hash(&uuid, folded + 1), expected % (folded + 1));
   }
 }
 

@@ -1,5 +1,5 @@
-// Profile files of minIni, inih, GLib, SimpleIni and iniparser: each time the file is opened and
-// one key is read, or one key is changed and the file saved.
+// Profile files of minIni, inih, GLib, SimpleIni and iniparser: each opens the file anew, reads one
+// key, or changes one key and saves the file.
 
 #define SI_NO_CONVERSION
 #include <SimpleIni.h>
@@ -91,7 +91,7 @@ bench::Body on(const Place &place, void (*work)(const Place &)) {
 }
 
 const bench::Rows rows([] {
-  const Place late = {bench::large_file("large-peers.ini"), "Section0998", "Key08"};
+  const Place late = {bench::large_file("large-peers.ini"), "Section000998", "Key08"};
   bench::Table many("Profile: a key near the end of 10,000");
   many.peer("minIni", on(late, read_minini));
   many.peer("inih", on(late, read_inih));
