@@ -586,21 +586,20 @@ TEST_F(TraceFile, IsRotatedAfterItWasOpenedOnAnotherDescriptor) {
   EXPECT_TRUE(folder_.holds("trace.1"));
 }
 
+// On Debian 13 C++ streams open their files by fopen() as well, so none is opened meanwhile.
 TEST_F(TraceFile, IsRotatedAtTheNewPathWhenThePathHasChanged) {
-  fill_to(1);
+  fill_to(stamp().size() + 2);
   folder_.write("other", "other");
-  TavTrace(nullptr);
   int opened = 0;
-  const With fopen(fake_fopen, [&](const char *name, const char *mode) {
-    ++opened;
-    setenv(kPath, path("other").c_str(), 1);  // takes effect from the next call on
-    return fake_fopen.real(name, mode);
-  });
-  orlalib_verbose = 255;
-  folder_.write("trace", "");
-  trace("a\n");
-  folder_.write("trace", std::string(kLimit, 'x'));
-  trace("b\n");
+  {
+    const With fopen(fake_fopen, [&](const char *name, const char *mode) {
+      ++opened;
+      setenv(kPath, path("other").c_str(), 1);  // takes effect from the next call on
+      return fake_fopen.real(name, mode);
+    });
+    trace("a\n");  // fills the file to the limit
+    trace("b\n");
+  }
   EXPECT_EQ(opened, 1);
   EXPECT_EQ(read("other.1"), "other");
   EXPECT_EQ(read().size(), kLimit + stamp().size() + 2);
