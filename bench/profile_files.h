@@ -11,7 +11,7 @@
 
 namespace bench {
 
-// Sections of ten keys each, an empty line behind each section: 257 bytes a section.
+// Sections of ten keys each, an empty line after each section: 257 bytes a section.
 inline std::string product_profile(int sections) {
   std::string text;
   char line[64];

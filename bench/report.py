@@ -4,12 +4,12 @@
     report.py --google PROGRAM... --plain PROGRAM... [--json FILE] [--markdown FILE] [--plot FOLDER]
               [--filter REGEX]
 
-Programs behind --google measure x86-64, with the peers; those behind --plain i386. Measures the tables
+Programs after --google measure x86-64, with the peers; those after --plain i386. Measures the tables
 whose titles match REGEX, in rounds: in each, every program measures every row once. A round in which an
 empty call took over a tenth longer than in the quickest one is repeated, until there are enough quiet
 ones or the time for it is over. Figures are medians over the rounds, in nanoseconds. A table
 whose rows have sizes is reported as growth: time by size, and the exponent of the power law that fits
-best. --markdown replaces what stands behind the mark in FILE, or writes a new one. --plot draws charts.
+best. --markdown replaces what follows the mark in FILE, or writes a new one. --plot draws charts.
 """
 
 import argparse
@@ -78,7 +78,7 @@ CHARTS = {
 }
 ROLES = ["floor", "ours", "peer"]
 COLOURS = {"floor": "#999", "ours": "#17b", "peer": "#e94"}
-MARK = "<!-- Behind this mark stands what scripts/bench --markdown wrote. -->\n"
+MARK = "<!-- What follows was written by scripts/bench --markdown. -->\n"
 
 
 # ---- Measuring -------------------------------------------------------------------------------------
