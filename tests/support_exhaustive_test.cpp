@@ -21,6 +21,16 @@
 
 namespace {
 
+TEST(LongEveryValue, Of32BitsIsReversed) {
+  std::uint32_t value = 0;
+  do {
+    const std::uint32_t expected =
+        value << 24 | (value & 0xFF00) << 8 | (value >> 8 & 0xFF00) | value >> 24;
+    const bool right = htonl(value) == expected && ntohl(value) == expected;
+    ASSERT_TRUE(right) << value;
+  } while (++value != 0);
+}
+
 TEST(EveryDelimiter, MakesATokenOfAnyByteBetweenTwoOfIt) {
   for (int delimiter = 1; delimiter < 256; ++delimiter) {
     for (int byte = 1; byte < 256; ++byte) {
