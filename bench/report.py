@@ -36,7 +36,8 @@ REFERENCE = "An empty call"  # its table, and the row of that name in others
 CALL = ["an empty call"]
 LINE = ["write + fstat + getpid"]
 COPY = ["write a copy, rename"]
-# What we aim at: how often the dearest of the floors; on x86-64, on i386. Ours are the exported functions' rows.
+# The goals: how many times the most expensive floor, on x86-64 and on i386. Ours are the rows of the
+# exported functions.
 GOALS = [
     ("UUID: compare", 1.9, 2, CALL),
     ("UUID: hash", 1.4, 1.4, CALL),
@@ -58,7 +59,7 @@ GOALS = [
     ("Processor count", 1.1, 1.1, ["get_nprocs_conf, cpuid twice"]),
     ("Load of the library", 1.2, 1.2, ["a library with our imports alone"]),
 ]
-# Rows of orla.hpp, which calls nothing, and what they are to cost against the best that is inline too.
+# Rows of orla.hpp, which calls nothing, and their goals against the best inline peer.
 HEADER = "orla.hpp"
 HEADER_GOALS = [
     ("UUID: compare", "orla.hpp: <, inline", 1.1, "Boost.UUID, inline"),
@@ -81,7 +82,7 @@ COLOURS = {"floor": "#999", "ours": "#17b", "peer": "#e94"}
 MARK = "<!-- What follows was written by scripts/bench --markdown. -->\n"
 
 
-# ---- Measuring -------------------------------------------------------------------------------------
+# ---- Measuring -----------------------------------------------------------------------------------
 
 
 def titles_of(program):
@@ -177,7 +178,7 @@ def compiler():
     return answer.stdout.splitlines()[0]
 
 
-# ---- Goals -----------------------------------------------------------------------------------------
+# ---- Goals ---------------------------------------------------------------------------------------
 
 
 def dearest(rows):
@@ -222,7 +223,7 @@ def goals_table(measured):
     return "\n".join(head + lines) + "\n" if lines else ""
 
 
-# ---- All figures -----------------------------------------------------------------------------------
+# ---- All figures ---------------------------------------------------------------------------------
 
 
 def nanoseconds(value):
@@ -277,7 +278,7 @@ def growth_table(measured, title):
     return "\n".join(lines) + "\n"
 
 
-# ---- Charts ----------------------------------------------------------------------------------------
+# ---- Charts --------------------------------------------------------------------------------------
 
 
 def chart(title, tables, titles):
@@ -313,7 +314,7 @@ def plot(folder, tables):
             (folder / f"{file}.svg").write_text(chart(title, tables, titles), encoding="utf-8")
 
 
-# ---- The program -----------------------------------------------------------------------------------
+# ---- The program ---------------------------------------------------------------------------------
 
 
 def write_markdown(path, text):

@@ -9,8 +9,8 @@ PAGE = ROOT / "docs" / "architecture.md"
 FOLDERS = re.findall(r"^(\w+):", (ROOT / "scripts" / "layers.txt").read_text(encoding="utf-8"), re.M)
 EVERY_UNIT = "every unit"
 
-# `header` without its backquotes; `tests` and `longer_tests` map programs to suites, in the order of
-# the table.
+# `header` without its backquotes; `tests` and `longer_tests` map programs to suites, in the order
+# of the table.
 Row = collections.namedtuple("Row", "header units tests longer_tests")
 
 
