@@ -36,8 +36,8 @@ REFERENCE = "An empty call"  # its table, and the row of that name in others
 CALL = ["an empty call"]
 LINE = ["write + fstat + getpid"]
 COPY = ["write a copy, rename"]
-# The goals: how many times the most expensive floor, on x86-64 and on i386. Ours are the rows of the
-# exported functions.
+# The goals: how many times the most expensive floor, on x86-64 and on i386. Ours are the rows of
+# the exported functions.
 GOALS = [
     ("UUID: compare", 1.9, 2, CALL),
     ("UUID: hash", 1.4, 1.4, CALL),
