@@ -1,5 +1,6 @@
 #include "uuid/host_provider.h"
 
+#include <endian.h>
 #include <net/if.h>
 #include <netinet/in.h>
 #include <orla/uuid.h>
@@ -24,7 +25,8 @@ static_assert(std::atomic<std::uint32_t>::is_always_lock_free);
 std::uint32_t ipv4_address(const sockaddr &address) {
   sockaddr_in ipv4;
   std::memcpy(&ipv4, &address, sizeof ipv4);
-  return ntohl(ipv4.sin_addr.s_addr);
+  // Not ntohl(), which without the optimiser is a call of the exported function.
+  return be32toh(ipv4.sin_addr.s_addr);
 }
 
 std::uint32_t ask_system() {
