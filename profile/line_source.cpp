@@ -63,7 +63,6 @@ bool LineSource::make_room() {
     next_ = lines_end_ = block_.begin();
     end_ = next_ + pending;
   }
-  if (read_was_full_ && block_.size() < kLargeBlock && grow(kLargeBlock)) return true;
   // No memory is larger than half of the address space, so twice its size does not wrap.
   if (pending < block_.size() || grow(block_.size() * 2)) return true;
   ended_ = failed_ = true;

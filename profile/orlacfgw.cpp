@@ -18,6 +18,7 @@
 #include <cstring>
 #include <limits>
 #include <optional>
+#include <tuple>
 
 #include "base/descriptor.h"
 #include "base/kept_errno.h"
@@ -62,8 +63,9 @@ void cut(int descriptor, std::uint64_t size) {
 // ---- Copying ------------------------------------------------------------------------------------
 
 bool is_same_file(const struct statx &one, const struct statx &other) {
-  return S_ISREG(one.stx_mode) && one.stx_ino == other.stx_ino &&
-         one.stx_dev_major == other.stx_dev_major && one.stx_dev_minor == other.stx_dev_minor;
+  return S_ISREG(one.stx_mode) &&
+         std::tie(one.stx_ino, one.stx_dev_major, one.stx_dev_minor) ==
+             std::tie(other.stx_ino, other.stx_dev_major, other.stx_dev_minor);
 }
 
 // Reads until the memory is full or the file ends. Quirk: a failed read counts as the end of the

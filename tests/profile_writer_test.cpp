@@ -1043,6 +1043,21 @@ TEST(CopyFile, EmptiesAFileThatIsCopiedOntoItself) {
   EXPECT_EQ(files.get("f"), "");
 }
 
+TEST(CopyFile, OfADeviceOntoItselfSucceeds) { EXPECT_EQ(copy_file("/dev/null", "/dev/null"), 0); }
+
+TEST(CopyFile, CutsADestinationWhoseStatusWasNotKnownBefore) {
+  MemoryFiles files;
+  files.put("from", "new");
+  files.put("to", "earlier content");
+  int asked = 0;
+  const With failing(fake_statx,
+                     [&](int file, const char *path, int flags, unsigned mask, struct statx *out) {
+                       return ++asked == 2 ? -1 : fake_statx.real(file, path, flags, mask, out);
+                     });
+  EXPECT_EQ(copy_file("from", "to"), 0);
+  EXPECT_EQ(files.get("to"), "new");
+}
+
 TEST(CopyFile, DoesNotNoticeWhatCannotBeWritten) {
   const TempDir folder;
   const std::string from = folder.write("from", std::string(100000, 'a'));
