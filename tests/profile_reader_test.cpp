@@ -84,6 +84,17 @@ class ProfileInt : public testing::Test {
   }
 };
 
+TEST_F(ProfileInt, IsFoundInALongProfileFromAPipe) {
+  int ends[2];
+  ASSERT_EQ(pipe(ends), 0);
+  const std::string text = "[Main]\n" + std::string(3000, 'x') + "\nPort=5\n";
+  ASSERT_EQ(write(ends[1], text.data(), text.size()), static_cast<ssize_t>(text.size()));
+  ASSERT_EQ(close(ends[1]), 0);
+  const std::string path = "/dev/fd/" + std::to_string(ends[0]);
+  EXPECT_EQ(orla_cfg_get_private_profile_int("Main", "Port", 1, path.c_str()), 5);
+  close(ends[0]);
+}
+
 TEST_F(ProfileInt, IsFoundBySectionAndKeyInAnyLetterCase) {
   for (const char *section : {"Main", "main", "MAIN"})
     for (const char *key : {"Port", "PORT", "port"})
