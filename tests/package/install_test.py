@@ -139,10 +139,7 @@ def other_word_size(options):
     other = "-m64" if "-m32" in options.cflags else "-m32"
     said = configure(options, "find_package", build, f"-Dorla_DIR="
                      f"{paths.prefix / options.libdir / 'cmake/orla'}",
-                     f"-DCMAKE_C_FLAGS={other}",
-                     # Not one that is installed on this machine, which may suit it.
-                     "-DCMAKE_FIND_USE_CMAKE_SYSTEM_PATH=OFF",
-                     "-DCMAKE_FIND_USE_SYSTEM_ENVIRONMENT_PATH=OFF", status=1, flags=False)
+                     f"-DCMAKE_C_FLAGS={other}", status=1, flags=False)
     word_size = "32bit" if "-m32" in options.cflags else "64bit"
     check(re.search(rf"orlaConfig.cmake, version: \S+ \({word_size}\)", said),
           "it is not said that the package is of another word size")
