@@ -92,7 +92,7 @@ void report_memory(Report &report, Run &run) {
   }
   const bool scaled = host.mem_unit > 1;
   report.row("size", "size", size,
-             scaled ? "MiB if a unit were a byte; multiply by the unit for the real size" : "MiB");
+             scaled ? "MiB if a unit were a byte; the total is the real size" : "MiB");
   report.row("unit", "unit", host.mem_unit, "bytes in which the kernel counts memory");
   report.row("total", "total", static_cast<std::uint64_t>(host.totalram) * host.mem_unit >> 20,
              "MiB, the unit multiplied in");
