@@ -12,7 +12,9 @@ import tempfile
 
 HERE = os.path.dirname(os.path.abspath(__file__))
 QEMU = "qemu-system-x86_64"
-BOOT_LIMIT = 240  # seconds; a boot takes some 7 of a processor that it has to itself
+BOOT_LIMIT = 80  # seconds; a boot takes some 7 of a processor that it has to itself
+# An emulated kernel of several processors stood still once while it started, and said nothing.
+BOOTS = 3
 # Of the disks in turn, and sparse: bytes and sectors of the larger ones are more than 32 bits
 # count.
 DISK_SIZES = (16 << 20, 5 << 30, 3 << 40)
@@ -76,19 +78,24 @@ def file_system(guest, report, tool, companion, moments):
 
 
 def boot(guest, archive, machine):
-    """Runs a machine until it switches itself off; returns what it wrote on its console.
+    """Runs a machine until it switches itself off, and starts it again where it takes too long;
+    returns what it wrote on its console.
 
     `machine` has the attributes chipset, cpu, smp, memory (MiB), disks, clock and
     kernel_parameters.
     """
-    with tempfile.TemporaryDirectory() as folder:
-        command = command_of(guest, archive, machine, folder)
-        try:
-            completed = subprocess.run(command, stdin=subprocess.DEVNULL, capture_output=True,
-                                       timeout=BOOT_LIMIT, check=False)
-        except subprocess.TimeoutExpired as late:
-            return text_of(late.stdout) + text_of(late.stderr) + f"\nnot done after {BOOT_LIMIT} s\n"
-        return text_of(completed.stdout) + text_of(completed.stderr)
+    late = ""
+    for _ in range(BOOTS):
+        with tempfile.TemporaryDirectory() as folder:
+            command = command_of(guest, archive, machine, folder)
+            try:
+                completed = subprocess.run(command, stdin=subprocess.DEVNULL, capture_output=True,
+                                           timeout=BOOT_LIMIT, check=False)
+                return text_of(completed.stdout) + text_of(completed.stderr)
+            except subprocess.TimeoutExpired as stopped:
+                late += (f"{text_of(stopped.stdout)}{text_of(stopped.stderr)}\n"
+                         f"not done after {BOOT_LIMIT} s\n")
+    return late
 
 
 def command_of(guest, archive, machine, folder):
@@ -97,8 +104,9 @@ def command_of(guest, archive, machine, folder):
     with open(initrd, "wb") as file:
         file.write(archive)
     command = [
-        QEMU, "-accel", "tcg", "-nodefaults", "-no-user-config", "-no-reboot", "-display", "none",
-        "-serial", "stdio", "-cpu", machine.cpu, "-smp", machine.smp,
+        # One thread for all processors: they cannot wait for each other while the host is busy.
+        QEMU, "-accel", "tcg,thread=single", "-nodefaults", "-no-user-config", "-no-reboot",
+        "-display", "none", "-serial", "stdio", "-cpu", machine.cpu, "-smp", machine.smp,
         # Memory that is only touched in part is not reserved.
         "-object", f"memory-backend-ram,id=memory,size={machine.memory}M,reserve=off",
         "-machine", f"{machine.chipset},memory-backend=memory", "-m", f"{machine.memory}M",
