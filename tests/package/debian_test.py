@@ -91,8 +91,8 @@ def make(build):
 
 def lintian(folder):
     packages = [path for names in packages_of(folder).values() for path in names.values()]
-    for each in [*packages, python_package(folder)]:
-        run("lintian", "--allow-root", "--fail-on", "error,warning", "--tag-display-limit", "0", each)
+    run("lintian", "--allow-root", "--fail-on", "error,warning", "--tag-display-limit", "0",
+        *packages, python_package(folder))
 
 
 def symbols(folder):
