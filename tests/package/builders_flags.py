@@ -7,6 +7,7 @@
 import json
 import os
 import pathlib
+import re
 import shlex
 import shutil
 import sys
@@ -34,17 +35,23 @@ def try_preset(source, scratch, preset):
           f"{preset} drops LDFLAGS")
 
 
+def check_added(preset):
+    """A preset with flags of its own names the builder's after them."""
+    for name, value in preset.get("cacheVariables", {}).items():
+        language = re.fullmatch(r"CMAKE_(C|CXX)_FLAGS", name)
+        if language:
+            wanted = "$penv{CFLAGS}" if language[1] == "C" else "$penv{CXXFLAGS}"
+            check(value.split()[-1] == wanted, f"{preset['name']} drops {wanted}")
+
+
 def main():
     source, scratch = (pathlib.Path(path) for path in sys.argv[1:])
     presets = json.loads((source / "CMakePresets.json").read_text(encoding="utf-8"))
     for preset in presets["configurePresets"]:
-        compiler = preset.get("cacheVariables", {}).get("CMAKE_C_COMPILER", "cc")
-        if preset.get("hidden"):
-            continue
-        if shutil.which(compiler) is None:
-            print(f"{preset['name']} is left out, for want of {compiler}")
-            continue
-        try_preset(source, scratch, preset["name"])
+        check_added(preset)
+    # All others inherit one of these.
+    for name in ("i386", "x86_64"):
+        try_preset(source, scratch, name)
 
 
 if __name__ == "__main__":
