@@ -14,8 +14,10 @@ const char *get_first_delimited_token_in_string(const char *text, char delimiter
   if (*text == '\0') return nullptr;
   ++text;
   // Quirk: without a buffer no character is skipped, so only an empty token is found.
-  for (int used = 1; *text != '\0' && *text != delimiter && used < out_size; ++used)
+  for (int room = out_size > 0 ? out_size - 1 : 0; room != 0; --room) {
+    if (*text == '\0' || *text == delimiter) break;
     *out++ = *text++;
+  }
   if (out_size > 0) *out = '\0';
   return *text == delimiter ? text + 1 : nullptr;
 }

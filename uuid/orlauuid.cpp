@@ -68,6 +68,14 @@ std::uint64_t host_key(const k7_uuid__t &uuid) {
   return big_endian(bytes);
 }
 
+// A word of the record, in the byte order of the host.
+std::uint32_t word(const k7_uuid__t *uuid, std::size_t index) {
+  std::uint32_t value;
+  std::memcpy(&value, reinterpret_cast<const unsigned char *>(uuid) + index * sizeof value,
+              sizeof value);
+  return value;
+}
+
 // The order of two numbers that differ.
 template <typename Number>
 int order(Number a, Number b) {
@@ -92,8 +100,7 @@ void orla_uuid_gen(k7_uuid__t *uuid) noexcept {
 }
 
 int orla_uuid_encode(const k7_uuid__t *uuid, char *text) noexcept {
-  orla::put_uuid_text(text, *uuid);
-  return orla::kUuidTextLength;
+  return orla::put_uuid_text(*uuid, text);
 }
 
 void orla_uuid_decode(const char *text, k7_uuid__t *uuid, orla_status *status) noexcept {
@@ -129,9 +136,8 @@ int orla_uuid_equal(const k7_uuid__t *a, const k7_uuid__t *b) noexcept {
 }
 
 std::uint32_t orla_uuid_hash(const k7_uuid__t *uuid, std::uint32_t modulus) noexcept {
-  std::uint32_t words[4];  // Quirk: in the byte order of the host
-  std::memcpy(words, uuid, sizeof words);
-  const std::uint32_t mixed = words[0] ^ words[1] ^ words[2] ^ words[3];
+  // Quirk: in the byte order of the host.
+  const std::uint32_t mixed = word(uuid, 0) ^ word(uuid, 1) ^ word(uuid, 2) ^ word(uuid, 3);
   const std::uint32_t folded = (mixed ^ mixed >> 16) & 0xFFFF;
   return folded % modulus;
 }

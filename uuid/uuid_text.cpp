@@ -38,6 +38,10 @@ char *put_dotted_byte(char *out, std::uint32_t byte) {
   return out + 3;
 }
 
+std::uint32_t four(std::uint32_t a, std::uint32_t b, std::uint32_t c, std::uint32_t d) {
+  return a | b << 8 | c << 16 | d << 24;
+}
+
 constexpr std::int16_t kNoDigit = -1;
 
 // The value of each hexadecimal digit of either case, shifted to the left; kNoDigit for all other
@@ -106,17 +110,24 @@ k7_uuid__t record_of(const Numbers &numbers) {
 
 }  // namespace
 
-void put_uuid_text(char *out, k7_uuid__t uuid) {
+int put_uuid_text(const k7_uuid__t &uuid, char *out) {
+  const std::uint32_t time_high = uuid.time_high;
+  const std::uint32_t time_low = uuid.time_low;
+  const std::uint32_t number = uuid.reserved;
+  const std::uint32_t first = four(uuid.family, uuid.host[0], uuid.host[1], uuid.host[2]);
+  const std::uint32_t last = four(uuid.host[3], uuid.host[4], uuid.host[5], uuid.host[6]);
   for (int shift = 24; shift >= 0; shift -= 8)
-    out = put_byte(out, uuid.time_high >> shift);
-  out = put_byte(out, uuid.time_low >> 8);
-  out = put_byte(out, uuid.time_low);
-  out = put_dotted_byte(out, uuid.family);
-  for (int i = 0; i < 5; ++i)
-    out = put_dotted_byte(out, uuid.host[i]);
-  const bool has_number = uuid.reserved != 0;
-  out = put_dotted_byte(out, has_number ? uuid.reserved : uuid.host[5]);
-  put_dotted_byte(out, has_number ? uuid.reserved >> 8 : uuid.host[6]);
+    out = put_byte(out, time_high >> shift);
+  out = put_byte(out, time_low >> 8);
+  out = put_byte(out, time_low);
+  for (int shift = 0; shift < 32; shift += 8)
+    out = put_dotted_byte(out, first >> shift);
+  out = put_dotted_byte(out, last);
+  out = put_dotted_byte(out, last >> 8);
+  const std::uint32_t end = number != 0 ? number : last >> 16;
+  out = put_dotted_byte(out, end);
+  put_dotted_byte(out, end >> 8);
+  return ORLA_UUID_TEXT_SIZE - 1;
 }
 
 std::optional<k7_uuid__t> read_canonical_uuid_text(const char *text) {

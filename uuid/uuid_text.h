@@ -9,10 +9,8 @@
 
 namespace orla {
 
-inline constexpr int kUuidTextLength = ORLA_UUID_TEXT_SIZE - 1;
-
-// Writes 36 characters and a terminator. Takes the record by value, as it may lie in the buffer.
-void put_uuid_text(char *out, k7_uuid__t uuid);
+// Writes 36 characters and a terminator; returns 36. The record may lie in the buffer.
+int put_uuid_text(const k7_uuid__t &uuid, char *out);
 
 // Both read a text; none where it does not have the form.
 //
