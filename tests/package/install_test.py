@@ -137,8 +137,13 @@ def other_word_size(options):
     paths = Paths(options)
     build = empty_folder(paths.scratch / "other_word_size")
     other = "-m64" if "-m32" in options.cflags else "-m32"
+    # An orla that this machine has itself may be of that word size.
+    elsewhere = [path for prefix in ("/", "/usr", "/usr/local")
+                 for pattern in ("lib*/cmake/orla", "lib/*/cmake/orla")
+                 for path in pathlib.Path(prefix).glob(pattern)]
     said = configure(options, "find_package", build, f"-Dorla_DIR="
                      f"{paths.prefix / options.libdir / 'cmake/orla'}",
+                     f"-DCMAKE_IGNORE_PATH={';'.join(map(str, elsewhere))}",
                      f"-DCMAKE_C_FLAGS={other}", status=1, flags=False)
     word_size = "32bit" if "-m32" in options.cflags else "64bit"
     check(re.search(rf"orlaConfig.cmake, version: \S+ \({word_size}\)", said),
