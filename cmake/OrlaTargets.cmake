@@ -58,6 +58,8 @@ function(orla_library_code target)
   orla_developer_flags(${target})
   target_compile_options(${target} PRIVATE
     $<$<COMPILE_LANGUAGE:CXX>:-fno-exceptions -fno-rtti -fno-threadsafe-statics>)
+  # Clang takes it that malloc() never sets errno, and would leave out what restores it.
+  target_compile_options(${target} PRIVATE $<$<CXX_COMPILER_ID:Clang>:-fno-builtin-malloc>)
   target_compile_options(${target} PRIVATE
     "SHELL:-include ${PROJECT_SOURCE_DIR}/cmake/plain_names.h")
   # The calls that man/orla.3 lists under "Interposition" go through exported names, so that a

@@ -298,8 +298,8 @@ TEST_F(ProfileWriterFailing, WhyTheTargetDidNotOpenIsNotForgotten) {
       errno = error;
       return -1;
     });
-    EXPECT_EQ(write_with_open([&](const char *path, int flags) {
-                return !is_temporary(path) && !opens_for_writing(flags) ? of_target : 0;
+    EXPECT_EQ(write_with_open([result = of_target](const char *path, int flags) {
+                return !is_temporary(path) && !opens_for_writing(flags) ? result : 0;
               }),
               of_target == ENOENT ? 1 : 0);
   }

@@ -27,7 +27,8 @@ def compiler_of(library):
     """What the compiler left of its version in the library."""
     comment = subprocess.run(["readelf", "-p", ".comment", library], capture_output=True, text=True,
                              check=True).stdout
-    return re.search(r"GCC: .*|clang .*", comment).group(0)
+    # Where it is not GCC, the C library's start files still are GCC's.
+    return (re.search(r"clang .*", comment) or re.search(r"GCC: .*", comment)).group(0)
 
 
 def own_cost(profile, library):
