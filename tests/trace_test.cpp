@@ -60,6 +60,16 @@ class TraceFile : public testing::Test {
   std::string read(const std::string &name = "trace") const { return folder_.read(name); }
   static std::string stamp() { return "02/03/2007  9:05:07 " + process_id() + " "; }
 
+  // The next lines, where another process has rotated the file and then its own.
+  void expect_that_a_line_past_the_limit_only_closes_it_after_two_rotations() {
+    folder_.write("trace", "of another process\n");
+    folder_.write("trace.1", "rotated by another process\n");
+    trace(std::string(1000, 'b'));
+    EXPECT_EQ(read("trace.1"), "rotated by another process\n");
+    trace("c\n");
+    EXPECT_EQ(read(), "of another process\n" + stamp() + "c\n");
+  }
+
   // A trace file that is `below` bytes smaller than the limit.
   void fill_to(std::size_t below) { folder_.write("trace", std::string(kLimit - below, 'x')); }
 
@@ -647,12 +657,7 @@ TEST_F(TraceFile, WhoseNameIsGoneIsOnlyClosed) {
   fill_to(1000);
   trace("a\n");
   std::filesystem::remove(path());
-  folder_.write("trace", "of another process\n");
-  folder_.write("trace.1", "rotated by another process\n");
-  trace(std::string(1000, 'b'));
-  EXPECT_EQ(read("trace.1"), "rotated by another process\n");
-  trace("c\n");
-  EXPECT_EQ(read(), "of another process\n" + stamp() + "c\n");
+  expect_that_a_line_past_the_limit_only_closes_it_after_two_rotations();
 }
 
 TEST_F(TraceFile, WhoseNameIsGoneIsOnlyClosedAfterAChangeOfThePathToo) {
@@ -684,12 +689,7 @@ TEST_F(TraceFile, ThatHasAnotherNameAfterTwoRotationsIsOnlyClosed) {
   fill_to(1000);
   trace("a\n");
   std::filesystem::rename(path(), path("backup"));
-  folder_.write("trace", "of another process\n");
-  folder_.write("trace.1", "rotated by another process\n");
-  trace(std::string(1000, 'b'));
-  EXPECT_EQ(read("trace.1"), "rotated by another process\n");
-  trace("c\n");
-  EXPECT_EQ(read(), "of another process\n" + stamp() + "c\n");
+  expect_that_a_line_past_the_limit_only_closes_it_after_two_rotations();
 }
 
 // Anybody who may read the file can hold a lock on it for good.

@@ -38,6 +38,7 @@ char *put_dotted_byte(char *out, std::uint32_t byte) {
   return out + 3;
 }
 
+// Four bytes as a number, the first one lowest.
 std::uint32_t four(std::uint32_t a, std::uint32_t b, std::uint32_t c, std::uint32_t d) {
   return a | b << 8 | c << 16 | d << 24;
 }
@@ -111,6 +112,8 @@ k7_uuid__t record_of(const Numbers &numbers) {
 }  // namespace
 
 int put_uuid_text(const k7_uuid__t &uuid, char *out) {
+  // All is read before the first character is written, into numbers and not into a second record,
+  // which on 32-bit x86 would need a stack guard.
   const std::uint32_t time_high = uuid.time_high;
   const std::uint32_t time_low = uuid.time_low;
   const std::uint32_t number = uuid.reserved;
