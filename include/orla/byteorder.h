@@ -4,8 +4,8 @@
  *  The library also defines `htonl`, `ntohl`, `htons` and `ntohs` under the platform's names. A
  *  program that is linked with it before the C library gets these. Where the compiler optimises,
  *  <arpa/inet.h> makes it replace such calls by an instruction, and neither library is called. That
- *  header declares them, not this one, so that a program may include both in any order. They differ
- *  from the platform's in three ways:
+ *  header declares them, not this one, so that a program may include both in any order. orla's four
+ *  differ from the platform's in three ways:
  *
  *  - They always reverse the bytes, whatever the host's order. On x86 that is the conversion to and
  *    from network order; on a big-endian host it would not be.

@@ -15,7 +15,7 @@
  *  - On 32-bit x86 with more than 4 GiB the kernel counts memory in larger units, and
  *    tavGetMemorySize() does not multiply by them: its figure is smaller by that factor. The real
  *    size is `(uint64_t)totalram * mem_unit >> 20` of sysinfo(). The figure times `mem_unit` is too
- *    small: the shift drops up to one `mem_unit` of mebibytes.
+ *    small, by less than `mem_unit` mebibytes.
  *  - tavGetDisks() needs root and never looks at /dev/hdz and /dev/sdz.
  */
 #ifndef ORLA_INVENTORY_H
@@ -99,9 +99,9 @@ ORLA_EXPORT int HTSupported(void) ORLA_NOEXCEPT;
 
 /** Asks the kernel for its hyper-threading figure.
  *
- *  The kernel release says where to look: its major number over 2, or minor over 4, or patch over
- *  18, each tested by itself, selects /proc/cpuinfo ("siblings" or "threads"); otherwise the kernel
- *  log is searched.
+ *  The kernel release says where to look. A major number over 2, a minor number over 4 or a patch
+ *  number over 18, each by itself, selects /proc/cpuinfo ("siblings" or "threads"); otherwise the
+ *  kernel log is searched.
  *
  *  @return  logical processors per package (from /proc/cpuinfo) or occurrences of
  *           "cpu_sibling_map[" (in the log); 0 when the kernel reports none; -1 when it cannot be
@@ -123,10 +123,10 @@ ORLA_EXPORT int CPUID_is_supported(void) ORLA_NOEXCEPT;
 /** Executes the `cpuid` instruction. On a processor that is not x86 all four results are 0.
  *
  *  @param[in]  leaf  0 or 1; the sub-leaf register is not loaded.
- *  @param[out] eax   register after the instruction; so for the other three.
- *  @param[out] ebx   see eax.
- *  @param[out] ecx   see eax.
- *  @param[out] edx   see eax.
+ *  @param[out] eax   EAX after the instruction.
+ *  @param[out] ebx   EBX after the instruction.
+ *  @param[out] ecx   ECX after the instruction.
+ *  @param[out] edx   EDX after the instruction.
  *  Errors: none. Threads: safe.
  */
 ORLA_EXPORT void cpuid(uint32_t leaf, uint32_t *eax, uint32_t *ebx, uint32_t *ecx,

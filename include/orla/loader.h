@@ -62,9 +62,9 @@ ORLA_EXPORT orla_library_id *orla_slnk_allocate_library_id(void) ORLA_NOEXCEPT;
  *
  *  The name is first given to the dynamic linker unchanged, which looks for a name without a slash
  *  in the directory of this library too. When that fails, ::ORLA_LIBRARY_FALLBACK_DIRECTORY is put
- *  before it, even when it has a slash. A name of more than ::ORLA_LIBRARY_FALLBACK_NAME_MAX
- *  characters gets no second attempt, and one of several megabytes makes the linker run out of
- *  stack. A handle that the id held before is lost.
+ *  before the name, even when the name has a slash. A name of more than
+ *  ::ORLA_LIBRARY_FALLBACK_NAME_MAX characters gets no second attempt, and one of several megabytes
+ *  makes the linker run out of stack. A handle that the id held before is lost.
  *
  *  @param[in]     name    cstr; soname, file name or path.
  *  @param[in,out] id      its handle is written; null when the library did not open.
@@ -72,7 +72,7 @@ ORLA_EXPORT orla_library_id *orla_slnk_allocate_library_id(void) ORLA_NOEXCEPT;
  *  Errors: while ::orlalib_verbose is on, a library that does not open by either name is traced,
  *  with the name and the linker's text on the last attempt, together cut at 255 characters. The
  *  trace writer expands them like every message: "%%" in a name becomes one percent sign, "%m" the
- *  text of `errno`. The text of dlerror() has been read and cleared.
+ *  text of `errno`. Afterwards dlerror() returns null, also while tracing is off.
  *  Threads: safe, each on an id of its own, unless tracing is on.
  */
 ORLA_EXPORT void orla_slnk_load_library(const char *name, orla_library_id *id,

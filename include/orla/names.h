@@ -43,7 +43,8 @@ ORLA_EXPORT extern const char *orla_ls_group;
 
 /** Gives the name of the real user.
  *
- *  @param[out] out  char[32], always terminated; filled with zeros after a name of ::orla_ls_user.
+ *  @param[out] out  char[32], always terminated; after a name from ::orla_ls_user the rest is
+ *                   zeros.
  *  Errors: a user id without an entry is "unknown".
  *  Threads: shares the entry of getpwuid() (serialise).
  */
@@ -51,7 +52,8 @@ ORLA_EXPORT void orla_get_user_name(char *out) ORLA_NOEXCEPT;
 
 /** Gives the name of the real group.
  *
- *  @param[out] out  char[32], always terminated; filled with zeros after a name of ::orla_ls_group.
+ *  @param[out] out  char[32], always terminated; after a name from ::orla_ls_group the rest is
+ *                   zeros.
  *  Errors: a group id without an entry is "unknown".
  *  Threads: shares the entry of getgrgid() (serialise).
  */

@@ -1,12 +1,13 @@
 /** @file
  *  The library for C++17 and later: its values as types, its failures as values.
  *
- *  It stands on the C headers, which tell in full what is only named here, and behaves as they do,
- *  odd corners included. What is `constexpr`, and order and hash of UUIDs, is computed inline; the
+ *  It stands on the C headers, which describe in full what is only named here, and behaves as they
+ *  do, quirks included. What is `constexpr`, and order and hash of UUIDs, is computed inline; the
  *  rest calls the function that it names. There is no state of its own.
  *
  *  Errors: a failure that a caller must expect is a value: an empty std::optional, false, a reason.
- *  Nothing throws but the allocation of a string. Exceptions and RTTI may be switched off.
+ *  Nothing throws but the allocation of a string and, in trace(), a formatter of the program's own.
+ *  Exceptions and RTTI may be switched off.
  *  Threads: safe, each on its own objects, where nothing else is said.
  */
 #ifndef ORLA_ORLA_HPP
@@ -91,11 +92,11 @@ class date : public detail::ordered<date> {
   static constexpr std::optional<date> from_fields(int year, int month, int day) noexcept {
     if (month < 1 || month > 12 || day < 1 || day > days_in_month(year, month)) return std::nullopt;
     const unsigned years = year > 1970 ? static_cast<unsigned>(year) - 1970 : 0;
-    // Months begin on a straight line, in 1/16 day, where February has 30 days.
+    // A straight line through the starts of months, in 1/16 day, as if February had 30 days.
     const int first = (489 * month - 480) / 16 - (month < 3 ? 0 : 30 - days_in_month(year, 2));
     return from_days(365 * years + (years + 1) / 4 + static_cast<unsigned>(first + day - 1));
   }
-  /** The day so many days after 1970-01-01, modulo 65,536. */
+  /** The day `days` days after 1970-01-01, modulo 65,536. */
   static constexpr date from_days(unsigned days) noexcept {
     return date(static_cast<std::uint16_t>(days - kDaysToNumber0));
   }
@@ -137,8 +138,8 @@ class date : public detail::ordered<date> {
   }
   /** "2007-12-31". */
   std::string iso_text() const {
-    const std::string us = text();
-    return us.substr(6) + '-' + us.substr(0, 2) + '-' + us.substr(3, 2);
+    const std::string us_text = text();
+    return us_text.substr(6) + '-' + us_text.substr(0, 2) + '-' + us_text.substr(3, 2);
   }
   /** 28 to 31. The month is not checked: of one outside 1 to 12 the result has no meaning. */
   static constexpr int days_in_month(int year, int month) noexcept {
@@ -147,7 +148,7 @@ class date : public detail::ordered<date> {
   }
   /** Days from b to a: -65,535 to 65,535. */
   friend constexpr int operator-(date a, date b) noexcept { return a.key() - b.key(); }
-  /** So many days later, or earlier: after 2149-06-05 comes 1970-01-01. */
+  /** That many days later or earlier; 1970-01-01 follows 2149-06-05. */
   friend constexpr date operator+(date a, int days) noexcept {
     return date(static_cast<std::uint16_t>(a.number_ + static_cast<unsigned>(days)));
   }
@@ -269,8 +270,8 @@ class uuid : public detail::ordered<uuid> {
     const auto folded = static_cast<std::uint32_t>(mixed ^ mixed >> 32);
     return ((folded ^ folded >> 16) & 0xFFFF) % modulus;
   }
-  /** What std::hash gives, for tables of any size: of more values than the 65,536 of bucket(). It
-   *  differs between hosts of other word sizes and byte orders. */
+  /** What std::hash gives: more values than the 65,536 of bucket(), so for tables of any size. It
+   *  differs between hosts of different word size or byte order. */
   std::size_t hash() const noexcept {
     const std::uint64_t mixed =
         key().first * 0x9E3779B97F4A7C15 + key().second * 0xD6E8FEB86659FD93;
@@ -303,12 +304,12 @@ class uuid : public detail::ordered<uuid> {
   k7_uuid__t record_{};
 };
 
-/** A profile file, read and written as orla/profile.h tells: each call opens it anew. */
+/** A profile file, read and written as orla/profile.h describes: each call opens it anew. */
 class profile {
  public:
   /** ORLA_DEFAULT_PROFILE_PATH stands for what `ORLA_CONFIG` names, but not in get_int(). */
   explicit profile(std::string path) : path_(std::move(path)) {}
-  /** Of the path in force: orla_cfg_file(). Threads: the first call settles it (serialise). */
+  /** The profile in force, by orla_cfg_file(). Threads: the first call settles it (serialise). */
   static profile in_force() {
     char path[ORLA_PROFILE_PATH_SIZE];
     orla_cfg_file(path, nullptr);
@@ -318,7 +319,7 @@ class profile {
   const std::string &path() const noexcept { return path_; }
   /** Reads a value of any length: `get(section, key).value_or(text)` is what
    *  orla_cfg_get_private_profile_string() answers with that default.
-   *  @return none for what is not found, and for a value that is empty or holds spaces alone. */
+   *  @return none for a value that is not found, is empty or is only spaces. */
   std::optional<std::string> get(zstring section, zstring key) const {
     unsigned size = 256;
     std::string value(size - 1, '\0');
@@ -331,7 +332,8 @@ class profile {
   }
   /** Reads a number: `get_int(section, key).value_or(number)` is what
    *  orla_cfg_get_private_profile_int() answers with that default.
-   *  @return 0 to 99999; none for what is not found or has no or more than 5 characters. */
+   *  @return 0 to 99999; none for a value that is not found, is empty or has more than 5
+   *          characters. */
   std::optional<int> get_int(zstring section, zstring key) const noexcept {
     const int number = orla_cfg_get_private_profile_int(section, key, -1, path_.c_str());
     return number < 0 ? std::nullopt : std::optional(number);
@@ -345,7 +347,7 @@ class profile {
   std::string path_;
 };
 
-/** A shared library, opened by name as orla/loader.h tells, and closed with the object. */
+/** A shared library, opened by name as orla/loader.h describes, and closed with the object. */
 class library {
  public:
   explicit library(zstring name) {
@@ -360,11 +362,13 @@ class library {
     }
   }
   explicit operator bool() const noexcept { return id_ != nullptr; }
-  /** Why it did not open: what the dynamic linker says of the name when asked again. Else empty. */
+  /** Why it did not open: what the dynamic linker says of the name when asked again. Empty when it
+   *  opened. */
   const std::string &error() const noexcept { return error_; }
   /** The address of a function, `symbol<int(const char *)>("puts")`, or of a variable,
    *  `symbol<int>("count")`. The type is not checked.
-   *  @return null without a library, and for a missing symbol, which is told on standard output. */
+   *  @return null without a library, and for a missing symbol, which is reported on standard
+   *          output. */
   template <typename Symbol>
   Symbol *symbol(zstring name) const noexcept {
     if (id_ == nullptr) return nullptr;
@@ -377,7 +381,7 @@ class library {
     orla_slnk_free_library(id);
     orla_slnk_free_library_id(id);
   }
-  // The loader has used up what dlerror() had to say.
+  // The loader has read and cleared dlerror(), so the linker is asked again.
   static std::string reason(zstring name) {
     void *handle = dlopen(name, RTLD_NOW);
     if (handle == nullptr) return dlerror();
@@ -390,7 +394,8 @@ class library {
 };
 
 /** The tokens of a text, as orla/token.h has them: a range of views of the text, which must outlive
- *  them. The text ends at a zero byte, which no delimiter is; a token not closed is none. */
+ *  them. The text ends at a zero byte, so that is never a delimiter. A token that is not closed
+ *  does not count. */
 class tokens {
  public:
   using iterator_category = std::input_iterator_tag;  // the range is its own iterator
@@ -427,7 +432,7 @@ class tokens {
   char delimiter_ = '\0';
 };
 
-/** A figure; or none, and the reason. */
+/** A figure, or the reason why there is none. */
 template <typename Number>
 struct figure : std::optional<Number> {
   const char *reason;  ///< empty where there is a figure
@@ -462,14 +467,14 @@ inline host_figures host() noexcept {
 }
 
 /** The real user, the real group, this node: orla_get_user_name() and so on. None of them fails: a
- *  name that cannot be had is "unknown", that of the node empty. Threads: as these functions. */
+ *  name that is not available is "unknown", that of the node empty. Threads: as these functions. */
 inline std::string user_name() { return detail::filled<ORLA_NAME_SIZE>(orla_get_user_name); }
 inline std::string group_name() { return detail::filled<ORLA_NAME_SIZE>(orla_get_group_name); }
 inline std::string node_name() { return detail::filled<ORLA_NODE_NAME_SIZE>(orla_get_node_name); }
 
-/** Writes a trace line while ::orlalib_verbose is on, and does nothing else: formats the line in
- *  ::statuslog, cuts it at 1,022 characters, and hands it with a line feed to TavTrace(), which in
- *  the trace file takes "%%" for one percent sign and "%m" for the text of `errno`.
+/** Writes a trace line while ::orlalib_verbose is on; does nothing while it is off. Formats the
+ *  line in ::statuslog, cuts it at 1,022 characters, and hands it with a line feed to TavTrace(),
+ *  which in the trace file takes "%%" for one percent sign and "%m" for the text of `errno`.
  *  @param[in] format  printf() format.
  *  Threads: shares the buffer and the trace stream (serialise). */
 [[gnu::format(printf, 1, 2)]] inline void tracef(const char *format, ...) noexcept {

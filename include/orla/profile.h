@@ -17,8 +17,8 @@
  *    line before it is lost. A rewrite drops both, as it drops a last line without a line feed.
  *    While it shortens a file, the writer itself puts this byte after the new text for a moment.
  *    Only orla_i_cfg_read_line() goes on after the byte, at its next call.
- *  - Lines, sections, keys and values have any length. A zero byte in a line is kept when the line
- *    is copied; when the line is read it ends the text, as in any C string.
+ *  - Lines, sections, keys and values may have any length. A zero byte in a line is kept when the
+ *    line is copied; when the line is read it ends the text, as in any C string.
  *  - Letter case is ignored in section names and keys, for the letters A to Z only. All other bytes
  *    are compared unchanged.
  *
@@ -34,17 +34,17 @@
  *  - Success is 1 for the writer, 0 for create_temporary_name() and copy_file().
  *  - Each rewrite leaves one descriptor open in the process; see create_temporary_name().
  *
- *  At the same moment:
+ *  While other processes use the file:
  *  - A rewrite overwrites the old text with the new one and then cuts off what is left of the old
  *    one. The file is never empty meanwhile, and a byte 0xFF hides that rest from readers.
  *  - A reader mostly finds the old text or the new one. In a file of more than a page (4 KiB) it
  *    can find the new text up to some point and the old one after it. In a smaller file a mixture
  *    is rare: a few of a million reads find the two mixed, or the new text cut at the length of the
- *    old one.
- *    A key may then be missing, or a value wrong. A caller for whom that matters reads again.
+ *    old one. A key may then be missing, or a value wrong. A caller for whom that matters reads
+ *    again.
  *  - A process that is killed during a rewrite leaves the old text or the new one; in a file of
- *    more than a page also the new one up to some point and the old one after it. The whole new
- *    text is then in /tmp/K7......, and can be copied over the file.
+ *    more than a page it may also leave the new one up to some point and the old one after it. The
+ *    whole new text is then in /tmp/K7......, and can be copied over the file.
  *  - Nothing is locked. Each of two writers writes the text that it read with its own key changed,
  *    so the other's change is lost; where both copy at the same time the file may be a mixture. Let
  *    only one write at a time.
@@ -95,17 +95,17 @@ ORLA_EXPORT int orla_cfg_get_private_profile_int(const char *section, const char
 
 /** Reads a string.
  *
- *  The result is also the default for a value that is empty or only spaces; pass a null default to
- *  get such a value as it is. A default of `size` characters or more fills the buffer and leaves it
+ *  A value that is empty or only spaces gives the default too; pass a null default to get such a
+ *  value as it is. A default of `size` characters or more fills the buffer and leaves it
  *  without a terminator.
  *
  *  @param[in]  section   cstr, without brackets; for "" the first line of the file counts as the
  *                        header.
  *  @param[in]  key       cstr; "" is found in the first line of the section.
- *  @param[in]  fallback  optional cstr, shorter than `size`; null counts as an empty text.
+ *  @param[in]  fallback  optional cstr, shorter than `size`; null counts as an empty string.
  *  @param[out] text      char[size]: the value, cut at size - 1 characters, and zero bytes to the
  *                        end.
- *  @param[in]  size      0: nothing is written; 1: an empty text; the result is 0 in both cases.
+ *  @param[in]  size      0: nothing is written; 1: an empty string; the result is 0 in both cases.
  *  @param[in]  path      cstr; ORLA_DEFAULT_PROFILE_PATH stands for the file that `ORLA_CONFIG`
  *                        names, where it is set, even when that file does not open.
  *  @return     characters of the value in `text`, or the length of `fallback`.
@@ -136,17 +136,16 @@ ORLA_EXPORT unsigned orla_cfg_get_private_profile_string(const char *section, co
  *  @param[in] section  cstr, without brackets.
  *  @param[in] key      cstr; "" is found in the first line of the section, even in an empty one.
  *  @param[in] value    cstr.
- *  @param[in] path     cstr, of a file that is read and rewritten. A file that is missing (ENOENT)
- *                      is created, and one that may not be read (EACCES, EPERM) is replaced, by one
- *                      that holds the header and the entry alone. Any other error on opening it is
- *                      a failure. ORLA_DEFAULT_PROFILE_PATH stands for the file that `ORLA_CONFIG`
- *                      names. On a FIFO the call waits until another process has opened its other
- *                      end.
+ *  @param[in] path     cstr, of a file that is read and rewritten. When it is missing (ENOENT) or
+ *                      may not be read (EACCES, EPERM), a new file with the header and the entry
+ *                      alone takes its place. Any other error on opening it is a failure.
+ *                      ORLA_DEFAULT_PROFILE_PATH stands for the file that `ORLA_CONFIG` names. On a
+ *                      FIFO the call waits until another process has opened its other end.
  *  @return    1 on success, 0 on failure. After a failure the file is as it was, with two
  *             exceptions: it is empty when copy_file() could not open the temporary copy, and a new
  *             file that could not be written completely is left as it is.
  *             Quirk: what copy_file() cannot write to the file, or cannot read of the temporary
- *             copy, is missing in the file, but the result is 1.
+ *             copy, is missing from the file, but the result is 1.
  *  Errors: 0; `errno` says why. When the temporary file cannot be opened by its name, it is left in
  *  /tmp, empty. A file larger than the process may write (RLIMIT_FSIZE) ends it by SIGXFSZ, unless
  *  that signal is ignored or handled.

@@ -9,7 +9,7 @@
  *
  *  What a caller must know:
  *  - A year is a leap year exactly when it is divisible by 4. There is no century rule: 1900 and
- *    2100 count as leap years, in every function except the four that call one of the C library's:
+ *    2100 count as leap years, in every function except the four pass-throughs to the C library:
  *    tav_mktime(), tav_gmtime(), tav_ctime() and tav_localtime().
  *  - time_to_string() does not fold: a stamp of 2^31 or more prints as a date from 1901 to 1970.
  *  - string_to_time() gives 0 for a failure, and for some dates: 01/01/1970 and 12/28/1986 (date
@@ -19,8 +19,8 @@
  *  Threads: broken-down times are in the C library's static record, which the whole process shares.
  *  Threads that use it must serialise their calls of the functions that say so.
  *
- *  `errno` is left alone, with two exceptions: the four that call one of the C library's leave the
- *  value that it set, and so do the print functions when they fail.
+ *  `errno` is left alone, with two exceptions: the four pass-throughs leave the value that the C
+ *  library set, and so do the print functions when they fail.
  *
  *  On 32-bit x86 a program compiled with -D_TIME_BITS=64 has another `time_t` than the library; the
  *  four pass-throughs that take one are not declared there.
@@ -256,11 +256,10 @@ ORLA_EXPORT int fprint_time_line(FILE *stream, int32_t stamp, const char *prefix
  *  | `%d` | `%2$2d` |
  *  | `%y` | `%3$2d` |
  *  | `%Y` | `%3$4d` |
- *  | `%%` | a single `%`, which then combines with the character after it |
+ *  | `%%` | a single `%`, which begins a conversion with the character after it |
  *  | `%` and any other character | nothing |
  *
- *  The arguments are in this order. Widths pad with spaces, never zeros. A lone "%" at the end is
- *  dropped.
+ *  Widths pad with spaces, never zeros. A lone "%" at the end is dropped.
  *
  *  @param[in]  format   cstr.
  *  @param[out] numeric  room for two and a half times the format's length and the terminator.
@@ -289,7 +288,7 @@ ORLA_EXPORT void orla_strptime(const char *text, const char *format,
  *  | mode     | text                         | year |
  *  | -------- | ---------------------------- | ---- |
  *  | standard | `12/31/2007`, `1/2/2007`     | with its century |
- *  | old      | `2007 12 31` or `2007/12/31` | over 1900 in full, otherwise since 1900 |
+ *  | old      | `2007 12 31` or `2007/12/31` | over 1900 in full; any other counts from 1900 |
  *
  *  In the standard mode "12/31/07" is rejected, a year over 3800 is lowered by 1900, and one over
  *  5700 twice. White space before a number and text after the third number are accepted. Whether

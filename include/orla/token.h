@@ -15,9 +15,9 @@
  *        ...
  *
  *  What a caller must know:
- *  - get_delimited_token_in_string() finds a token after others only when these are all empty.
- *  - count_delimited_tokens_in_string() counts delimiters in 16 bits, signed: from 32,768 on its
- *    result is negative or starts again.
+ *  - get_delimited_token_in_string() finds a token only when all tokens before it are empty.
+ *  - count_delimited_tokens_in_string() counts delimiters in 16 bits, signed: from 32,768
+ *    delimiters on its result is negative or starts again.
  *
  *  Results point into the caller's text. Nothing after the closing delimiter of the token is read.
  *  Threads: safe, all of them.

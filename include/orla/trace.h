@@ -14,8 +14,8 @@
  *  Once the file has grown past ORLA_TRACE_ROTATION_SIZE bytes it is renamed to its path with ".1"
  *  after it, in place of an earlier one, and the next line starts a new file. Processes may share a
  *  trace file: one of them renames it, and the others continue in the new file with their next
- *  lines. While somebody holds a lock on the file (flock()) it is not renamed until it has more
- *  than twice as many bytes.
+ *  lines. While somebody holds a lock on the file (flock()) it is not renamed until it is more
+ *  than twice that size.
  *
  *  | variable     | read                       | effect                                       |
  *  | ------------ | -------------------------- | -------------------------------------------- |
@@ -33,8 +33,8 @@
  *  - After a change of `K7LOG_PATH`, lines keep going to the open file until a close request or a
  *    rotation, and a rotation renames the file at the new path.
  *  - On standard output a message that ends in a line feed is followed by an empty line.
- *  - Where summer time shifts by half an hour (Lord Howe Island), lines of the last half hour of a
- *    summer day carry the next day's date.
+ *  - Where daylight saving shifts by half an hour (Lord Howe Island), lines of the last half hour
+ *    of a day with daylight saving carry the next day's date.
  *  - A process that traces nothing while others rotate the file twice writes its next line to a
  *    file that has been removed.
  *  - A library that is closed with dlclose() while the trace file is open leaves its descriptor

@@ -11,7 +11,7 @@
  *      |       |    |  |              reserved, its low byte first;
  *      |       |    |  |              where it is 0, host bytes 5 and 6
  *      |       |    |  host bytes 0 to 4; the first four are the host identifier
- *      |       |    family: the class code of the host identifier, 0x80 added
+ *      |       |    family: low 8 bits of the class code, with 0x80 set
  *      |       time_low, 4 digits
  *      time_high, 8 digits
  *
@@ -19,7 +19,7 @@
  *  - Two calls of orla_uuid_gen() on one host within the same 4 microseconds give identical
  *    records. A loop that takes 40 nanoseconds per record makes each record a hundred times. Two
  *    calls at unrelated moments of one second give the same record with a chance of 1 in 250,000;
- *    among 100 such calls two are equal with a chance of 1 in 50, among 589 with one of 1 in 2. A
+ *    among 100 such calls the chance that two are equal is 1 in 50, among 589 it is 1 in 2. A
  *    caller that needs distinct records in quick succession must space its calls.
  *  - Two calls 213,568 microseconds apart, before and after the start of a second, may give
  *    identical records too: `time_low` starts again at 0 there, while `time_high` may stay the
