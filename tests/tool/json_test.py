@@ -78,13 +78,13 @@ def pairs(value, path=""):
 
 
 def documented():
-    """Command to its keys, each with its type and whether it may lack."""
+    """Command to its keys, each with its type and whether it is optional."""
     with open(DOCUMENT, encoding="utf-8") as file:
         text = file.read()
     commands = {}
     for name, body in re.findall(r"(?m)^## orla (.+)\n\n((?:.+\n)+)", text):
-        rows = re.findall(r"(?m)^\| `(.+?)` \| (.+?)(, may lack)? \| .+ \|$", body)
-        commands[name] = {key: (types, bool(may_lack)) for key, types, may_lack in rows}
+        rows = re.findall(r"(?m)^\| `(.+?)` \| (.+?)(, optional)? \| .+ \|$", body)
+        commands[name] = {key: (types, bool(optional)) for key, types, optional in rows}
     return commands
 
 
@@ -128,8 +128,8 @@ class Json(tool.Tool):
             self.assertIn(key, keys)
             self.assertTrue(is_of_type(each, keys[key][0]), (key, each))
             seen.add(key)
-        for key, (_, may_lack) in keys.items():
-            self.assertTrue(may_lack or key in seen or "[]" in key, f"{key} lacks")
+        for key, (_, optional) in keys.items():
+            self.assertTrue(optional or key in seen or "[]" in key, f"{key} lacks")
         return seen
 
     def test_every_command_is_documented(self):

@@ -681,7 +681,7 @@ class LintAndQuirks(ProfileCase):
         ("cannot write is not noticed", None, None),
         ("Two writers at once", None, None),
         ("left mixed by a kill", None, None),
-        ("reader beside a writer can find such a mixture", None, None),
+        ("same time as a writer can find such a mixture", None, None),
         ("FIFO as a profile", None, None),
         ("copied onto itself", None, None),
     )
