@@ -15,7 +15,7 @@ int main(void) {
   int mebibytes = 0;
 
   if (tavGetOnlineProcs(&processors) != 0 || tavGetMemorySize(&mebibytes) != 0) {
-    fprintf(stderr, "The host does not tell its processors and memory.\n");
+    fprintf(stderr, "The kernel does not report the processors or the memory size.\n");
     return 1;
   }
   date_to_string(date, wek_date_stamp());

@@ -3,8 +3,8 @@ liborla.so.1 by its own name.
 
 - A function returns its results: a number, a text, a tuple. Texts are str, in the encoding of file
   names; what takes a text takes bytes too.
-- A failure raises an OrlaError; most are a ValueError, LookupError or KeyError as well. What C leaves
-  to the caller (a month of 13, a modulus of 0, a record that was freed) is checked.
+- A failure raises an OrlaError; most are a ValueError, LookupError or KeyError as well. What C
+  leaves to the caller (a month of 13, a modulus of 0, a record that was freed) is checked.
 - Variables are attributes of the object "variables", such as variables.orlalib_verbose = 255.
 
 The library is found where the system finds libraries, or is the file that the environment variable

@@ -12,7 +12,7 @@ from orla._time import data_to_date, date_to_string, k7_parse_date, wek_date_sta
 
 __all__ = ["Date"]
 
-_OF_1970 = 59331  # date number of 1970-01-01; date numbers have 16 bits and wrap
+_NUMBER_OF_1970 = 59331  # date number of 1970-01-01; date numbers have 16 bits and wrap
 
 
 @dataclasses.dataclass(frozen=True, order=True)
@@ -22,9 +22,10 @@ class Date:
     gives "MM/DD/YYYY".
 
     Dates are in the order of time and can be keys of a dict. A date plus or minus a number of
-    days is a date; the difference of two dates is a number of days. From a day up to 2100-02-28
-    to one after 2100-02-29 both count one day more than datetime.date does. InvalidValue for a
-    day that does not exist and for one out of this range."""
+    days is a date; the difference of two dates is a number of days. Across 2100-02-29 a
+    difference is one day more than datetime.date gives, a date plus days one day earlier, and a
+    date minus days one day later. InvalidValue for a day that does not exist and for one out of
+    this range."""
 
     year: int
     month: int
@@ -82,8 +83,8 @@ class Date:
             return NotImplemented
         since_1970 = self._since_1970() + days
         if not 0 <= since_1970 <= 0xFFFF:
-            raise InvalidValue(f"{self} and {days} days is out of 01/01/1970 to 06/05/2149")
-        return Date.from_number((since_1970 + _OF_1970) & 0xFFFF)
+            raise InvalidValue(f"{self} plus {days} days is outside 01/01/1970 to 06/05/2149")
+        return Date.from_number((since_1970 + _NUMBER_OF_1970) & 0xFFFF)
 
     @overload
     def __sub__(self, other: Date) -> int: ...
@@ -97,4 +98,4 @@ class Date:
         return self + -other
 
     def _since_1970(self) -> int:
-        return (self.number - _OF_1970) & 0xFFFF
+        return (self.number - _NUMBER_OF_1970) & 0xFFFF

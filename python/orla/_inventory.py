@@ -51,7 +51,7 @@ def tavGetConfigProcs() -> int:
 
 def tavGetMemorySize() -> int:
     """Main memory in mebibytes; the kernel's memory unit is not applied."""
-    return _inventory("tavGetMemorySize", "the kernel does not tell the memory")
+    return _inventory("tavGetMemorySize", "the kernel does not report the memory size")
 
 
 def tavGetDisks() -> int:

@@ -45,9 +45,9 @@ class LibraryId:
         return address
 
 
-def _loaded(library: LibraryId, wanted: bool) -> int:
-    if library.loaded != wanted:
-        raise InvalidValue("no library is loaded" if wanted else "a library is loaded already")
+def _address_when(library: LibraryId, *, loaded: bool) -> int:
+    if library.loaded != loaded:
+        raise InvalidValue("no library is loaded" if loaded else "a library is loaded already")
     return library.address
 
 
@@ -62,7 +62,8 @@ def orla_slnk_allocate_library_id() -> LibraryId:
 def orla_slnk_load_library(name: Text, library: LibraryId) -> None:
     """Opens a shared library. OrlaError when it does not open."""
     status = ctypes.c_uint32()
-    printing("orla_slnk_load_library", encoded(name), _loaded(library, False), ctypes.byref(status))
+    printing("orla_slnk_load_library", encoded(name), _address_when(library, loaded=False),
+             ctypes.byref(status))
     if status.value != 0:
         raise OrlaError(f"{os.fsdecode(name)} does not open")
     library.loaded = True
@@ -72,8 +73,8 @@ def orla_slnk_get_proc_addr(library: LibraryId, symbol: Text) -> int:
     """Address of a symbol. OrlaError for a missing one, which is printed on standard output,
     too."""
     status = ctypes.c_uint32()
-    address = printing("orla_slnk_get_proc_addr", _loaded(library, True), encoded(symbol),
-                        ctypes.byref(status))
+    address = printing("orla_slnk_get_proc_addr", _address_when(library, loaded=True),
+                       encoded(symbol), ctypes.byref(status))
     if address is None:
         raise OrlaError(f"there is no symbol {os.fsdecode(symbol)}")
     return int(address)
@@ -81,7 +82,7 @@ def orla_slnk_get_proc_addr(library: LibraryId, symbol: Text) -> int:
 
 def orla_slnk_free_library(library: LibraryId) -> None:
     """Closes the library of a record, which may then be loaded again."""
-    result = call("orla_slnk_free_library", _loaded(library, True))
+    result = call("orla_slnk_free_library", _address_when(library, loaded=True))
     library.loaded = False
     if result != 0:
         raise OrlaError("the library could not be closed")

@@ -88,9 +88,9 @@ class Section(Mapping[str, str]):
     does not count in keys.
 
     A look-up finds what the library finds: the value of the first line that begins with the key.
-    So "Port" is found in "PortNumber=77" too, the lines go on until one is empty, even where the
-    next header comes first, and "[Maintenance]" is taken for "[Main]". Iteration gives what
-    stands before the first "=" of each line.
+    So "Port" is found in "PortNumber=77" too, a section goes on to the first empty line, past the
+    next header, and "[Maintenance]" is taken for "[Main]". Iteration gives what stands before the
+    first "=" of each line.
 
     Setting a key rewrites the file, while other writers that lock it with flock() wait, such as
     "orla profile set". ProfileValueError, before the file is touched, for what a reader would not
@@ -102,15 +102,15 @@ class Section(Mapping[str, str]):
 
     def __getitem__(self, key: str) -> str:
         value = self._value(key)
-        # The library gives an empty text for an empty value, and for what it does not find.
+        # The library gives an empty string for an empty value, and for what it does not find.
         if not key or not value and b"=" not in self._line(key):
             raise ProfileKeyError(self.profile.path, self.name, key, "there is no such key")
         return value
 
     def get_int(self, key: str, fallback: int | None = None) -> int:
-        """The number at the start of a value, 0 to 99999, 0 without a digit there. For a key
-        that is missing and a value of no or of more than 5 characters the fallback; without one,
-        ProfileKeyError and ProfileValueError."""
+        """The number at the start of a value, 0 to 99999; 0 without a digit. For a missing key,
+        and a value that is empty or has more than 5 characters: the fallback, or without one
+        ProfileKeyError or ProfileValueError."""
         if fallback is not None:
             return orla_cfg_get_private_profile_int(self.name, key, fallback, self.profile.path)
         number = orla_cfg_get_private_profile_int(self.name, key, -1, self.profile.path)
@@ -195,8 +195,8 @@ def orla_cfg_get_private_profile_int(section: Text, key: Text, fallback: int, pa
 def orla_cfg_get_private_profile_string(section: Text, key: Text, fallback: Text | None,
                                         path: Text) -> str:
     """A value of a profile file, of any length, or the fallback, which also takes the place of a
-    blank value. With None a blank value is returned as it is, and an empty text for what is not
-    found."""
+    value that is empty or only spaces. With None such a value is returned as it is, and an empty
+    string for what is not found."""
     default = optional(fallback)
     size = 256 + len(default or b"")
     while True:

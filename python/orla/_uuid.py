@@ -22,7 +22,7 @@ _LAYOUT = struct.Struct("=IHHB7s")  # of the record: the fields below, without p
 class Uuid:
     """A UUID: 16 bytes that do not change. Made from its text, or by generate(),
     reserved_space() or from_bytes(). str() gives its text of 36 characters, bytes() its 16 bytes
-    in the byte order of this host. UUIDs are in total order and can be keys of a dict; hash() is
+    in the byte order of this host. UUIDs are totally ordered and can be keys of a dict; hash() is
     Python's, bucket() the library's.
 
     The text is read as the library reads it: white space, signs and short numbers are taken, and
