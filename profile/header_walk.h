@@ -11,7 +11,7 @@
 
 namespace orla {
 
-// Consumes the lines up to the header of section `name`, itself included, and passes them to
+// Consumes the lines up to the header of section `name`, the header included, and passes them to
 // `pass`, piece by piece. False when there is no such header; then all lines are consumed.
 template <typename Pass>
 [[nodiscard]] bool walk_past_header(LineSource &from, std::string_view name, HeaderRule rule,

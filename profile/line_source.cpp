@@ -99,7 +99,7 @@ std::size_t LineSource::read_block() {
 // Adds the `size` characters at end_ to the text, as far as they are visible.
 void LineSource::take_in(std::size_t size) {
   char *stop = end_ + size;
-  // Quirk: a byte 0xFF counts as the end of the file. orla_i_cfg_read_line() does the same.
+  // Quirk: a byte 0xFF counts as the end of the file, here and in orla_i_cfg_read_line().
   if (auto *last = std::memchr(end_, 0xFF, size)) {
     stop = static_cast<char *>(last);
     ended_ = true;

@@ -68,7 +68,7 @@ bool is_same_file(const struct statx &one, const struct statx &other) {
              std::tie(other.stx_ino, other.stx_dev_major, other.stx_dev_minor);
 }
 
-// Reads until the memory is full or the file ends. Quirk: a failed read counts as the end of the
+// Reads until the block is full or the file ends. Quirk: a failed read counts as the end of the
 // file.
 std::size_t read_block(int from, Block &block) {
   std::size_t size = 0;
@@ -98,7 +98,7 @@ std::uint64_t copy_content(int from, int to, Block &block, std::uint64_t earlier
   }
 }
 
-// Makes the content of a file that of another one, without emptying it first.
+// Gives a file the content of another one, without emptying it first.
 void copy_over(int from, int to) {
   const auto source = status_of(from);
   const auto earlier = status_of(to);
@@ -155,9 +155,9 @@ bool reserve(const char *path, std::uint64_t size) {
 
 // ---- One rewrite --------------------------------------------------------------------------------
 
-// Whether a target that did not open for reading is replaced by a new file. Quirk: that is so when
-// it is missing and when it may not be read. Any other error, such as no free descriptor, may be
-// temporary, and the file still exists.
+// Whether a target that did not open for reading is replaced by a new file. Quirk: when it is
+// missing or may not be read. Any other error, such as no free descriptor, may be temporary, and
+// the file still exists.
 bool is_replaced_after(int error) { return error == ENOENT || error == EACCES || error == EPERM; }
 
 // Creates or empties the target and writes only the header and the entry.
@@ -177,7 +177,7 @@ struct Copy {
   std::uint64_t target_room;  // bytes that fit into the target as it is
 };
 
-// Closes both files.
+// Writes the temporary copy, and closes both files.
 Copy write_copy(Descriptor &target, Descriptor &temporary, const Entry &entry) {
   orla::LineSource source(target.number());
   TextSink sink(temporary.number());

@@ -92,8 +92,8 @@ std::uint32_t trace_size() {
 
 // statx() also works where the record of stat() on 32-bit hosts is too small: after 2038, and for a
 // file whose inode number has more than 32 bits.
-bool identify(int folder, const char *path, int flags, struct statx &out) {
-  return statx(folder, path, flags, STATX_INO | STATX_NLINK, &out) == 0;
+bool identify(int directory, const char *path, int flags, struct statx &out) {
+  return statx(directory, path, flags, STATX_INO | STATX_NLINK, &out) == 0;
 }
 
 bool is_same_file(const struct statx &one, const struct statx &other) {
@@ -101,7 +101,7 @@ bool is_same_file(const struct statx &one, const struct statx &other) {
          one.stx_dev_minor == other.stx_dev_minor;
 }
 
-// Whether there is another file at the path than the open one, which was opened there.
+// Whether the file was opened at this path, and another file is there now.
 bool is_replaced(const struct statx &open_file, const char *path) {
   struct statx at_path;
   return std::strcmp(path, opened_path) == 0 && identify(AT_FDCWD, path, 0, at_path) &&
@@ -109,7 +109,7 @@ bool is_replaced(const struct statx &open_file, const char *path) {
 }
 
 // Whether another process has already rotated the open file, which is then at `rotated`, has no
-// name any more, or has another one that somebody gave it. The file at the path is then a new one
+// name any more, or has another name that somebody gave it. The file at the path is then a new one
 // and must stay.
 bool is_moved_aside(const char *path, const char *rotated) {
   struct statx open_file;

@@ -73,7 +73,7 @@ const char *numeric_conversion(char letter) {
     case 'Y':
       return "%3$4d";
     case '%':
-      return "%";  // Quirk: one, which combines with the character after it
+      return "%";  // Quirk: one, which begins a conversion with the character after it
     default:
       return "";
   }

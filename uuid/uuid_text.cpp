@@ -112,8 +112,8 @@ k7_uuid__t record_of(const Numbers &numbers) {
 }  // namespace
 
 int put_uuid_text(const k7_uuid__t &uuid, char *out) {
-  // All is read before the first character is written, into numbers and not into a second record,
-  // which on 32-bit x86 would need a stack guard.
+  // Everything is read before the first character is written, into numbers and not into a second
+  // record, which on 32-bit x86 would need a stack guard.
   const std::uint32_t time_high = uuid.time_high;
   const std::uint32_t time_low = uuid.time_low;
   const std::uint32_t number = uuid.reserved;
