@@ -84,43 +84,6 @@ TEST_F(UuidGen, MakesIdenticalRecordsWithinOneTickOfFourMicroseconds) {
   EXPECT_EQ(orla_uuid_equal(&uuid, &kExample), 0);
 }
 
-TEST_F(UuidGen, MakesEachRecordAHundredTimesInALoopThatMakesOneIn40Nanoseconds) {
-  std::uint32_t nanoseconds = 0;
-  const With clock(fake_gettimeofday, [&](timeval *now, void *) {
-    now->tv_sec = kExampleSeconds;
-    now->tv_usec = static_cast<decltype(now->tv_usec)>(nanoseconds / 1000);
-    nanoseconds += 40;
-    return 0;
-  });
-  int distinct = 1;
-  k7_uuid__t last = generated();
-  for (int i = 1; i < 100000; ++i) {
-    const k7_uuid__t uuid = generated();
-    distinct += orla_uuid_equal(&uuid, &last) == 0;
-    last = uuid;
-  }
-  EXPECT_EQ(distinct, 1000);
-}
-
-TEST_F(UuidGen, StartsTimeLowAgainWithinTheSecond) {
-  const MomentAt clock(kExampleSeconds, 262144);
-  EXPECT_EQ(generated().time_low, 0);
-  EXPECT_EQ(generated().time_high, 0xD0F7B2FD);
-}
-
-TEST_F(UuidGen, RestartsTimeHighIn2015SoThatTheEarlierRecordComparesGreater) {
-  constexpr std::uint32_t kSeconds = 1441415526;  // 2015-09-05 01:12:06 UTC
-  const auto at = [](std::uint32_t microseconds) {
-    const MomentAt clock(kSeconds, microseconds);
-    return generated();
-  };
-  const k7_uuid__t before = at(973436);
-  const k7_uuid__t after = at(973440);
-  EXPECT_EQ(before.time_high, 0xFFFFFFFF);
-  EXPECT_EQ(after.time_high, 0U);
-  EXPECT_GT(orla_uuid_cmp(&before, &after), 0);
-}
-
 TEST_F(UuidGen, ReadsTheClockAndAsksTheProviderOnceForEachRecord) {
   const MomentAt clock(kExampleSeconds, kExampleMicroseconds);
   generated();
@@ -220,12 +183,6 @@ TEST_F(UuidGen, MakesTheSameRecordPast2038ByEitherClock) {
   EXPECT_EQ(bytes_of(generated()), bytes_of(by_c_library));
 }
 
-TEST_F(UuidGen, CountsSecondsPast2048BackFrom1980) {
-  const ClockPast2038 clock(4102444800, 0);  // 2100-01-01: since 1980 it is -508055296 in 32 bits
-  const auto ticks = std::int64_t{-508055296} * 250000;
-  EXPECT_EQ(generated().time_high, static_cast<std::uint32_t>(ticks / 65535));
-}
-
 TEST_F(UuidGen, LeavesErrnoAlone) {
   errno = 4711;
   generated();
@@ -240,15 +197,6 @@ TEST(UuidReserved, InflatesAllFields) {
   orla_reserved_uuid_inflate(&uuid, 0x01020304, 0x0506, 0x0708);
   const k7_uuid__t expected = {0x01020304, 0x0506, 0x0708, 0x99, {0x6F, 0x72, 0x6C, 0x61, 0, 0, 0}};
   EXPECT_EQ(bytes_of(uuid), bytes_of(expected));
-}
-
-TEST(UuidReserved, HasTheDocumentedFamilyAndHost) {
-  k7_uuid__t uuid = filled(0xA5);
-  orla_reserved_uuid_inflate(&uuid, 0, 0, 0);
-  EXPECT_EQ(uuid.family, ORLA_UUID_RESERVED_FAMILY);
-  EXPECT_EQ(std::uint32_t{uuid.host[0]} << 24 | std::uint32_t{uuid.host[1]} << 16 |
-                std::uint32_t{uuid.host[2]} << 8 | uuid.host[3],
-            ORLA_UUID_RESERVED_HOST);
 }
 
 TEST_F(UuidGen, GivesAReservedRecordItsTimeAndNothingElse) {
@@ -284,21 +232,15 @@ void expect_no_host() {
       uuid, __builtin_bswap32(static_cast<std::uint32_t>(reinterpret_cast<std::uintptr_t>(&uuid))));
 }
 
-TEST(UuidHost, IsTheFirstIpv4AddressOfAnInterfaceThatIsUpAndNotLoopback) {
+TEST(UuidHost, IsTheFirstIpv4AddressButZeroOfAnInterfaceThatIsUpAndNotLoopback) {
   Interfaces interfaces;
   interfaces.without_address(kUp)
       .ipv4(kUp | IFF_LOOPBACK, 0x7F000001)
       .ipv4(IFF_RUNNING, 0xC0A80001)
       .ipv6(kUp)
+      .ipv4(kUp, 0)
       .ipv4(kUp, 0x0A000203)
       .ipv4(kUp, 0x0A000204);
-  const HostHas host(&interfaces);
-  expect_host(generated(), 0x0A000203);
-}
-
-TEST(UuidHost, PassesOverAddressZero) {
-  Interfaces interfaces;
-  interfaces.ipv4(kUp, 0).ipv4(kUp, 0x0A000203);
   const HostHas host(&interfaces);
   expect_host(generated(), 0x0A000203);
 }
@@ -321,19 +263,6 @@ TEST(UuidHost, IsAskedOfTheSystemOncePerProcessAndGivenBack) {
   EXPECT_EQ(host.given_back(), 1);
 }
 
-TEST(UuidHost, StaysWithTheFirstAnswerWhenTheAddressChanges) {
-  {
-    Interfaces interfaces;
-    interfaces.ipv4(kUp, 0x0A000203);
-    const HostHas host(&interfaces);
-    generated();
-  }
-  Interfaces interfaces;
-  interfaces.ipv4(kUp, 0x0A000299);
-  const HostHas host(&interfaces);
-  expect_host(generated(), 0x0A000203);
-}
-
 // Like two threads that ask at the same time: one gets its answer while the other still waits.
 TEST(UuidHost, IsTheOneAnsweredFirstForThreadsThatAskedMeanwhile) {
   Interfaces first;
@@ -353,14 +282,6 @@ TEST(UuidHost, IsTheOneAnsweredFirstForThreadsThatAskedMeanwhile) {
   EXPECT_EQ(asked, 2);
   EXPECT_EQ(inner.host[3], 3);
   EXPECT_EQ(outer.host[3], 3);
-}
-
-TEST(UuidHost, IsNoneWithoutAnInterface) {
-  Interfaces interfaces;
-  const HostHas host(&interfaces);
-  expect_no_host();
-  expect_no_host();
-  EXPECT_EQ(host.asked(), 1);
 }
 
 TEST(UuidHost, IsNoneWhereOnlyLoopbackAndOtherFamiliesAreUp) {

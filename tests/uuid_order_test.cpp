@@ -1,10 +1,9 @@
-// Records: their layout, the nil record, order, equality and hash.
+// Records: the nil record, order, equality and hash.
 
 #include <gtest/gtest.h>
 #include <orla/uuid.h>
 
 #include <bit>
-#include <cstddef>
 #include <cstdlib>
 #include <cstring>
 #include <vector>
@@ -13,16 +12,6 @@
 #include "plain/uuid.h"
 
 namespace {
-
-TEST(UuidRecord, Has16BytesInTheGivenOrder) {
-  EXPECT_EQ(sizeof(k7_uuid__t), 16U);
-  EXPECT_EQ(offsetof(k7_uuid__t, time_high), 0U);
-  EXPECT_EQ(offsetof(k7_uuid__t, time_low), 4U);
-  EXPECT_EQ(offsetof(k7_uuid__t, reserved), 6U);
-  EXPECT_EQ(offsetof(k7_uuid__t, family), 8U);
-  EXPECT_EQ(offsetof(k7_uuid__t, host), 9U);
-  EXPECT_EQ(sizeof(k7_uuid__t::host), 7U);
-}
 
 TEST(UuidNil, Is16ZeroBytes) { EXPECT_EQ(bytes_of(k7_uuid__nil), UuidBytes{}); }
 
@@ -69,6 +58,7 @@ TEST(UuidOrder, PutsTimeHighTimeLowReservedFamilyThenHostBytes) {
     for (std::size_t b = 0; b < kInOrder.size(); ++b) {
       EXPECT_EQ(sign(orla_uuid_cmp(&kInOrder[a], &kInOrder[b])), (a > b) - (a < b))
           << a << ' ' << b;
+      EXPECT_EQ(orla_uuid_equal(&kInOrder[a], &kInOrder[b]), a == b) << a << ' ' << b;
     }
   }
 }
@@ -82,34 +72,11 @@ TEST(UuidOrder, IsPlusOrMinusOneWhereANumericFieldDecides) {
   }
 }
 
-TEST(UuidOrder, IsThatOfThePlainComparisonOnAMillionNearlyEqualPairs) {
-  Random random(1);
-  for (int i = 0; i < 1000000; ++i) {
-    const k7_uuid__t a = random_uuid(random);
-    UuidBytes changed = bytes_of(a);
-    for (std::uint32_t changes = random.below(3); changes > 0; --changes)
-      changed[random.below(16)] = random.byte();
-    const k7_uuid__t b = uuid_of(changed);
-    ASSERT_EQ(sign(orla_uuid_cmp(&a, &b)), plain::uuid_order(a, b))
-        << text_of(a) << ' ' << text_of(b);
-    ASSERT_EQ(orla_uuid_equal(&a, &b), bytes_of(a) == changed ? 1 : 0);
-  }
-}
-
 TEST(UuidEqual, IsOneForTheSameBytesInTwoRecordsAndInOne) {
   const k7_uuid__t copy = kExample;
   EXPECT_EQ(orla_uuid_equal(&kExample, &copy), 1);
   EXPECT_EQ(orla_uuid_equal(&copy, &copy), 1);
   EXPECT_EQ(orla_uuid_cmp(&kExample, &copy), 0);
-}
-
-TEST(UuidEqual, IsZeroWhereAnyOneBitDiffers) {
-  for (unsigned bit = 0; bit < 128; ++bit) {
-    UuidBytes bytes = bytes_of(kExample);
-    bytes[bit / 8] = static_cast<std::uint8_t>(bytes[bit / 8] ^ (1U << bit % 8));
-    const k7_uuid__t other = uuid_of(bytes);
-    EXPECT_EQ(orla_uuid_equal(&kExample, &other), 0) << bit;
-  }
 }
 
 TEST(UuidHash, OfTheExampleIsThreeOf101) {
