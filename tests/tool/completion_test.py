@@ -6,7 +6,6 @@ import re
 import shutil
 import subprocess
 import sys
-import tempfile
 import unittest
 
 import tool
@@ -47,10 +46,8 @@ source "$script"
 
 class CompletionCase(tool.Tool):
     def setUp(self):
-        folder = tempfile.TemporaryDirectory()
-        self.addCleanup(folder.cleanup)
-        self.folder = folder.name
-        self.profile = os.path.join(folder.name, "app.ini")
+        self.folder = self.new_folder()
+        self.profile = os.path.join(self.folder, "app.ini")
         with open(self.profile, "w", encoding="ascii") as file:
             file.write(PROFILE)
 

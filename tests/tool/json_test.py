@@ -6,7 +6,6 @@ import json
 import os
 import re
 import sys
-import tempfile
 
 import tool
 
@@ -90,10 +89,8 @@ def documented():
 
 class Json(tool.Tool):
     def setUp(self):
-        folder = tempfile.TemporaryDirectory()
-        self.addCleanup(folder.cleanup)
-        self.folder = folder.name
-        self.profile = os.path.join(folder.name, "app.ini")
+        self.folder = self.new_folder()
+        self.profile = os.path.join(self.folder, "app.ini")
 
     def run_command(self, command, arguments, *options):
         names = {"FILE": self.profile, "EMPTY": os.path.join(self.folder, "empty.ini")}

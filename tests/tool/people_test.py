@@ -158,7 +158,7 @@ class ProgressLine(OnATerminal):
 class OutputThatGoesNowhere(tool.Tool):
     def test_a_full_disk_is_a_failure_that_ends_the_work(self):
         for arguments in (["now"], ["now", "--json"], ["uuid", "new", "-n", "4294967295"], ["--help"],
-                          ["date", "show", "1", "2"], ["--complete", ""]):
+                          ["--version"], ["date", "show", "1", "2"], ["--complete", ""]):
             with open("/dev/full", "wb") as full:
                 result = subprocess.run([tool.PATH, *arguments], stdout=full, stderr=subprocess.PIPE,
                                         env=self.environment(), text=True, check=False)
@@ -199,14 +199,6 @@ class OutputThatGoesNowhere(tool.Tool):
                                 env=self.environment(), capture_output=True, check=False)
         self.assertEqual((result.returncode, result.stdout), (1, ""))
         self.assertIn("standard input cannot be read: Bad file descriptor", result.stderr)
-
-    def test_help_and_version_say_why_they_could_not_be_written(self):
-        for option in ("--help", "--version"):
-            with open("/dev/full", "w", encoding="ascii") as full:
-                result = subprocess.run([tool.PATH, option], stdout=full, stderr=subprocess.PIPE,
-                                        text=True, env=self.environment(), check=False)
-            self.assertEqual(result.returncode, 1)
-            self.assertIn("No space left on device", result.stderr)
 
 
 class Help(tool.Tool):

@@ -10,7 +10,6 @@ import resource
 import signal
 import subprocess
 import sys
-import tempfile
 
 import tool
 
@@ -23,11 +22,10 @@ MAIN = "[Main]\nPortNumber=77\nPort=5\nName= a b \nEmpty=\nSpaces=  \nText\nBig=
 
 class ProfileCase(tool.Tool):
     def setUp(self):
-        self.folder = tempfile.TemporaryDirectory()
-        self.addCleanup(self.folder.cleanup)
+        self.folder = self.new_folder()
 
     def path(self, name):
-        return os.path.join(self.folder.name, name)
+        return os.path.join(self.folder, name)
 
     def write(self, content, name="f.ini"):
         with open(self.path(name), "wb") as file:
@@ -176,7 +174,7 @@ class Set(ProfileCase):
         os.mkfifo(self.path("f.ini"))
         for path, reason in (("/dev/null", "it is a device, not a file"),
                              (self.path("f.ini"), "it is a pipe, not a file"),
-                             (self.folder.name, "Is a directory"),
+                             (self.folder, "Is a directory"),
                              (self.path("none/f.ini"), "No such file or directory")):
             for verb in (["set", path, "M", "K", "v"], ["unset", path, "M", "K"]):
                 self.expect_failure(f"orla: {path} was not rewritten: {reason}\n", *verb)
@@ -266,7 +264,7 @@ class Together(ProfileCase):
             self.set_all(file)
             self.expect_all(file)
             os.remove(file)
-        self.assertEqual(os.listdir(self.folder.name), [])
+        self.assertEqual(os.listdir(self.folder), [])
 
     def test_take_out_a_key_each(self):
         file = self.write("[Main]\nOld=1\n" + "".join(f"K{n:02}=1\n" for n in range(self.COUNT)))
@@ -482,7 +480,7 @@ class Refused(ProfileCase):
     def test_named_pipes_in_folders_do_not_keep_the_others_from_it(self):
         os.mkfifo(self.path("a.ini"))
         self.write("", "b.ini")
-        result = self.run_tool("lint", self.folder.name)
+        result = self.run_tool("lint", self.folder)
         self.assertEqual((result.status, result.out), (1, "1 file checked, 0 findings\n"))
         self.assertIn("a.ini cannot be read: it is a pipe", result.err)
 
@@ -508,91 +506,68 @@ class Path(ProfileCase):
 
 
 class Lint(ProfileCase):
-    def expect_findings(self, content, expected, *arguments):
-        result = self.run_tool("lint", self.write(content), "--json", *arguments)
-        found = [(finding["line"], finding["kind"]) for finding in result.json["findings"]]
-        self.assertEqual(found, expected, content)
-        self.assertEqual(result.status, 1 if expected else 0)
+    # A file, the line and kind of each finding in it, and options.
+    ROWS = (
+        ("", []),
+        ("\n", []),
+        ("[Xa]\nK=1\n\n[Yb]\nK=1\n", []),
+        ("[Xa]\n\ntext\n\n[Yb]\n", []),
+        ("text\n[Xa]\n", []),
+        # A line without a value hides a key too.
+        ("[M]\nPORTNUMBER\nPort=5\n", [(2, "no_equals"), (3, "hidden_key")]),
+        ("[A]\nPortNumber=1\nPort=2\n", [(3, "hidden_key")]),
+        ("[A]\nport=1\nPort=2\n", [(3, "hidden_key")]),
+        ("[Xa]\nPort=1\nPortNumber=2\n\n[Yb]\nPort=1\n", []),
+        ("x", [(1, "no_line_feed")]),
+        ("[A]\nK=\xff\n [B]\nK", [(2, "byte_255")]),
+        # An empty line before later keys is told once, and below a name that is not UTF-8 too.
+        ("[Xa]\nK=1\n\n\nL=1\nM=1\n[Yb]\n\nK=1\n", [(3, "section_cut"), (8, "section_cut")]),
+        ("[M\xe4]\nK=1\n\nL=1\n", [(3, "section_cut")]),
+        ("[Xa]\nK=1\n[Yb]\nL=1\n", [(3, "runs_on")]),
+        (" [Xa]\n\n[Yb]\t\n\n[Zc]\n\n[ D ]\n", [(1, "spaced_header"), (3, "spaced_header")]),
+        # Sections that an earlier header hides.
+        ("[Main]\n\n[main]\n", [(3, "section_twice")]),
+        ("[Node1]\n\n[Node2]\n", [(3, "hidden_section")]),
+        ("[Maintenance]\n\n[Main]\n", [(3, "hidden_section")]),
+        ("[Main]\n\n[Maintenance]\n", []),
+        ("[Mai\n[Main]\n", [(2, "hidden_section")]),
+        # Integers, only where they are expected.
+        ("[A]\nPort=123456\nHost=123456\nMany=12345\n", []),
+        ("[A]\nPort=123456\nHost=123456\nMany=12345\n", [(2, "long_integer")], "--int", "port", "--int", "Many"),
+        ("[A]\nPort=x\nHost=\nMany=1x\n", [(2, "no_integer"), (3, "no_integer")],
+         "--int", "Port", "--int", "Host", "--int", "Many"),
+        ("x" * 511 + "\n" + "x" * 512 + "\n", [(2, "long_line")]),
+        # Bytes that do not show.
+        ("\xef\xbb\xbf[A]\nK=1\n", [(1, "byte_order_mark")]),
+        ("[A]\r\nK=1\r\n\r\n", [(1, "carriage_return")]),
+        ("[A]\nK=1\0x\n", [(2, "zero_byte")]),
+        ("[A]\n \t\nK=1\n", [(2, "blank_line")]),
+        ("[A]\n K=1\nL =1\nM= 1\nN=1 \n", [(2, "blanks"), (3, "blanks"), (4, "blanks")]),
+        ("[A]\nURL=a=b\n", [(2, "second_equals")]),
+        ("K=1\n[A]\nL=1\n", [(1, "no_section")]),
+        ("; x\n[A]\r\nURL=a=b\n", [(3, "second_equals")], "--ignore", "remark", "--ignore", "carriage_return"),
+    )
 
-    def test_clean_files(self):
-        for content in ("", "\n", "[Xa]\nK=1\n\n[Yb]\nK=1\n", "[Xa]\n\ntext\n\n[Yb]\n", "text\n[Xa]\n"):
-            self.expect_findings(content, [])
-        self.expect(f"{self.write('')}: nothing found\n", "lint", self.path("f.ini"))
-
-    def test_a_line_without_a_value_hides_a_key_too(self):
-        self.expect_findings("[M]\nPORTNUMBER\nPort=5\n", [(2, "no_equals"), (3, "hidden_key")])
-
-    def test_a_name_that_is_not_utf8_is_reported_all_the_same(self):
-        self.expect_findings("[M\xe4]\nK=1\n\nL=1\n", [(3, "section_cut")])
+    def test_finds_what_readers_do_not_see(self):
+        for content, expected, *options in self.ROWS:
+            with self.subTest(content=content, options=options):
+                result = self.run_tool("lint", self.write(content), "--json", *options)
+                found = [(finding["line"], finding["kind"]) for finding in result.json["findings"]]
+                self.assertEqual(found, expected)
+                self.assertEqual(result.status, 1 if expected else 0)
 
     def test_says_it_in_words_with_file_and_line(self):
+        self.expect(f"{self.write('')}: nothing found\n", "lint", self.path("f.ini"))
         result = self.run_tool("lint", self.write("[A]\nK=1"))
         self.assertEqual(result.out, self.path("f.ini") + ":2: the last line has no line feed: "
                          "no reader sees it, and a rewrite drops it\n")
-
-    def test_last_line_without_line_feed(self):
-        self.expect_findings("x", [(1, "no_line_feed")])
-
-    def test_byte_255_ends_the_file(self):
-        self.expect_findings("[A]\nK=\xff\n [B]\nK", [(2, "byte_255")])
-
-    def test_empty_line_before_later_keys_is_told_once(self):
-        self.expect_findings("[Xa]\nK=1\n\n\nL=1\nM=1\n[Yb]\n\nK=1\n",
-                             [(3, "section_cut"), (8, "section_cut")])
-
-    def test_key_hidden_by_an_earlier_line(self):
-        self.expect_findings("[A]\nPortNumber=1\nPort=2\n", [(3, "hidden_key")])
-        self.expect_findings("[A]\nport=1\nPort=2\n", [(3, "hidden_key")])
-        self.expect_findings("[Xa]\nPort=1\nPortNumber=2\n\n[Yb]\nPort=1\n", [])
-
-    def test_header_with_white_space_around_it(self):
-        self.expect_findings(" [Xa]\n\n[Yb]\t\n\n[Zc]\n\n[ D ]\n", [(1, "spaced_header"), (3, "spaced_header")])
-
-    def test_a_section_without_an_empty_line_at_its_end(self):
-        self.expect_findings("[Xa]\nK=1\n[Yb]\nL=1\n", [(3, "runs_on")])
-
-    def test_a_section_that_an_earlier_header_hides(self):
-        self.expect_findings("[Main]\n\n[main]\n", [(3, "section_twice")])
-        self.expect_findings("[Node1]\n\n[Node2]\n", [(3, "hidden_section")])
-        self.expect_findings("[Maintenance]\n\n[Main]\n", [(3, "hidden_section")])
-        self.expect_findings("[Main]\n\n[Maintenance]\n", [])
-        self.expect_findings("[Mai\n[Main]\n", [(2, "hidden_section")])
-
-    def test_long_values_only_where_integers_are_expected(self):
-        content = "[A]\nPort=123456\nHost=123456\nMany=12345\n"
-        self.expect_findings(content, [])
-        self.expect_findings(content, [(2, "long_integer")], "--int", "port", "--int", "Many")
-
-    def test_values_that_are_no_integers(self):
-        self.expect_findings("[A]\nPort=x\nHost=\nMany=1x\n", [(2, "no_integer"), (3, "no_integer")],
-                             "--int", "Port", "--int", "Host", "--int", "Many")
-
-    def test_long_lines(self):
-        self.expect_findings("x" * 511 + "\n" + "x" * 512 + "\n", [(2, "long_line")])
-
-    def test_bytes_that_do_not_show(self):
-        self.expect_findings("\xef\xbb\xbf[A]\nK=1\n", [(1, "byte_order_mark")])
-        self.expect_findings("[A]\r\nK=1\r\n\r\n", [(1, "carriage_return")])
-        self.expect_findings("[A]\nK=1\0x\n", [(2, "zero_byte")])
-        self.expect_findings("[A]\n \t\nK=1\n", [(2, "blank_line")])
-
-    def test_blanks_that_belong_to_key_or_value(self):
-        self.expect_findings("[A]\n K=1\nL =1\nM= 1\nN=1 \n", [(2, "blanks"), (3, "blanks"), (4, "blanks")])
-
-    def test_a_second_equals_sign(self):
-        self.expect_findings("[A]\nURL=a=b\n", [(2, "second_equals")])
 
     def test_lines_that_look_like_remarks_are_told_once(self):
         file = self.write("; a\n[A]\n# K=1\n;K=2\n")
         self.assertEqual(self.run_tool("lint", file).out, f"{file}:1: looks like a remark, as in 2 more below: "
                          "there are none, and to readers it is a line like any other\n")
 
-    def test_keys_above_every_header(self):
-        self.expect_findings("K=1\n[A]\nL=1\n", [(1, "no_section")])
-
-    def test_kinds_that_are_ignored(self):
-        content = "; x\n[A]\r\nURL=a=b\n"
-        self.expect_findings(content, [(3, "second_equals")], "--ignore", "remark", "--ignore", "carriage_return")
+    def test_a_word_that_is_no_kind_cannot_be_ignored(self):
         self.expect_failure('"x" is no kind of finding', "lint", "--ignore", "x", "f", status=2)
 
     def test_several_files_end_in_totals(self):
@@ -615,10 +590,10 @@ class Lint(ProfileCase):
 
     def test_a_folder_stands_for_the_profiles_in_it(self):
         os.makedirs(self.path("sub/empty.ini"))
-        os.symlink(self.folder.name, self.path("sub/round"))
+        os.symlink(self.folder, self.path("sub/round"))
         for name in ("b.ini", "sub/C.INI", "a.ini", "none.txt", "ini"):
             self.write("x", name)
-        result = self.run_tool("lint", "--json", self.folder.name)
+        result = self.run_tool("lint", "--json", self.folder)
         self.assertEqual([json.loads(line)["file"] for line in result.out.splitlines()],
                          [self.path(name) for name in ("a.ini", "b.ini", "sub/C.INI")])
         self.expect_failure("holds no file named *.ini", "lint", self.path("sub/empty.ini"))
@@ -631,7 +606,7 @@ class Lint(ProfileCase):
         self.addCleanup(os.chmod, self.path("closed"), 0o700)
         # Not even root may search it without these.
         limited = ["setpriv", "--bounding-set=-dac_override,-dac_read_search"] if os.geteuid() == 0 else []
-        result = self.orla_under(limited, "profile", "lint", "--json", self.folder.name)
+        result = self.orla_under(limited, "profile", "lint", "--json", self.folder)
         self.assertEqual([json.loads(line)["file"] for line in result.out.splitlines()],
                          [self.path("a/f.ini"), self.path("z/f.ini")])
         self.assertEqual(result.status, 1)

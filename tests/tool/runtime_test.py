@@ -7,7 +7,6 @@ import re
 import resource
 import signal
 import sys
-import tempfile
 
 import tool
 
@@ -32,10 +31,9 @@ class ToolTest(tool.Tool):
 
 class Names(ToolTest):
     def with_companion(self, module):
-        folder = tempfile.TemporaryDirectory(prefix="orla-test-")
-        self.addCleanup(folder.cleanup)
-        os.symlink(module, os.path.join(folder.name, "liborlanode.so"))
-        return {"LD_LIBRARY_PATH": folder.name}
+        folder = self.new_folder(prefix="orla-test-")
+        os.symlink(module, os.path.join(folder, "liborlanode.so"))
+        return {"LD_LIBRARY_PATH": folder}
 
     def test_shows_the_three_names(self):
         names = self.json_of("names", **self.with_companion(PROVIDER_MODULE))
@@ -147,9 +145,7 @@ class Load(ToolTest):
 
 class Trace(ToolTest):
     def setUp(self):
-        folder = tempfile.TemporaryDirectory(prefix="orla-test-")
-        self.addCleanup(folder.cleanup)
-        self.path = pathlib.Path(folder.name, "trace")
+        self.path = pathlib.Path(self.new_folder(prefix="orla-test-"), "trace")
 
     def test_writes_a_line_into_the_file(self):
         said = self.json_of("trace", "100%% done", K7LIB_VERB="y", K7LOG_PATH=str(self.path))

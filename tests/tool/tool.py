@@ -46,12 +46,16 @@ class Tool(unittest.TestCase):
         variables.update(added or {})
         return variables
 
+    def new_folder(self, **options):
+        """The path of a folder that goes with the test."""
+        folder = tempfile.TemporaryDirectory(**options)
+        self.addCleanup(folder.cleanup)
+        return folder.name
+
     def preloaded(self, module):
         """Variables that make functions of this module replace the C library's."""
         # They take no path with a blank, so the module is named by a link.
-        folder = tempfile.TemporaryDirectory(dir="/tmp")
-        self.addCleanup(folder.cleanup)
-        link = os.path.join(folder.name, os.path.basename(module))
+        link = os.path.join(self.new_folder(dir="/tmp"), os.path.basename(module))
         os.symlink(module, link)
         settings = os.environ.get("ASAN_OPTIONS", "") + ":verify_asan_link_order=0"
         return {"LD_PRELOAD": link, "ASAN_OPTIONS": settings}
