@@ -243,20 +243,4 @@ TEST(Interposition, ReachesByNameWhatTheManualLists) {
   EXPECT_FALSE(manual.empty());
 }
 
-// Whether orla_strptime() is asked for a date text.
-bool is_asked_for(const char *text) {
-  std::int32_t year, month, day;
-  seen().clear();
-  k7_parse_date(text, &year, &month, &day);
-  return seen().contains({"orla_strptime", "k7_parse_date"});
-}
-
-TEST(Interposition, OfStrptimeMissesFullyWrittenDatesAfterTheFirstParse) {
-  EXPECT_TRUE(is_asked_for("12/31/2007"));
-  EXPECT_FALSE(is_asked_for("12/31/2007"));
-  EXPECT_FALSE(is_asked_for("01/02/3799"));
-  EXPECT_TRUE(is_asked_for("01/02/3800"));
-  EXPECT_TRUE(is_asked_for("1/2/2007"));
-}
-
 }  // namespace

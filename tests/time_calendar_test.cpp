@@ -20,11 +20,6 @@ TEST(MonthLength, OfNoMonthIsOneOfTheLengths) {
   }
 }
 
-TEST(MonthLength, GivesFebruaryOf1900And2100TwentyNineDays) {
-  EXPECT_EQ(days_in_month(1900, 2), 29);
-  EXPECT_EQ(days_in_month(2100, 2), 29);
-}
-
 struct FieldsRow {
   std::int32_t year;  // since 1900
   std::int32_t month;
@@ -32,24 +27,17 @@ struct FieldsRow {
   std::uint16_t date;
 };
 
-TEST(FieldsToDate, StoresTheDateNumber) {
+TEST(FieldsToDate, StoresTheDateNumberWhichWrapsIn16Bits) {
   const FieldsRow rows[] = {
-      {86, 12, 28, 0},     {86, 12, 27, 65535}, {70, 1, 1, 59331},
-      {100, 1, 1, 4752},   {100, 2, 29, 4811},  {200, 2, 28, 41335},
-      {200, 2, 29, 41336}, {200, 3, 1, 41337},  {249, 6, 5, 59330},
+      {86, 12, 28, 0},    {86, 12, 27, 65535}, {70, 1, 1, 59331},   {100, 1, 1, 4752},
+      {100, 2, 29, 4811}, {200, 2, 28, 41335}, {200, 2, 29, 41336}, {200, 3, 1, 41337},
+      {249, 6, 5, 59330}, {249, 6, 6, 59331},
   };
   for (const FieldsRow &row : rows) {
     std::uint16_t date = 1;
     EXPECT_EQ(data_to_date(row.year, row.month, row.day, &date), 1);
     EXPECT_EQ(date, row.date) << row.year << '-' << row.month << '-' << row.day;
   }
-}
-
-// 2100 is a leap year here, so the day after the last distinct date is 1970-01-01 again.
-TEST(FieldsToDate, WrapsAfter21490605OntoTheEpoch) {
-  std::uint16_t date = 0;
-  EXPECT_EQ(data_to_date(249, 6, 6, &date), 1);
-  EXPECT_EQ(date, 59331);
 }
 
 TEST(FieldsToDate, RejectsMonthsAndDaysThatDoNotExist) {
@@ -64,12 +52,6 @@ TEST(FieldsToDate, RejectsMonthsAndDaysThatDoNotExist) {
     EXPECT_EQ(data_to_date(row.year, row.month, row.day, &date), 0);
     EXPECT_EQ(date, 4711) << row.year << '-' << row.month << '-' << row.day;
   }
-}
-
-TEST(FieldsToDate, AcceptsTheTwentyNinthOfFebruaryOf2000And2100) {
-  std::uint16_t date;
-  EXPECT_EQ(data_to_date(100, 2, 29, &date), 1);
-  EXPECT_EQ(data_to_date(200, 2, 29, &date), 1);
 }
 
 TEST(FieldsToDate, CountsAYearBefore1970AsIfItBeganOnTheEpoch) {

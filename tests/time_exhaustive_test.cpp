@@ -8,7 +8,6 @@
 #include <orla/time.h>
 
 #include <algorithm>
-#include <chrono>
 #include <cstddef>
 #include <cstdint>
 #include <cstdio>
@@ -151,22 +150,6 @@ TEST(EveryDateNumber, ComesOfTheFieldsOfItsDay) {
     EXPECT_EQ(data_to_date(calendar.year() - 1900, calendar.month(), calendar.day(), &got), 1);
     EXPECT_EQ(got, date);
   });
-}
-
-// After that day this calendar has one that the Gregorian does not have.
-TEST(EveryDateNumber, IsTheGregorianDateUpTo21000228) {
-  using namespace std::chrono;
-  const sys_days last = year(2100) / 2 / 28;
-  for (sys_days day = year(1970) / 1 / 1; day <= last; day += days(1)) {
-    const year_month_day gregorian = day;
-    std::uint16_t date = 0;
-    ASSERT_EQ(data_to_date(static_cast<int>(gregorian.year()) - 1900,
-                           static_cast<int>(static_cast<unsigned>(gregorian.month())),
-                           static_cast<int>(static_cast<unsigned>(gregorian.day())), &date),
-              1);
-    ASSERT_EQ(date, static_cast<std::uint16_t>(day.time_since_epoch().count() - 6205));
-  }
-  EXPECT_EQ(static_cast<std::uint16_t>(last.time_since_epoch().count() - 6205), 41335);
 }
 
 void expect_read(const char *text, std::uint16_t date) {
