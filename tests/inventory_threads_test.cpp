@@ -12,17 +12,7 @@
 
 namespace {
 
-constexpr int kThreads = 8;
 constexpr int kRounds = 50;
-
-int repeated(int (*work)()) {
-  return wrong_in_threads(kThreads, [work](int) {
-    int wrong = 0;
-    for (int round = 0; round < kRounds; ++round)
-      wrong += work();
-    return wrong;
-  });
-}
 
 TEST(InventoryThreads, SearchTheKernelLogAtOnce) {
   const With uname(fake_uname, [](utsname *host) {
@@ -36,11 +26,10 @@ TEST(InventoryThreads, SearchTheKernelLogAtOnce) {
   });
   const With configured(fake_get_nprocs_conf, [] { return 2; });
   const With processor(fake_HTSupported, [] { return 2; });
-  EXPECT_EQ(repeated([] {
-              int count = 0;
-              return (ht_os_cpus() != 2) + (count_physical_proc(&count) != 1) + (count != 1);
-            }),
-            0);
+  expect_right(kRounds, [](int) {
+    int count = 0;
+    return (ht_os_cpus() != 2) + (count_physical_proc(&count) != 1) + (count != 1);
+  });
 }
 
 // Threads get descriptors of their own; here a descriptor is the drive's letter.
@@ -55,11 +44,10 @@ TEST(InventoryThreads, CountDisksAtOnce) {
     return descriptor < 1000 + 'd' ? 0 : -1;
   });
   const With close(fake_close, [](int) { return 0; });
-  EXPECT_EQ(repeated([] {
-              unsigned disks = 0;
-              return (tavGetDisks(&disks) != 0) + (disks != 3);
-            }),
-            0);
+  expect_right(kRounds, [](int) {
+    unsigned disks = 0;
+    return (tavGetDisks(&disks) != 0) + (disks != 3);
+  });
 }
 
 }  // namespace

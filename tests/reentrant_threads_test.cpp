@@ -1,6 +1,6 @@
 // Every function that the headers call safe, in eight threads at once, from the first call of the
 // process on. Each case checks the results; ThreadSanitizer finds what they do not show. UUIDs are
-// in uuid_threads_test.cpp.
+// in uuid_threads_test.cpp, the inventory of a faked host is in inventory_threads_test.cpp.
 
 #include <gtest/gtest.h>
 #include <orla/orla.h>
@@ -16,46 +16,30 @@
 
 namespace {
 
-constexpr int kThreads = 8;
 constexpr int kRounds = 2000;
 
-int repeated(int rounds, int (*work)(int round)) {
-  return wrong_in_threads(kThreads, [&](int) {
-    int wrong = 0;
-    for (int round = 0; round < rounds; ++round)
-      wrong += work(round);
-    return wrong;
+TEST(Threads, ReverseBytesAtOnce) {
+  expect_right(kRounds, [](int round) {
+    const auto number = static_cast<std::uint32_t>(round) * 2654435761U;
+    const auto low = static_cast<std::uint16_t>(number);
+    char bytes[] = {'a', 'b'};
+    swap(&bytes[0], &bytes[1]);
+    return (bytes[0] != 'b') + (htonl(number) != __builtin_bswap32(number)) +
+           (ntohl(number) != __builtin_bswap32(number)) + (htons(low) != __builtin_bswap16(low)) +
+           (ntohs(low) != __builtin_bswap16(low));
   });
 }
 
-TEST(Threads, ReverseBytesAtOnce) {
-  EXPECT_EQ(repeated(kRounds,
-                     [](int round) {
-                       const auto number = static_cast<std::uint32_t>(round) * 2654435761U;
-                       const auto low = static_cast<std::uint16_t>(number);
-                       char bytes[] = {'a', 'b'};
-                       swap(&bytes[0], &bytes[1]);
-                       return (bytes[0] != 'b') + (htonl(number) != __builtin_bswap32(number)) +
-                              (ntohl(number) != __builtin_bswap32(number)) +
-                              (htons(low) != __builtin_bswap16(low)) +
-                              (ntohs(low) != __builtin_bswap16(low));
-                     }),
-            0);
-}
-
 TEST(Threads, TakeTokensOfOneTextAtOnce) {
-  EXPECT_EQ(repeated(kRounds,
-                     [](int) {
-                       static const char text[] = "''one' 'two'";
-                       char token[8];
-                       int wrong = count_delimited_tokens_in_string(text, '\'') != 2;
-                       wrong += get_first_delimited_token_in_string(text + 1, '\'', token, 8) !=
-                                text + 6;
-                       wrong += std::strcmp(token, "one") != 0;
-                       wrong += get_delimited_token_in_string(text, 1, '\'', token, 8) != text + 8;
-                       return wrong + (std::strcmp(token, " ") != 0);
-                     }),
-            0);
+  expect_right(kRounds, [](int) {
+    static const char text[] = "''one' 'two'";
+    char token[8];
+    int wrong = count_delimited_tokens_in_string(text, '\'') != 2;
+    wrong += get_first_delimited_token_in_string(text + 1, '\'', token, 8) != text + 6;
+    wrong += std::strcmp(token, "one") != 0;
+    wrong += get_delimited_token_in_string(text, 1, '\'', token, 8) != text + 8;
+    return wrong + (std::strcmp(token, " ") != 0);
+  });
 }
 
 TEST(Threads, ProbeTheProcessorAtOnce) {
@@ -63,61 +47,53 @@ TEST(Threads, ProbeTheProcessorAtOnce) {
   static int processors;
   static const std::uint32_t method = count_physical_proc(&processors);
   static const int kernel_figure = ht_os_cpus();
-  EXPECT_EQ(repeated(20,
-                     [](int) {
-                       std::uint32_t vendor[4] = {};
-                       cpuid(0, &vendor[0], &vendor[1], &vendor[2], &vendor[3]);
-                       int count = 0;
-                       int wrong = count_physical_proc(&count) != method || count != processors;
-                       wrong += CPUID_is_supported() == 0 || vendor[1] == 0;
-                       wrong += ht_os_cpus() != kernel_figure;
-                       return wrong + (HTSupported() < 0);
-                     }),
-            0);
+  expect_right(20, [](int) {
+    std::uint32_t vendor[4] = {};
+    cpuid(0, &vendor[0], &vendor[1], &vendor[2], &vendor[3]);
+    int count = 0;
+    int wrong = count_physical_proc(&count) != method || count != processors;
+    wrong += CPUID_is_supported() == 0 || vendor[1] == 0;
+    wrong += ht_os_cpus() != kernel_figure;
+    return wrong + (HTSupported() < 0);
+  });
 }
 
 TEST(Threads, TakeInventoryAtOnce) {
-  EXPECT_EQ(repeated(20,
-                     [](int) {
-                       int online = 0;
-                       int configured = 0;
-                       int size = -1;
-                       int wrong = tavGetOnlineProcs(&online) != 0;
-                       wrong += tavGetConfigProcs(&configured) != 0 || configured != online;
-                       return wrong + (tavGetMemorySize(&size) != 0);
-                     }),
-            0);
+  expect_right(20, [](int) {
+    int online = 0;
+    int configured = 0;
+    int size = -1;
+    int wrong = tavGetOnlineProcs(&online) != 0;
+    wrong += tavGetConfigProcs(&configured) != 0 || configured != online;
+    return wrong + (tavGetMemorySize(&size) != 0);
+  });
 }
 
 TEST(Threads, ComputeDatesAtOnce) {
-  EXPECT_EQ(repeated(kRounds,
-                     [](int round) {
-                       std::uint16_t date = 0;
-                       int wrong = data_to_date(107, 12, 1 + round % 31, &date) != 1;
-                       wrong += date != 7643 + round % 31;
-                       wrong += days_in_year(2000 + round % 4) != (round % 4 == 0 ? 366 : 365);
-                       wrong += days_in_month(2100, 2) != 29;
-                       RestoreTZ();
-                       return wrong + (wek_time_stamp() == 0);
-                     }),
-            0);
+  expect_right(kRounds, [](int round) {
+    std::uint16_t date = 0;
+    int wrong = data_to_date(107, 12, 1 + round % 31, &date) != 1;
+    wrong += date != 7643 + round % 31;
+    wrong += days_in_year(2000 + round % 4) != (round % 4 == 0 ? 366 : 365);
+    wrong += days_in_month(2100, 2) != 29;
+    RestoreTZ();
+    return wrong + (wek_time_stamp() == 0);
+  });
 }
 
 TEST(Threads, WriteDatesAtOnce) {
-  EXPECT_EQ(repeated(kRounds,
-                     [](int) {
-                       char text[ORLA_DATE_TEXT_SIZE];
-                       char line[32];
-                       int wrong = date_to_string(text, 7673) != 10;
-                       wrong += std::strcmp(text, "12/31/2007") != 0;
-                       wrong += date_to_line(7673, line, "on ") != 14;
-                       wrong += std::strcmp(line, "on 12/31/2007\n") != 0;
-                       wrong += time_to_line(86400, line, nullptr) != 11;
-                       wrong += std::strcmp(line, "01/02/1970\n") != 0;
-                       k7_date_format("%d.%m", line);
-                       return wrong + (std::strcmp(line, "%2$2d.%1$2d") != 0);
-                     }),
-            0);
+  expect_right(kRounds, [](int) {
+    char text[ORLA_DATE_TEXT_SIZE];
+    char line[32];
+    int wrong = date_to_string(text, 7673) != 10;
+    wrong += std::strcmp(text, "12/31/2007") != 0;
+    wrong += date_to_line(7673, line, "on ") != 14;
+    wrong += std::strcmp(line, "on 12/31/2007\n") != 0;
+    wrong += time_to_line(86400, line, nullptr) != 11;
+    wrong += std::strcmp(line, "01/02/1970\n") != 0;
+    k7_date_format("%d.%m", line);
+    return wrong + (std::strcmp(line, "%2$2d.%1$2d") != 0);
+  });
 }
 
 TEST(Threads, PrintLinesToOneStreamAtOnce) {
@@ -125,12 +101,10 @@ TEST(Threads, PrintLinesToOneStreamAtOnce) {
   stream = std::tmpfile();
   ASSERT_NE(stream, nullptr);
   constexpr int kLines = 200;
-  EXPECT_EQ(repeated(kLines,
-                     [](int) {
-                       return (fprint_date_line(stream, 7673, "on ") != 14) +
-                              (fprint_time_line(stream, 86400, nullptr) != 11);
-                     }),
-            0);
+  expect_right(kLines, [](int) {
+    return (fprint_date_line(stream, 7673, "on ") != 14) +
+           (fprint_time_line(stream, 86400, nullptr) != 11);
+  });
   EXPECT_EQ(std::ftell(stream), kThreads * kLines * (14 + 11));
   std::fclose(stream);
 }
@@ -138,39 +112,35 @@ TEST(Threads, PrintLinesToOneStreamAtOnce) {
 // The threads compete for the first parse of the process, which decides the input mode.
 TEST(Threads, ParseTheFirstDatesAtOnce) {
   unsetenv("ORLALS_DATE_FORMAT_OLD");
-  EXPECT_EQ(repeated(kRounds,
-                     [](int) {
-                       std::int32_t year = 0;
-                       std::int32_t month = 0;
-                       std::int32_t day = 0;
-                       std::uint16_t date = 0;
-                       std::tm fields = {};
-                       int wrong = k7_parse_date("12/31/2007", &year, &month, &day) != 0;
-                       wrong += year != 107 || month != 12 || day != 31;
-                       wrong += string_to_date("12/31/2007", &date) != 1 || date != 7673;
-                       wrong += string_to_time("01/02/1970") != 86400;
-                       wrong += k7_parse_date("1/2/2007", &year, &month, &day) != 0;
-                       wrong += year != 107 || month != 1 || day != 2;
-                       orla_strptime("1/2/2007", "%m/%d/%Y", &fields);
-                       return wrong + (fields.tm_year != 107);
-                     }),
-            0);
+  expect_right(kRounds, [](int) {
+    std::int32_t year = 0;
+    std::int32_t month = 0;
+    std::int32_t day = 0;
+    std::uint16_t date = 0;
+    std::tm fields = {};
+    int wrong = k7_parse_date("12/31/2007", &year, &month, &day) != 0;
+    wrong += year != 107 || month != 12 || day != 31;
+    wrong += string_to_date("12/31/2007", &date) != 1 || date != 7673;
+    wrong += string_to_time("01/02/1970") != 86400;
+    wrong += k7_parse_date("1/2/2007", &year, &month, &day) != 0;
+    wrong += year != 107 || month != 1 || day != 2;
+    orla_strptime("1/2/2007", "%m/%d/%Y", &fields);
+    return wrong + (fields.tm_year != 107);
+  });
 }
 
 TEST(Threads, ParseTheFirstDatesOfTheOldModeAtOnce) {
   setenv("ORLALS_DATE_FORMAT_OLD", "", 1);
-  EXPECT_EQ(repeated(kRounds,
-                     [](int) {
-                       std::int32_t year = 0;
-                       std::int32_t month = 0;
-                       std::int32_t day = 0;
-                       std::uint16_t date = 0;
-                       int wrong = k7_parse_date("2007 1 2", &year, &month, &day) != 0;
-                       wrong += year != 107 || month != 1 || day != 2;
-                       wrong += string_to_date("2007/12/31", &date) != 1 || date != 7673;
-                       return wrong + (string_to_time("1970 1 2") != 86400);
-                     }),
-            0);
+  expect_right(kRounds, [](int) {
+    std::int32_t year = 0;
+    std::int32_t month = 0;
+    std::int32_t day = 0;
+    std::uint16_t date = 0;
+    int wrong = k7_parse_date("2007 1 2", &year, &month, &day) != 0;
+    wrong += year != 107 || month != 1 || day != 2;
+    wrong += string_to_date("2007/12/31", &date) != 1 || date != 7673;
+    return wrong + (string_to_time("1970 1 2") != 86400);
+  });
 }
 
 // Safe as soon as one call has found the provider.
@@ -178,13 +148,11 @@ TEST(Threads, NameTheNodeAtOnceAfterTheFirstCall) {
   static char first[ORLA_NODE_NAME_SIZE];
   orla_get_node_name(first);
   ASSERT_STRNE(first, "");
-  EXPECT_EQ(repeated(kRounds,
-                     [](int) {
-                       char name[ORLA_NODE_NAME_SIZE];
-                       orla_get_node_name(name);
-                       return std::strcmp(name, first) != 0 ? 1 : 0;
-                     }),
-            0);
+  expect_right(kRounds, [](int) {
+    char name[ORLA_NODE_NAME_SIZE];
+    orla_get_node_name(name);
+    return std::strcmp(name, first) != 0 ? 1 : 0;
+  });
 }
 
 constexpr char kProfile[] = "[Main]\nPort = 1\nPort=5000\nName=first\n";
@@ -205,7 +173,7 @@ TEST(Threads, ReadOneProfileAtOnce) {
   const TempDir folder;
   static std::string path;
   path = folder.write("profile", kProfile);
-  EXPECT_EQ(repeated(200, [](int) { return read_once(path.c_str()); }), 0);
+  expect_right(200, [](int) { return read_once(path.c_str()); });
 }
 
 TEST(Threads, RewriteProfilesOfTheirOwnAtOnce) {
@@ -239,41 +207,29 @@ TEST(Threads, NameTemporaryFilesAtOnce) {
     EXPECT_EQ(unlink(name), 0) << name;
 }
 
-TEST(Threads, LoadThroughIdsOfTheirOwnAtOnce) {
-  EXPECT_EQ(repeated(50,
-                     [](int) {
-                       orla_library_id *id = orla_slnk_allocate_library_id();
-                       orla_status status = 1;
-                       orla_slnk_load_library("libc.so.6", id, &status);
-                       int wrong = status != 0;
-                       wrong += orla_slnk_get_proc_addr(id, "getenv", &status) == nullptr;
-                       wrong += orla_slnk_free_library(id) != 0;
-                       orla_slnk_free_library_id(id);
-                       return wrong;
-                     }),
-            0);
+TEST(Threads, LoadAndFailToLoadThroughIdsOfTheirOwnAtOnce) {
+  expect_right(50, [](int) {
+    orla_library_id *id = orla_slnk_allocate_library_id();
+    orla_status status = 1;
+    orla_slnk_load_library("libc.so.6", id, &status);
+    int wrong = status != 0;
+    wrong += orla_slnk_get_proc_addr(id, "getenv", &status) == nullptr;
+    wrong += orla_slnk_free_library(id) != 0;
+    orla_slnk_load_library("liborla-no-such-library.so", id, &status);
+    wrong += status != ORLA_LOADER_FAILED;
+    orla_slnk_free_library_id(id);
+    return wrong;
+  });
 }
 
 TEST(Threads, PrintLinesToStandardOutputAtOnce) {
   constexpr int kLines = 200;
   Captured output(STDOUT_FILENO);
-  const int wrong = repeated(kLines, [](int) {
+  const int wrong = wrong_in_rounds(kLines, [](int) {
     return (print_date_line(7673, "on ") != 14) + (print_time_line(86400, nullptr) != 11);
   });
   EXPECT_EQ(output.text().size(), kThreads * kLines * (14U + 11U));
   EXPECT_EQ(wrong, 0);
-}
-
-TEST(Threads, FailToLoadMissingLibrariesAtOnce) {
-  EXPECT_EQ(repeated(50,
-                     [](int) {
-                       orla_library_id *id = orla_slnk_allocate_library_id();
-                       orla_status status = 0;
-                       orla_slnk_load_library("liborla-no-such-library.so", id, &status);
-                       orla_slnk_free_library_id(id);
-                       return static_cast<int>(status != ORLA_LOADER_FAILED);
-                     }),
-            0);
 }
 
 }  // namespace

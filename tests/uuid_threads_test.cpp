@@ -16,7 +16,7 @@
 
 namespace {
 
-constexpr int kThreads = 10;
+constexpr int kTenThreads = 10;
 constexpr int kRounds = 20000;
 
 bool round_trip_holds(const k7_uuid__t &uuid) {
@@ -47,9 +47,9 @@ TEST(UuidThreads, TenGenerateEncodeAndDecodeAtOnce) {
   Interfaces interfaces;
   interfaces.ipv4(kUp, 0x0A000203);
   const HostHas host(&interfaces);
-  EXPECT_EQ(wrong_in_threads(kThreads, [](int) { return generate_and_read_back(); }), 0);
+  EXPECT_EQ(wrong_in_threads(kTenThreads, [](int) { return generate_and_read_back(); }), 0);
   EXPECT_GE(host.asked(), 1);
-  EXPECT_LE(host.asked(), kThreads);
+  EXPECT_LE(host.asked(), kTenThreads);
   EXPECT_EQ(host.given_back(), host.asked());
 }
 
@@ -61,7 +61,7 @@ TEST(UuidThreads, GenerateAtOncePast2038) {
   const ClockPast2038 clock(2208988800, 400000);
   k7_uuid__t expected;
   orla_uuid_gen(&expected);
-  EXPECT_EQ(wrong_in_threads(kThreads,
+  EXPECT_EQ(wrong_in_threads(kTenThreads,
                              [&](int) {
                                int wrong = 0;
                                for (int i = 0; i < kRounds / 10; ++i) {
@@ -76,7 +76,7 @@ TEST(UuidThreads, GenerateAtOncePast2038) {
 
 // Such texts go to the C library's reader.
 TEST(UuidThreads, DecodeTextsOfOtherFormsAtOnce) {
-  EXPECT_EQ(wrong_in_threads(kThreads,
+  EXPECT_EQ(wrong_in_threads(kTenThreads,
                              [](int thread) {
                                k7_uuid__t expected;
                                orla_reserved_uuid_inflate(&expected, 1, 2, 0x0304);
@@ -101,7 +101,7 @@ TEST(UuidThreads, DecodeTextsOfOtherFormsAtOnce) {
 // to answer, all end up with one host.
 TEST(UuidThreads, AgreeOnOneHostWhereTheAddressChangesWhileTheyAsk) {
   std::atomic<std::uint32_t> next = 0x0A000201;
-  std::latch all_have_asked(kThreads);
+  std::latch all_have_asked(kTenThreads);
   const With getifaddrs(fake_getifaddrs, [&](ifaddrs **list) {
     auto *interfaces = new Interfaces;
     interfaces->ipv4(kUp, next++);
@@ -112,12 +112,12 @@ TEST(UuidThreads, AgreeOnOneHostWhereTheAddressChangesWhileTheyAsk) {
   });
   const With freeifaddrs(fake_freeifaddrs,
                          [](ifaddrs *list) { delete static_cast<Interfaces *>(list->ifa_data); });
-  std::vector<k7_uuid__t> uuids(kThreads);
-  wrong_in_threads(kThreads, [&](int thread) {
+  std::vector<k7_uuid__t> uuids(kTenThreads);
+  wrong_in_threads(kTenThreads, [&](int thread) {
     orla_uuid_gen(&uuids[static_cast<std::size_t>(thread)]);
     return 0;
   });
-  EXPECT_EQ(next, 0x0A000201U + kThreads);
+  EXPECT_EQ(next, 0x0A000201U + kTenThreads);
   for (const k7_uuid__t &uuid : uuids)
     EXPECT_EQ(std::memcmp(uuid.host, uuids[0].host, 7), 0);
 }

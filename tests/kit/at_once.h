@@ -3,6 +3,8 @@
 #ifndef ORLA_TESTS_KIT_AT_ONCE_H
 #define ORLA_TESTS_KIT_AT_ONCE_H
 
+#include <gtest/gtest.h>
+
 #include <atomic>
 #include <functional>
 #include <thread>
@@ -25,6 +27,22 @@ inline int wrong_in_threads(int count, const std::function<int(int)> &work) {
   for (std::thread &thread : threads)
     thread.join();
   return wrong;
+}
+
+constexpr int kThreads = 8;
+
+// The errors of `work` with 0 to `rounds` - 1, in each of eight threads.
+inline int wrong_in_rounds(int rounds, const std::function<int(int)> &work) {
+  return wrong_in_threads(kThreads, [&](int) {
+    int wrong = 0;
+    for (int round = 0; round < rounds; ++round)
+      wrong += work(round);
+    return wrong;
+  });
+}
+
+inline void expect_right(int rounds, const std::function<int(int)> &work) {
+  EXPECT_EQ(wrong_in_rounds(rounds, work), 0);
 }
 
 #endif
