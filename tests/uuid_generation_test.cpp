@@ -5,7 +5,6 @@
 
 #include <cerrno>
 #include <cstring>
-#include <limits>
 
 #include "fakes/clock.h"
 #include "fakes/interfaces.h"

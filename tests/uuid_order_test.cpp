@@ -5,7 +5,6 @@
 
 #include <bit>
 #include <cstdlib>
-#include <cstring>
 #include <vector>
 
 #include "kit/uuid.h"
