@@ -126,12 +126,6 @@ def install(options):
 
 
 @case
-def find_package(options):
-    paths = Paths(options)
-    find_and_run(options, paths.prefix, empty_folder(paths.scratch / "find_package"))
-
-
-@case
 def other_word_size(options):
     """A program of the other word size is told so when it is configured, not when it is linked."""
     paths = Paths(options)
@@ -180,12 +174,6 @@ def build_by_pkg_config(options, prefix, build):
 
 
 @case
-def pkg_config(options):
-    paths = Paths(options)
-    build_by_pkg_config(options, paths.prefix, empty_folder(paths.scratch / "pkg_config"))
-
-
-@case
 def meson(options):
     """Meson finds the installation by pkg-config, for C and for C++."""
     paths = Paths(options)
@@ -206,7 +194,8 @@ def meson(options):
 def fetch_content(options):
     """orla as a part of a product, which installs it with its own, here into lib32."""
     build = empty_folder(options.scratch.parent / "fetch_content")
-    configure_from_source(options, "FetchContent", build)
+    configure(options, "FetchContent", build, f"-DORLA_SOURCE_DIR={options.source}", "-DORLA_INSTALL=ON",
+              "-DCMAKE_INSTALL_LIBDIR=lib32")
     run("cmake", "--build", build)
     run_examples(build)
     prefix = empty_folder(build / "prefix")
@@ -215,19 +204,6 @@ def fetch_content(options):
     configure(options, "find_package", user, f"-Dorla_DIR={prefix / 'lib32/cmake/orla'}")
     run("cmake", "--build", user)
     run_examples(user)
-
-
-@case
-def add_subdirectory(options):
-    """FetchContent comes to this in the end, so it is not built a second time. Without orla::orla the
-    consumer cannot be configured."""
-    build = empty_folder(options.scratch.parent / "add_subdirectory")
-    configure_from_source(options, "add_subdirectory", build)
-
-
-def configure_from_source(options, by, build):
-    configure(options, by, build, f"-DORLA_SOURCE_DIR={options.source}", "-DORLA_INSTALL=ON",
-              "-DCMAKE_INSTALL_LIBDIR=lib32")
 
 
 @case
