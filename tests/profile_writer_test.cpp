@@ -309,7 +309,7 @@ TEST(ProfileWriterCopy, ThatCouldNotBeWrittenWholeNeverReachesTheTarget) {
   for (const std::string &file : {kTwoSections, large}) {
     for (int good_writes = 0; good_writes < (file == large ? 2 : 1); ++good_writes) {
       const std::string path = folder.write("f", file);
-      const TemporaryNames temporary;
+      TemporaryNames temporary;
       int writes = 0;
       const With full(fake_write,
                       [&](int descriptor, const void *data, std::size_t size) -> ssize_t {
@@ -515,7 +515,7 @@ class ProfileRoom : public testing::Test {
 TEST_F(ProfileRoom, ThatIsNotThereLeavesTheTargetUntouched) {
   for (const int error : {ENOSPC, EDQUOT, EFBIG, EIO}) {
     const auto full = no_room(error);
-    const TemporaryNames temporary;
+    TemporaryNames temporary;
     EXPECT_EQ(write(long_value_), 0) << std::strerror(error);
     EXPECT_EQ(folder_.read("f"), kTwoSections);
     temporary.expect_gone(1);
@@ -782,7 +782,7 @@ std::size_t open_descriptors() {
 TEST(ProfileWriterFile, LeavesOneDescriptorOpenPerRewriteAndNoTemporaryFile) {
   const TempDir folder;
   const std::string path = folder.path("f");
-  const TemporaryNames temporary;
+  TemporaryNames temporary;
   const std::size_t before = open_descriptors();
   for (std::size_t i = 1; i <= 3; ++i) {
     EXPECT_EQ(write_port(path.c_str()), 1);  // created first, then rewritten
@@ -796,7 +796,7 @@ TEST(ProfileWriterFile, LeavesOneDescriptorOpenPerRewriteAndNoTemporaryFile) {
 TEST(ProfileWriterFile, LeavesADescriptorThatReadsNothingAndHoldsNoRoom) {
   const TempDir folder;
   const std::string path = folder.write("f", kTwoSections + std::string(300000, '\n'));
-  const TemporaryNames temporary;
+  TemporaryNames temporary;
   EXPECT_EQ(write_port(path.c_str()), 1);
   const auto full = no_room();
   EXPECT_EQ(orla_cfg_write_private_profile_string("Main", "Long", std::string(9000, 'v').c_str(),
@@ -819,7 +819,7 @@ INSTANTIATE_TEST_SUITE_P(Descriptors, ProfileWriterLimit, testing::Range<rlim_t>
 TEST_P(ProfileWriterLimit, LosesNothingDownToTheLastDescriptor) {
   const TempDir folder;
   const std::string path = folder.write("f", kTwoSections);
-  const TemporaryNames temporary;
+  TemporaryNames temporary;
   rlimit earlier;
   ASSERT_EQ(getrlimit(RLIMIT_NOFILE, &earlier), 0);
   const rlimit few = {GetParam(), earlier.rlim_max};
