@@ -24,10 +24,9 @@ void Run::finish_line(const Report &report, const std::string &place) {
 }
 
 void Run::print_field(const Report &report, const std::string &place) {
-  std::string missing;
-  const auto text = report.field(field, json, missing);
-  if (!text) return fail(place + missing);
-  print(*text);
+  const Field found = report.field(field, json);
+  if (!found.missing.empty()) return fail(place + found.missing);
+  print(found.text);
 }
 
 void Run::complain(const std::string &message, const std::string &advice) {
@@ -44,7 +43,7 @@ void Run::fail(const std::string &message) {
   status = kServiceFailed;
 }
 
-void equip(CLI::App &app, Run &run, const Command &command) {
+void add_common_options(CLI::App &app, Run &run, const Command &command) {
   app.add_flag("--json", run.json, "Print JSON, for programs");
   app.add_option("--field", run.field, "Print one value of the JSON alone, for scripts")
       ->type_name("NAME")
@@ -55,7 +54,7 @@ void equip(CLI::App &app, Run &run, const Command &command) {
       ->type_name("WHEN")
       ->check([](const std::string &when) {
         const bool known = when == "auto" || when == "always" || when == "never";
-        return known ? "" : "\"" + when + "\" is none of auto, always and never";
+        return known ? "" : in_quotes(when) + " is not auto, always or never";
       });
   const std::string notes = *command.notes == '\0' ? "" : command.notes + std::string("\n\n");
   app.footer(notes + "Examples:\n" + command.examples +
@@ -64,7 +63,7 @@ void equip(CLI::App &app, Run &run, const Command &command) {
 
 CLI::App *add_group(CLI::App &parent, Run &run, const Command &command) {
   CLI::App *group = parent.add_subcommand(command.name, command.description);
-  equip(*group, run, command);
+  add_common_options(*group, run, command);
   group->require_subcommand(1);
   return group;
 }
@@ -72,7 +71,7 @@ CLI::App *add_group(CLI::App &parent, Run &run, const Command &command) {
 CLI::App *add_command(CLI::App &parent, Run &run, const Command &command,
                       std::function<void()> action) {
   CLI::App *added = parent.add_subcommand(command.name, command.description);
-  equip(*added, run, command);
+  add_common_options(*added, run, command);
   added->callback(std::move(action));
   return added;
 }

@@ -60,7 +60,7 @@ struct Command {
 };
 
 // Adds what every command has: --json, --field, --color, and the end of its help.
-void equip(CLI::App &app, Run &run, const Command &command);
+void add_common_options(CLI::App &app, Run &run, const Command &command);
 
 // A subcommand of `parent` that does something.
 CLI::App *add_command(CLI::App &parent, Run &run, const Command &command,

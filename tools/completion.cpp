@@ -37,7 +37,7 @@ const CLI::Option *find_option(const CLI::App &command, const std::string &name)
 
 bool looks_like_option(const std::string &word) { return word.size() > 1 && word[0] == '-'; }
 
-void go_on(Place &place, const std::string &word) {
+void advance(Place &place, const std::string &word) {
   if (place.awaiting != nullptr) {
     place.awaiting = nullptr;
   } else if (place.only_values || !looks_like_option(word)) {
@@ -74,7 +74,7 @@ void print_words(const std::vector<std::string> &words) {
     print_candidate(word);
 }
 
-// What stands at the place of the first value to come, by its name in the help.
+// The name in the help of the value that comes next.
 std::string wanted_value(const Place &place) {
   std::size_t at = place.values.size() + (place.default_path ? 1 : 0);
   for (const CLI::Option *option : place.command->get_options()) {
@@ -144,7 +144,7 @@ void print_completions(const CLI::App &program, const std::vector<std::string> &
   if (words.empty()) return;
   Place place = {&program, {}};
   for (std::size_t i = 0; i + 1 < words.size(); ++i)
-    go_on(place, words[i]);
+    advance(place, words[i]);
   if (place.awaiting != nullptr) return print_option_values(*place.awaiting);
   if (!place.only_values && words.back().starts_with('-')) return print_options(*place.command);
   print_subcommands(*place.command);

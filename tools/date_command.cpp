@@ -31,15 +31,15 @@ struct DateArguments {
   std::int64_t day = 0;
 };
 
-constexpr Whole kYears = {1, 9999};
-constexpr Whole kMonths = {1, 12};
-constexpr Whole kAnyNumber = {INT32_MIN, INT32_MAX};
-constexpr Whole kDateNumbers = {0, 65535};
-constexpr Whole kStamps = {INT32_MIN, UINT32_MAX};
+constexpr NumberRange kYears = {1, 9999};
+constexpr NumberRange kMonths = {1, 12};
+constexpr NumberRange kAnyNumber = {INT32_MIN, INT32_MAX};
+constexpr NumberRange kDateNumbers = {0, 65535};
+constexpr NumberRange kStamps = {INT32_MIN, UINT32_MAX};
 
 // Arguments are looked at before work begins, lines of standard input as they come.
 CLI::Option *add_numbers(CLI::App &command, const char *name, std::vector<std::string> &texts,
-                         const char *help, const Whole &allowed) {
+                         const char *help, const NumberRange &allowed) {
   return add_texts(command, name, texts, help)->check([allowed](const std::string &text) {
     return text == "-" || allowed.read(text) ? "" : allowed.refusal(text);
   });
@@ -124,11 +124,14 @@ std::string no_such_day(const DateFields &fields) {
          " has no day " + std::to_string(fields.day);
 }
 
-bool has_number(const DateFields &fields, std::uint16_t &number) {
-  return data_to_date(fields.year - 1900, fields.month, fields.day, &number) != 0;
+// The date number; none where there is no such day.
+std::optional<std::uint16_t> number_of(const DateFields &fields) {
+  std::uint16_t number = 0;
+  if (data_to_date(fields.year - 1900, fields.month, fields.day, &number) == 0) return {};
+  return number;
 }
 
-// By the library's readers; after 2038 the stamp is the unsigned number that it is read as.
+// Reads with the library; the stamp is given as the unsigned number that its 32 bits hold.
 ReadDate read_library_text(const char *text) {
   ReadDate date;
   if (k7_parse_date(text, &date.fields.year, &date.fields.month, &date.fields.day) != 0) {
@@ -138,10 +141,12 @@ ReadDate read_library_text(const char *text) {
     return date;
   }
   date.fields.year += 1900;
-  if (!has_number(date.fields, date.number)) {
+  const auto number = number_of(date.fields);
+  if (!number) {
     date.refusal = ": " + no_such_day(date.fields);
     return date;
   }
+  date.number = *number;
   date.stamp = static_cast<std::uint32_t>(string_to_time(text));
   date.note = explain_stamp(date.number);
   return date;
@@ -158,10 +163,11 @@ std::string library_text(const DateFields &fields) {
 
 ReadDate read_fields(const DateFields &fields) {
   ReadDate date = read_library_text(library_text(fields).c_str());
+  // The old mode takes years up to 1900 for years since 1900.
+  const bool is_other_year = date.fields.year != fields.year;
   if (!date.refusal.empty())
     date.refusal = ": " + no_such_day(fields);
-  else if (date.fields.year !=
-           fields.year)  // the old mode takes years up to 1900 for years since 1900
+  else if (is_other_year)
     date.refusal = ": the library reads this year as " + std::to_string(date.fields.year);
   return date;
 }
@@ -212,7 +218,7 @@ void parse_texts(Run &run, const DateArguments &arguments) {
 
 using ReportNumber = void (*)(std::int64_t number, Report &report);
 
-void show_numbers(Run &run, const DateArguments &arguments, const Whole &allowed,
+void show_numbers(Run &run, const DateArguments &arguments, const NumberRange &allowed,
                   ReportNumber report_number, const std::vector<std::string> &columns) {
   const auto describe = [&](const Input &input, Report &report) {
     const auto number = allowed.read(input.view());
@@ -244,15 +250,15 @@ void number_of_fields(Run &run, const DateArguments &arguments) {
   const DateFields fields = {static_cast<std::int32_t>(arguments.year),
                              static_cast<std::int32_t>(arguments.month),
                              static_cast<std::int32_t>(arguments.day)};
-  std::uint16_t number = 0;
-  if (!has_number(fields, number))
+  const auto number = number_of(fields);
+  if (!number)
     return run.fail("there is no such date: " + no_such_day(fields) + "; months are 1 to 12");
-  const bool comes_back = fields_of(number).year == fields.year;
+  const bool comes_back = fields_of(*number).year == fields.year;
   Report report = run.report();
-  report.row("number", "number", number, "0 is 1986-12-28");
+  report.row("number", "number", *number, "0 is 1986-12-28");
   report.row(
-      "date", "date", date_text(number),
-      comes_back ? "" : "dates before 1970 and after 06/05/2149 do not come back as themselves");
+      "date", "date", date_text(*number),
+      comes_back ? "" : "dates before 1970 and after 06/05/2149 do not convert back to themselves");
   run.finish(report);
 }
 
@@ -290,9 +296,9 @@ void add_parse(CLI::App &date, Run &run, const SharedDates &arguments) {
       date, run,
       {"parse", "Date texts to numbers",
        "Without a mode the environment decides: ORLALS_DATE_FORMAT_OLD chooses the old one.\n"
-       "2007-12-31, \"today\" and \"now\" are read in both modes; the stamp of \"now\" is that of "
-       "this\n"
-       "moment. Of several texts each gets a line: the text, the date number and the stamp.",
+       "2007-12-31, \"today\" and \"now\" are read in both modes; the stamp of \"now\" is that\n"
+       "of this moment. With several texts, each gets one line: the text, the date number and\n"
+       "the stamp.",
        "  orla date parse 12/31/2007\n"
        "  orla date parse 2007-12-31 today\n"
        "  orla date parse now --field stamp\n"
@@ -308,12 +314,13 @@ void add_parse(CLI::App &date, Run &run, const SharedDates &arguments) {
 }
 
 void add_show(CLI::App &date, Run &run, const SharedDates &arguments) {
-  CLI::App *show = add_command(date, run,
-                               {"show", "Date numbers to texts",
-                                "Of several numbers each gets a line: the number and its date.",
-                                "  orla date show 7673\n  orla date show --iso 7673\n"
-                                "  seq 0 65535 | orla date show -\n"},
-                               [&run, arguments] { show_dates(run, *arguments); });
+  CLI::App *show =
+      add_command(date, run,
+                  {"show", "Date numbers to texts",
+                   "With several numbers, each gets one line: the number and its date.",
+                   "  orla date show 7673\n  orla date show --iso 7673\n"
+                   "  seq 0 65535 | orla date show -\n"},
+                  [&run, arguments] { show_dates(run, *arguments); });
   add_numbers(*show, "NUMBER", arguments->texts, "0 to 65535; - for the lines of standard input",
               kDateNumbers);
   show->add_flag("--iso", arguments->iso, "The date alone, as YYYY-MM-DD");
@@ -343,7 +350,7 @@ void add_stamp(CLI::App &date, Run &run, const SharedDates &arguments) {
   CLI::App *stamp =
       add_command(date, run,
                   {"stamp", "Stamps to dates, also after 2038",
-                   "Of several stamps each gets a line: the stamp, and the UTC date and time.",
+                   "With several stamps, each gets one line: the stamp, and the UTC date and time.",
                    "  orla date stamp 4294967295\n  orla date stamp -- -1 0 1\n"},
                   [&run, arguments] {
                     show_numbers(run, *arguments, kStamps, report_stamp, {"input", "utc"});

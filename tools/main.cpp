@@ -18,8 +18,8 @@ using orla_tool::Run;
 
 constexpr orla_tool::Command kProgram = {
     "orla", "Shows what the orla library sees of this host and what it computes.",
-    "Where a TEXT is asked for, several may be given, and \"-\" for the lines of standard input;\n"
-    "then each gets one line, with --json one line of JSON. \"orla help SUBCOMMAND\" says more.",
+    "A command that takes TEXT takes several, and \"-\" for the lines of standard input; it then\n"
+    "prints one line for each, with --json one line of JSON. \"orla help SUBCOMMAND\" says more.",
     "  orla host\n"
     "  orla now --field date\n"
     "  orla date parse 12/31/2007\n"
@@ -117,7 +117,7 @@ int main(int argc, char **argv) try {
   orla_tool::prepare_standard_output();
   Run run;
   CLI::App program(kProgram.description, kProgram.name);
-  orla_tool::equip(program, run, kProgram);
+  orla_tool::add_common_options(program, run, kProgram);
   program.set_version_flag("--version", "orla " ORLA_VERSION);
   program.require_subcommand(1);
   add_commands(program, run);

@@ -7,7 +7,7 @@
 
 namespace orla_tool {
 
-std::optional<std::int64_t> Whole::read(std::string_view text) const {
+std::optional<std::int64_t> NumberRange::read(std::string_view text) const {
   std::int64_t number = 0;
   const auto result = std::from_chars(text.data(), text.data() + text.size(), number);
   if (result.ec != std::errc() || result.ptr != text.data() + text.size()) return {};
@@ -15,13 +15,13 @@ std::optional<std::int64_t> Whole::read(std::string_view text) const {
   return number;
 }
 
-std::string Whole::refusal(std::string_view text) const {
+std::string NumberRange::refusal(std::string_view text) const {
   return in_quotes(text) + " is not a whole number from " + std::to_string(smallest) + " to " +
          std::to_string(largest);
 }
 
 CLI::Option *add_number(CLI::App &command, const std::string &name, std::int64_t &number,
-                        const std::string &help, const Whole &allowed) {
+                        const std::string &help, const NumberRange &allowed) {
   const auto keep = [&number, allowed](const std::string &text) {
     number = allowed.read(text).value_or(0);
   };

@@ -17,7 +17,7 @@ class Option;
 namespace orla_tool {
 
 // The numbers that a command takes, with a sign for those below zero.
-struct Whole {
+struct NumberRange {
   std::int64_t smallest;
   std::int64_t largest;
 
@@ -27,7 +27,7 @@ struct Whole {
 
 // An option or an argument that is such a number; anything else is wrong use.
 CLI::Option *add_number(CLI::App &command, const std::string &name, std::int64_t &number,
-                        const std::string &help, const Whole &allowed);
+                        const std::string &help, const NumberRange &allowed);
 
 }  // namespace orla_tool
 

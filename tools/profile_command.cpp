@@ -124,7 +124,7 @@ void get_string(Run &run, const ProfileArguments &arguments, const ProfileFile &
              missing.empty() && !replaced);
 }
 
-constexpr Whole kIntegers = {INT32_MIN, INT32_MAX};
+constexpr NumberRange kIntegers = {INT32_MIN, INT32_MAX};
 
 void get_integer(Run &run, const ProfileArguments &arguments, const ProfileFile &file) {
   const auto fallback = kIntegers.read(arguments.fallback);

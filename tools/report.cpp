@@ -184,15 +184,13 @@ std::string Report::json_line() const {
   return (kept_ == Kept::json_line ? members_ + '}' : json_text(json_, -1)) + '\n';
 }
 
-std::optional<std::string> Report::field(const std::string &name, bool as_json,
-                                         std::string &missing) const {
+Field Report::field(const std::string &name, bool as_json) const {
   const FieldSearch search(json_, name);
-  missing = search.missing();
-  if (!missing.empty()) return {};
+  if (!search.missing().empty()) return {"", search.missing()};
   std::string text;
   for (const Json *value : search.found())
     text += (as_json ? json_text(*value, -1) : visible(value_text(*value))) + '\n';
-  return text;
+  return {text, ""};
 }
 
 std::string Report::line() const {

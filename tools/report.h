@@ -7,7 +7,6 @@
 #include <charconv>
 #include <concepts>
 #include <nlohmann/json.hpp>
-#include <optional>
 #include <string>
 #include <string_view>
 #include <vector>
@@ -28,7 +27,7 @@ std::string value_text(Number number) {
   return {text, std::to_chars(text, text + sizeof text, number).ptr};
 }
 
-// Appends the same as JSON, without the detour of an object of it.
+// Appends the same as JSON, without making a Json object first.
 void append_json(std::string &out, std::string_view text);
 template <typename Value>
 requires(!std::convertible_to<Value, std::string_view>) void append_json(std::string &out,
@@ -36,11 +35,21 @@ requires(!std::convertible_to<Value, std::string_view>) void append_json(std::st
   out += value_text(value);
 }
 
+// What a name leads to in a report.
+struct Field {
+  std::string text;     // its values, one a line
+  std::string missing;  // why there are none, for a message; empty when there are
+};
+
 class Report {
  public:
-  // What is kept of what the report is given; the rest costs nothing. Values are kept as they are,
-  // or as the text of one line of JSON at once.
-  enum class Kept { rows, values, json_line, columns };
+  // What is kept of what the report is given; the rest costs nothing.
+  enum class Kept {
+    rows,       // labels, values and notes, as text
+    values,     // values as they are, by their keys
+    json_line,  // the text of one line of JSON, which is made at once
+    columns,    // the values of some keys alone, as text
+  };
 
   explicit Report(Kept kept) : kept_(kept) {}
   // For one line: keeps the values of these keys alone. They outlive the report.
@@ -83,7 +92,7 @@ class Report {
   void item(const char *key, const Json &object, std::string_view label, std::string_view value,
             std::string_view note = {});
 
-  // A figure that could not be had: null in JSON, with the reason beside it under `key`_missing.
+  // A figure that is not available: null in JSON, with the reason beside it under `key`_missing.
   void missing(const char *key, const char *label, std::string_view reason);
 
   std::string json() const;
@@ -95,9 +104,8 @@ class Report {
 
   // The value under a name such as "processors.count", for scripts: a text as it stands in a row,
   // an array as one line for each element. A name leads through the elements of an array to theirs,
-  // with or without "[]". Nothing, and the reason in `missing`, where the report has no such value.
-  std::optional<std::string> field(const std::string &name, bool as_json,
-                                   std::string &missing) const;
+  // with or without "[]".
+  Field field(const std::string &name, bool as_json) const;
 
  private:
   struct Row {

@@ -6,6 +6,7 @@
 #include <algorithm>
 #include <bitset>
 #include <memory>
+#include <optional>
 
 #include "command.h"
 #include "inputs.h"
@@ -16,10 +17,10 @@
 namespace orla_tool {
 namespace {
 
-// What the commands take; each uses its own part.
-constexpr Whole kCounts = {1, UINT32_MAX};
-constexpr Whole kReservedNumbers = {0, 65535};
+constexpr NumberRange kCounts = {1, UINT32_MAX};
+constexpr NumberRange kReservedNumbers = {0, 65535};
 
+// What the commands take; each uses its own part.
 struct UuidArguments {
   std::int64_t count = 1;
   bool no_wait = false;
@@ -47,18 +48,20 @@ std::string hexadecimal(std::uint32_t value, int digits) {
   return text;
 }
 
-bool read_uuid(Run &run, const Input &input, k7_uuid__t &uuid) {
+// None, with a message, where the text is no UUID.
+std::optional<k7_uuid__t> read_uuid(Run &run, const Input &input) {
+  k7_uuid__t uuid;
   orla_status status = 0;
   orla_uuid_decode(input.text, &uuid, &status);
-  if (status == 0) return true;
+  if (status == 0) return uuid;
   run.fail(input.place() + in_quotes(input.view()) +
            " is not a UUID: write 12 hexadecimal digits and eight bytes with a dot before each, "
            "such as d0f7b2fc0064.82.0a.00.02.03.00.00.00");
-  return false;
+  return {};
 }
 
 // UUIDs of the same 4 microseconds are identical, and so may be two that lie 213,568 microseconds
-// apart on both sides of the turn of a second, where time_low starts anew. Either way they share
+// apart, before and after the start of a second, where time_low starts anew. Either way they share
 // time_high, which stays for a quarter of a second: so it is enough to know the time_low of those
 // made meanwhile.
 class Maker {
@@ -165,7 +168,7 @@ void report_uuid(Report &report, const k7_uuid__t &uuid) {
   report.row("text", "text", text_of(uuid),
              orla_uuid_equal(&uuid, &k7_uuid__nil) != 0 ? "the nil UUID" : "");
   report.row("time_high", "time_high", hexadecimal(uuid.time_high, 8),
-             "every 65535 ticks of 4 microseconds one more, modulo 2^32");
+             "one more for every 65535 ticks of 4 microseconds, modulo 2^32");
   report.row("time_low", "time_low", hexadecimal(uuid.time_low, 4),
              "tick within the second, modulo 65536");
   report.row("reserved", "reserved", uuid.reserved,
@@ -196,7 +199,7 @@ void append_host(std::string &line, const k7_uuid__t &uuid) {
   line.resize(begin + kWidth, ' ');
 }
 
-// One line a UUID, made without a report, for files of millions: text, host, and the moments.
+// One line a UUID, made without a report, for files of millions: text, host, and the instants.
 class Table {
  public:
   void print_row(const k7_uuid__t &uuid) {
@@ -227,18 +230,16 @@ void show_table(Run &run, const UuidArguments &arguments) {
   Table table;
   Inputs inputs(run, arguments.texts);
   Input input;
-  k7_uuid__t uuid;
   while (inputs.next(input))
-    if (read_uuid(run, input, uuid)) table.print_row(uuid);
+    if (const auto uuid = read_uuid(run, input)) table.print_row(*uuid);
 }
 
 void show(Run &run, const UuidArguments &arguments) {
   if (!run.wants_values() && !is_single(arguments.texts)) return show_table(run, arguments);
   const auto describe = [&run](const Input &input, Report &report) {
-    k7_uuid__t uuid;
-    if (!read_uuid(run, input, uuid)) return false;
-    report_uuid(report, uuid);
-    return true;
+    const auto uuid = read_uuid(run, input);
+    if (uuid) report_uuid(report, *uuid);
+    return uuid.has_value();
   };
   describe_each(run, arguments.texts, {describe, {}});
 }
@@ -254,23 +255,22 @@ void report_order(Report &report, const k7_uuid__t &a, const k7_uuid__t &b) {
 }
 
 void compare(Run &run, const UuidArguments &arguments) {
-  k7_uuid__t b;
-  if (!read_uuid(run, {arguments.other.c_str(), arguments.other.size(), 0}, b)) return;
+  const auto b = read_uuid(run, {arguments.other.c_str(), arguments.other.size(), 0});
+  if (!b) return;
   const auto describe = [&](const Input &input, Report &report) {
-    k7_uuid__t a;
-    if (!read_uuid(run, input, a)) return false;
-    report_order(report, a, b);
-    return true;
+    const auto a = read_uuid(run, input);
+    if (a) report_order(report, *a, *b);
+    return a.has_value();
   };
   describe_each(run, arguments.texts, {describe, {"input", "order"}});
 }
 
 void hash(Run &run, const UuidArguments &arguments) {
   const auto describe = [&](const Input &input, Report &report) {
-    k7_uuid__t uuid;
-    if (!read_uuid(run, input, uuid)) return false;
+    const auto uuid = read_uuid(run, input);
+    if (!uuid) return false;
     const auto modulus = static_cast<std::uint32_t>(arguments.modulus);
-    report.row("hash", "hash", orla_uuid_hash(&uuid, modulus),
+    report.row("hash", "hash", orla_uuid_hash(&*uuid, modulus),
                "of 0 to " + std::to_string(std::min(modulus, 65536U) - 1));
     return true;
   };
@@ -286,12 +286,13 @@ void add_new(CLI::App &uuid, Run &run, const SharedUuids &arguments) {
   CLI::App *make = add_command(
       uuid, run,
       {"new", "Make UUIDs of this moment, one a line",
-       "UUIDs of the same 4 microseconds are identical, so the next one waits for the next 4: no "
-       "more\n"
-       "than 250,000 are made in a second. With --no-wait there may be identical ones among them.",
+       "UUIDs of the same 4 microseconds are identical, so each waits for the next\n"
+       "4 microseconds: no more than 250,000 are made in a second. With --no-wait there may be\n"
+       "identical ones among them.",
        "  orla uuid new\n  orla uuid new -n 1000 > uuids.txt\n"},
       [&run, arguments] { make_new(run, *arguments); });
-  add_number(*make, "-n,--count", arguments->count, "How many, all distinct (default 1)", kCounts)
+  add_number(*make, "-n,--count", arguments->count,
+             "How many (default 1); all distinct without --no-wait", kCounts)
       ->type_name("NUMBER");
   make->add_flag("--no-wait", arguments->no_wait, "As fast as they come, identical ones as well");
 }
@@ -308,9 +309,9 @@ void add_show(CLI::App &uuid, Run &run, const SharedUuids &arguments) {
   CLI::App *shown = add_command(
       uuid, run,
       {"show", "Say what is in UUIDs",
-       "Of several UUIDs each gets a line: the text, the host (an IPv4 address, the class of "
-       "another\n"
-       "identifier, or the number in the reserved space) and the moments that it can be of, UTC.",
+       "With several UUIDs, each gets one line: the text, the host (an IPv4 address, the class\n"
+       "of another identifier, or the number in the reserved space) and the instants that it\n"
+       "can be of, UTC.",
        "  orla uuid show d0f7b2fc0064.82.0a.00.02.03.00.00.00\n"
        "  orla uuid new -n 5 | orla uuid show -\n"
        "  orla uuid new -n 5 | orla uuid show --field address -\n"},
@@ -322,9 +323,8 @@ void add_compare(CLI::App &uuid, Run &run, const SharedUuids &arguments) {
   CLI::App *compared = add_command(
       uuid, run,
       {"compare", "Order two UUIDs, or many against one",
-       "-1: A comes before B; 0: they are the same; 1: A comes after B. With \"-\" for A each line "
-       "of\n"
-       "standard input is compared with B, and gets a line: the text and the order.",
+       "-1: A comes before B; 0: they are the same; 1: A comes after B. With \"-\" for A each\n"
+       "line of standard input is compared with B, and gets a line: the text and the order.",
        "  orla uuid compare 000000000000.00.00.00.00.00.00.00.00 "
        "d0f7b2fc0064.82.0a.00.02.03.00.00.00\n"
        "  orla uuid new -n 5 | orla uuid compare - d0f7b2fc0064.82.0a.00.02.03.00.00.00\n"},

@@ -48,7 +48,7 @@ void append_time(std::string &out, unsigned second_of_day) {
 
 }  // namespace
 
-// time_high has lost its upper bits, so it stands for several moments; each lies within 65,535
+// time_high has lost its upper bits, so it stands for several instants; each lies within 65,535
 // ticks, which are a quarter of a second, of the count that it would be without the loss.
 void find_instants(const k7_uuid__t &uuid, std::vector<Instant> &found) {
   found.clear();

@@ -21,7 +21,7 @@ struct Instant {
   }
 };
 
-// The moments that the time fields can stand for, the earliest first, in place of what `found`
+// The instants that the time fields can stand for, the earliest first, in place of what `found`
 // held.
 void find_instants(const k7_uuid__t &uuid, std::vector<Instant> &found);
 

@@ -74,7 +74,7 @@ class Colour(OnATerminal):
         self.assertIn(ESCAPE, self.orla("--color", "always", "date", "parse", "x").err)
         shown, _ = self.run_on_terminal(["stdout", "stderr"], "host", "--color", "never")
         self.assertNotIn(ESCAPE, shown)
-        self.assert_wrong_use("host", "--color", "red", naming="none of auto, always and never")
+        self.assert_wrong_use("host", "--color", "red", naming='"red" is not auto, always or never')
 
     def test_marks_where_lint_finds_something(self):
         with tempfile.NamedTemporaryFile("w", suffix=".ini") as file:
