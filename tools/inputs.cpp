@@ -88,7 +88,7 @@ bool Inputs::next_line(Input &input) {
   while (lines_.next(input)) {
     run_.progress.step();
     if (std::memchr(input.text, '\0', input.size) == nullptr) return true;
-    run_.fail(input.place() + "a zero byte in it");
+    run_.fail(input.place() + "it holds a zero byte");
   }
   if (lines_.error() != 0)
     run_.fail(std::string("standard input cannot be read: ") + std::strerror(lines_.error()));

@@ -50,7 +50,7 @@ std::string linker_error(const std::string &name) {
   void *handle = dlopen(name.c_str(), RTLD_NOW);
   if (handle == nullptr) return dlerror();
   dlclose(handle);
-  return "opens for this tool, but not for the library, which looks in other folders";
+  return "opens for this tool, but not for the library, which looks in other directories";
 }
 
 void report_opened(Report &report, const std::string &library) {
@@ -135,9 +135,9 @@ void add_load_command(CLI::App &program, Run &run) {
   const auto arguments = std::make_shared<LoadArguments>();
   CLI::App *load = add_command(
       program, run,
-      {"load", "Try whether a library opens and has the symbols named",
-       "The name is tried as it stands, then in " ORLA_LIBRARY_FALLBACK_DIRECTORY
-       ". What a library does when it is opened, it does here too.\n"
+      {"load", "Test whether a library opens and has the named symbols",
+       "The name is tried as it stands, then in " ORLA_LIBRARY_FALLBACK_DIRECTORY ".\n"
+       "Code that a library runs when it is opened runs here too.\n"
        "Exit status 1: the library does not open or a symbol is missing.",
        "  orla load libm.so.6 cos\n  orla load ./plugin.so plugin_open plugin_close --json\n"},
       [&run, arguments] { try_library(run, *arguments); });

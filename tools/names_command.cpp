@@ -33,8 +33,8 @@ void show_names(Run &run) {
   report.row("group", "group", group, "real group id " + std::to_string(getgid()));
   if (node.empty()) {
     report.missing("node", "node",
-                   "liborlanode.so is missing or has no name to give: put one beside the library "
-                   "or on LD_LIBRARY_PATH");
+                   "liborlanode.so is missing or gives no name: install it beside liborla or in a "
+                   "directory of LD_LIBRARY_PATH");
     run.status = kServiceFailed;
   } else {
     report.row("node", "node", node, "by the provider in liborlanode.so");

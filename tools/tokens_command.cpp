@@ -28,8 +28,9 @@ std::vector<std::string> read_tokens(const Input &input, char delimiter) {
 }
 
 std::string explain_count(short count, std::size_t found) {
-  return static_cast<std::size_t>(count) == found ? "pairs of the delimiter"
-                                                  : "counted in 16 bits, which the text exceeds";
+  return static_cast<std::size_t>(count) == found
+             ? "pairs of the delimiter"
+             : "wrong: counted in 16 bits, and the text has more delimiters";
 }
 
 void report_tokens(Report &report, const Input &input, char delimiter) {
@@ -60,7 +61,7 @@ void add_tokens_command(CLI::App &program, Run &run) {
       program, run,
       {"tokens", "Read the delimited tokens of texts",
        "What stands between a closing delimiter and the next opening one belongs to no token.\n"
-       "Of several texts each gets a line: the count, and the tokens as a JSON array.\n"
+       "With several texts, each gets one line: the count, and the tokens as a JSON array.\n"
        "A text that begins with \"-\" goes after \"--\".",
        "  orla tokens '\"alpha\" \"two words\"'\n"
        "  orla tokens --delimiter '|' -- '-|a|b|'\n"

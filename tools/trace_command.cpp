@@ -29,8 +29,8 @@ void write_as_services_do(const Input &message) {
   statuslog[0] = '\0';
 }
 
-// Why a device takes no more, such as a full one; empty when it does, and for anything else than a
-// device.
+// Why a device takes no more, for example because it is full; empty when it takes more, and for
+// anything but a device.
 std::string why_device_takes_nothing(const char *path) {
   struct stat file;
   if (stat(path, &file) != 0 || !S_ISCHR(file.st_mode)) return "";
@@ -72,6 +72,12 @@ std::int64_t size_of(const char *path) {
   return stat(path, &file) == 0 && S_ISREG(file.st_mode) ? file.st_size : -1;
 }
 
+// Why a file that opened did not take the line, by its size before; empty when it did.
+std::string why_not_written(const char *path, std::int64_t size_before, bool rotated) {
+  if (size_before < 0) return why_device_takes_nothing(path);
+  return !rotated && size_of(path) == size_before ? "it did not grow; is the disk full?" : "";
+}
+
 bool trace_to_file(Run &run, const Input &message, const char *path, Report &report) {
   const std::int64_t size_before = size_of(path);
   Captured errors(STDERR_FILENO);
@@ -85,17 +91,15 @@ bool trace_to_file(Run &run, const Input &message, const char *path, Report &rep
   }
   struct stat file;
   const bool rotated = stat(path, &file) != 0 && errno == ENOENT;
-  const std::string reason = size_before < 0 ? why_device_takes_nothing(path)
-                             : !rotated && size_of(path) == size_before
-                                 ? "it did not grow; is the disk full?"
-                                 : "";
+  const std::string reason = why_not_written(path, size_before, rotated);
   if (!reason.empty()) {
     run.fail("nothing was written to the trace file \"" + std::string(path) + "\": " + reason);
     return false;
   }
   report_line(report, message);
-  report.row("to", "to", rotated ? std::string(path) + ".1" : path,
-             rotated ? "it had reached its size, and was moved there" : "by K7LOG_PATH");
+  report.row(
+      "to", "to", rotated ? std::string(path) + ".1" : path,
+      rotated ? "the file had reached its size limit and was renamed to this" : "by K7LOG_PATH");
   return true;
 }
 

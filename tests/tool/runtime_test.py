@@ -74,7 +74,7 @@ class Tokens(ToolTest):
 
     def test_tells_that_the_count_left_its_16_bits(self):
         text = self.run_tool("tokens", "|" * 70000, "--delimiter", "|").out
-        self.assertIn("count        2232  counted in 16 bits, which the text exceeds\n", text)
+        self.assertIn("count        2232  wrong: counted in 16 bits, and the text has more delimiters\n", text)
         self.assertIn("\ntoken 34999  ", text)
 
     def test_refuses_a_delimiter_that_is_not_one_byte(self):
