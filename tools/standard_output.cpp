@@ -12,7 +12,7 @@ namespace {
 
 constexpr std::size_t kBufferSize = 65536;
 
-// The wrong way round, so that using it fails as it does on a closed descriptor.
+// Opened for the wrong direction, so that using it fails as it does on a closed descriptor.
 void open_closed_descriptors() {
   for (int descriptor = STDIN_FILENO; descriptor <= STDERR_FILENO; ++descriptor)
     if (fcntl(descriptor, F_GETFD) == -1)

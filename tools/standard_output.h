@@ -14,8 +14,8 @@ struct OutputFailed {
   int error;  // of errno; 0 when it is not known
 };
 
-// To be called first. A standard descriptor that is closed is opened on nothing, so that no file of
-// the library's takes its place; standard output gets a large buffer unless somebody is looking on.
+// To be called first. A standard descriptor that is closed is opened on /dev/null, so that no file
+// of the library's takes its place; standard output gets a large buffer unless it is a terminal.
 void prepare_standard_output();
 
 void print(std::string_view text);
@@ -30,8 +30,8 @@ class Captured {
   Captured(const Captured &) = delete;
   Captured &operator=(const Captured &) = delete;
 
-  // Ends the capture and gives the text. Empty where no temporary file could be had, and then the
-  // text went where it would have gone.
+  // Ends the capture and gives the text. Empty when no temporary file could be made; the text then
+  // went to the descriptor.
   std::string text();
 
  private:

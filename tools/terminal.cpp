@@ -88,7 +88,7 @@ volatile std::sig_atomic_t progress_is_drawn = 0;
 extern "C" void erase_and_end(int signal) {
   if (progress_is_drawn != 0) [[maybe_unused]]
     const ssize_t written = write(STDERR_FILENO, kEraseLine, kEraseLineSize);
-  raise(signal);  // which ends the process, as the handler stands for one signal alone
+  raise(signal);  // which ends the process: SA_RESETHAND has removed this handler
 }
 
 void erase_when_ended_by(int signal) {

@@ -1,4 +1,4 @@
-// What is only for people who look on: colour, and how far long work has come.
+// For people at a terminal: colour, control characters made visible, and progress.
 
 #ifndef ORLA_TOOLS_TERMINAL_H
 #define ORLA_TOOLS_TERMINAL_H

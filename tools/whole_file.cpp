@@ -17,10 +17,10 @@ constexpr std::size_t kLargestFile = std::size_t{64} << 20;
 
 // Of standard input or of "/dev/fd/63" and the like; -1 for any other name.
 int descriptor_named(std::string_view file) {
-  constexpr std::string_view kFolder = "/dev/fd/";
+  constexpr std::string_view kDirectory = "/dev/fd/";
   if (file == kStandardInput || file == "/dev/stdin") return STDIN_FILENO;
-  if (!file.starts_with(kFolder)) return -1;
-  file.remove_prefix(kFolder.size());
+  if (!file.starts_with(kDirectory)) return -1;
+  file.remove_prefix(kDirectory.size());
   int descriptor = -1;
   const auto result = std::from_chars(file.data(), file.data() + file.size(), descriptor);
   const bool is_number = result.ec == std::errc() && result.ptr == file.data() + file.size();
@@ -32,7 +32,7 @@ bool is_pipe(int descriptor) {
   return fstat(descriptor, &status) == 0 && (S_ISFIFO(status.st_mode) || S_ISSOCK(status.st_mode));
 }
 
-// The descriptor to read a file from that is open already; -1 for one that is to be opened.
+// The descriptor of a file that is open already; -1 for one that is to be opened.
 int open_already(const std::string &file) {
   const int descriptor = descriptor_named(file);
   return file == kStandardInput || is_pipe(descriptor) ? descriptor : -1;

@@ -7,7 +7,7 @@
 
 namespace orla_tool {
 
-// How standard input is called on the command line.
+// What standard input is called on the command line.
 inline constexpr const char *kStandardInput = "-";
 
 struct WholeFile {
@@ -20,8 +20,8 @@ struct WholeFile {
 // may never end.
 WholeFile read_whole(const std::string &file);
 
-// Why a path cannot be a file's: the text for a device, a pipe or a socket; empty for a file, a
-// folder, and for what is not there.
+// Why a path does not name a file: the text for a device, a pipe or a socket; empty for a file, a
+// directory, and for what is not there.
 std::string why_no_file(const std::string &path);
 
 // Whether the library can open this path a second time and find the same: not so for standard input
@@ -30,10 +30,10 @@ bool can_be_opened_again(const std::string &file);
 
 // For the library, which takes paths: these bytes under a path that can be opened again and again,
 // as long as the process lives. Empty, with the reason in errno, where there can be none.
-std::string path_of_bytes(const std::string &bytes);
+[[nodiscard]] std::string path_of_bytes(const std::string &bytes);
 
 // Writes all bytes; false, with the reason in errno, where that fails.
-bool write_whole(int descriptor, const std::string &bytes);
+[[nodiscard]] bool write_whole(int descriptor, const std::string &bytes);
 
 }  // namespace orla_tool
 
