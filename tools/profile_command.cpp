@@ -113,7 +113,7 @@ Search search_for_key(const ProfileArguments &arguments, const ProfileFile &file
 void get_string(Run &run, const ProfileArguments &arguments, const ProfileFile &file) {
   const Search search = search_for_key(arguments, file, HeaderRule::beginning);
   std::string missing = !file.error.empty() ? file.error : search.missing;
-  if (missing.empty() && file.text.text(search.number).find('=') == std::string::npos)
+  if (missing.empty() && file.text.line_text(search.number).find('=') == std::string::npos)
     missing = in_line(file, search.number) + "no \"=\" after the key";
   if (!missing.empty() && !arguments.has_fallback()) return run.fail(missing);
   // Without a default to take its place the reader gives a blank value as it is.
@@ -180,7 +180,7 @@ std::string why_not_found(const ProfileArguments &arguments, const ProfileFile &
                           const std::string &entry, const std::string &answer) {
   if (!file.error.empty()) return file.error;
   const Search written = search_for_key(arguments, file, HeaderRule::whole_line);
-  if (!written.missing.empty() || file.text.text(written.number) != entry)
+  if (!written.missing.empty() || file.text.line_text(written.number) != entry)
     return "it does not hold the entry; was there room for it?";
   const Search found = search_for_key(arguments, file, HeaderRule::beginning);
   if (!found.missing.empty()) return found.missing;
@@ -188,7 +188,8 @@ std::string why_not_found(const ProfileArguments &arguments, const ProfileFile &
     return "an earlier header begins like [" + arguments.section() + "], and line " +
            std::to_string(found.number) + " is found after it";
   if (answer != arguments.value())
-    return "the value is read as " + in_quotes(answer) + ", from after its last \"=\"";
+    return "the value is read as " + in_quotes(answer) +
+           ": only what follows its last \"=\" counts";
   return "";
 }
 
@@ -205,7 +206,33 @@ void report_set(Run &run, const ProfileArguments &arguments, const std::string &
 // The line that an entry for the key takes the place of; empty when there is none.
 std::string line_of_key(const ProfileArguments &arguments, const ProfileFile &file) {
   const Search search = search_for_key(arguments, file, HeaderRule::whole_line);
-  return search.missing.empty() ? file.text.text(search.number) : "";
+  return search.missing.empty() ? file.text.line_text(search.number) : "";
+}
+
+// What came of writing an entry.
+struct Written {
+  std::string error;      // why it was not, for a message; empty when it was
+  std::string replaced;   // the line that it took the place of; empty when there was none
+  std::string answer;     // what the string reader now gives for the key
+  std::string not_found;  // why a reader does not find the entry; empty when all do
+};
+
+// Writes an entry and reads it back, under the lock.
+Written write_entry(Run &run, const ProfileArguments &arguments, const std::string &file,
+                    const std::string &entry) {
+  const ProfileLock lock(run, file);
+  if (!lock.error().empty()) return {file + " was not rewritten: " + lock.error(), "", "", ""};
+  const ProfileFile before(file);
+  if (!before.error.empty() && access(file.c_str(), F_OK) == 0) return {before.error, "", "", ""};
+  if (orla_cfg_write_private_profile_string(arguments.section().c_str(), arguments.key().c_str(),
+                                            arguments.value().c_str(),
+                                            arguments.file().c_str()) == 0)
+    return {file + " was not rewritten: " +
+                why_not_rewritten(file, before.text.bytes().size() + entry.size()),
+            "", "", ""};
+  const std::string answer = read_string(arguments, nullptr);
+  return {"", line_of_key(arguments, before), answer,
+          why_not_found(arguments, ProfileFile(file), entry, answer)};
 }
 
 void set_key(Run &run, const ProfileArguments &arguments) {
@@ -215,26 +242,11 @@ void set_key(Run &run, const ProfileArguments &arguments) {
   check_target(arguments);
   const std::string file = resolved_path(arguments.file());
   const std::string entry = arguments.key() + "=" + arguments.value();
-  std::string replaced;
-  std::string answer;
-  std::string reason;
-  {
-    const ProfileLock lock(run, file);
-    if (!lock.error().empty()) return run.fail(file + " was not rewritten: " + lock.error());
-    const ProfileFile before(file);
-    if (!before.error.empty() && access(file.c_str(), F_OK) == 0) return run.fail(before.error);
-    replaced = line_of_key(arguments, before);
-    if (orla_cfg_write_private_profile_string(arguments.section().c_str(), arguments.key().c_str(),
-                                              arguments.value().c_str(),
-                                              arguments.file().c_str()) == 0)
-      return run.fail(file + " was not rewritten: " +
-                      why_not_rewritten(file, before.text.bytes().size() + entry.size()));
-    answer = read_string(arguments, nullptr);
-    reason = why_not_found(arguments, ProfileFile(file), entry, answer);
-  }
-  report_set(run, arguments, file, entry, replaced, answer);
-  if (!reason.empty())
-    run.fail("a reader of " + file + " does not find what was written: " + reason);
+  const Written written = write_entry(run, arguments, file, entry);
+  if (!written.error.empty()) return run.fail(written.error);
+  report_set(run, arguments, file, entry, written.replaced, written.answer);
+  if (!written.not_found.empty())
+    run.fail("a reader of " + file + " does not find what was written: " + written.not_found);
 }
 
 // The lines of a section whose key is this very one.
@@ -244,7 +256,7 @@ std::vector<std::size_t> lines_of_key(const ProfileArguments &arguments, const P
   const std::size_t header = find_header(text, arguments.section(), HeaderRule::whole_line);
   if (header == 0) return numbers;
   for (std::size_t number = header + 1; number <= text.size(); ++number) {
-    const std::string &line = text.text(number);
+    const std::string &line = text.line_text(number);
     if (line.empty() || is_header(line)) break;
     if (in_small_letters(key_of(line)) == key || in_small_letters(line) == key)
       numbers.push_back(number);
@@ -266,7 +278,7 @@ std::string still_found(const ProfileArguments &arguments, const ProfileFile &fi
     const Search search = search_for_key(arguments, file, rule);
     if (file.error.empty() && search.missing.empty())
       return "line " + std::to_string(search.number) + ", " +
-             in_quotes(file.text.text(search.number)) + ", is what readers find for this key";
+             in_quotes(file.text.line_text(search.number)) + ", is what readers find for this key";
   }
   return "";
 }
@@ -291,7 +303,7 @@ void unset_key(Run &run, const ProfileArguments &arguments) {
     const std::vector<std::size_t> numbers = lines_of_key(arguments, before.text);
     if (numbers.empty()) return run.fail(why_not_there(arguments, before));
     for (const std::size_t number : numbers)
-      removed.push_back(before.text.text(number));
+      removed.push_back(before.text.line_text(number));
     const std::string error = replace_bytes(file, bytes_without(before.text, numbers));
     if (!error.empty()) return run.fail(file + " was not rewritten: " + error);
     found = still_found(arguments, ProfileFile(file));
@@ -347,9 +359,9 @@ void add_get(CLI::App &profile, Run &run) {
   CLI::App *get = add_key_command(
       profile, run,
       {"get", "Print the value of a key",
-       "Without --default it is a failure when the key is not found. Given the default path as "
-       "FILE,\n"
-       "the library reads the file that ORLA_CONFIG names, where it is set; --json shows which.",
+       "Without --default it is a failure when the key is not found. Given the default path as\n"
+       "FILE, the library reads the file that ORLA_CONFIG names, where it is set; --json shows\n"
+       "which.",
        "  orla profile get app.ini Main Port\n"
        "  orla profile get app.ini Main Port --int --default 7\n"
        "  orla profile get --default-path Main Port\n"},
@@ -365,14 +377,11 @@ void add_set(CLI::App &profile, Run &run) {
   add_key_command(
       profile, run,
       {"set", "Write one key",
-       "The file is locked and rewritten in place: carriage returns go, as does a last line "
-       "without\n"
-       "line feed. The key is then read back; exit status 1 also where a reader does not find "
-       "what\n"
-       "was written. Given the default path as FILE, the library rewrites the file that "
-       "ORLA_CONFIG\n"
-       "names, where it is set; the output shows which. A VALUE that begins with \"-\" goes after\n"
-       "\"--\", where it is not a number.",
+       "The file is locked and rewritten in place: carriage returns, and a last line without a\n"
+       "line feed, are dropped. The key is then read back; exit status 1 also where a reader\n"
+       "does not find what was written. Given the default path as FILE, the library rewrites\n"
+       "the file that ORLA_CONFIG names, where it is set; the output shows which. A VALUE that\n"
+       "begins with \"-\" goes after \"--\", where it is not a number.",
        "  orla profile set app.ini Main Port 5555\n"
        "  orla profile set -- app.ini Main Options -v\n"},
       std::make_shared<ProfileArguments>(), {kFile, kSection, kKey, kValue},
@@ -383,11 +392,9 @@ void add_unset(CLI::App &profile, Run &run) {
   add_key_command(
       profile, run,
       {"unset", "Take one key out",
-       "Takes out the lines of the section whose key is KEY, and leaves all other bytes of the "
-       "file as\n"
-       "they are. A line that only begins with KEY stays, as it is another key's; exit status 1 "
-       "where\n"
-       "readers find such a line for KEY, or where there is no line to take out.",
+       "Takes out the lines of the section whose key is KEY, and leaves all other bytes of the\n"
+       "file as they are. A line that only begins with KEY stays, as it is another key's; exit\n"
+       "status 1 where readers find such a line for KEY, or where there is no line to take out.",
        "  orla profile unset app.ini Main Port\n"},
       std::make_shared<ProfileArguments>(), {kFile, kSection, kWholeKey},
       [](Run &each, ProfileArguments &arguments) { unset_key(each, arguments); });

@@ -17,12 +17,12 @@
 namespace orla_tool {
 namespace {
 
-constexpr const char *kTemporaryFolder = "/tmp";
+constexpr const char *kTemporaryDirectory = "/tmp";
 
-std::string folder_of(const std::string &file) {
+std::string directory_of(const std::string &file) {
   std::error_code unknown;
-  const auto folder = std::filesystem::weakly_canonical(file, unknown).parent_path();
-  return folder.empty() ? "." : folder.string();
+  const auto directory = std::filesystem::weakly_canonical(file, unknown).parent_path();
+  return directory.empty() ? "." : directory.string();
 }
 
 bool lock_without_waiting(int descriptor) { return flock(descriptor, LOCK_EX | LOCK_NB) == 0; }
@@ -37,11 +37,11 @@ bool lock_and_wait(Run &run, int descriptor, const std::string &name) {
   return true;
 }
 
-// -1 where the folder cannot be locked, as on some network file systems: then files that are being
-// created are not waited for.
-int open_locked_folder(Run &run, const std::string &folder) {
-  const int descriptor = open(folder.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC);
-  if (descriptor == -1 || lock_and_wait(run, descriptor, folder)) return descriptor;
+// -1 where the directory cannot be locked, as on some network file systems: then files that are
+// being created are not waited for.
+int open_locked_directory(Run &run, const std::string &directory) {
+  const int descriptor = open(directory.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC);
+  if (descriptor == -1 || lock_and_wait(run, descriptor, directory)) return descriptor;
   close(descriptor);
   return -1;
 }
@@ -54,9 +54,9 @@ bool leads_to(const std::string &path, int descriptor) {
          named.st_dev == opened.st_dev && named.st_ino == opened.st_ino;
 }
 
-bool has_room(const std::string &folder, std::size_t size) {
+bool has_room(const std::string &directory, std::size_t size) {
   struct statvfs space;
-  return statvfs(folder.c_str(), &space) != 0 ||
+  return statvfs(directory.c_str(), &space) != 0 ||
          space.f_bavail * static_cast<std::uint64_t>(space.f_frsize) >= size;
 }
 
@@ -91,16 +91,16 @@ bool ProfileLock::fail(int error) {
 bool ProfileLock::acquire(Run &run, const std::string &file) {
   error_ = why_no_file(file);
   if (!error_.empty()) return false;
-  const std::string folder = folder_of(file);
+  const std::string directory = directory_of(file);
   for (;;) {
-    const int folder_lock = open_locked_folder(run, folder);
+    const int directory_lock = open_locked_directory(run, directory);
     held_ = open(file.c_str(), O_RDWR | O_CLOEXEC | O_NOCTTY);
     const int error = errno;
     if (held_ == -1 && error == ENOENT) {
-      held_ = folder_lock;
-      return access(folder.c_str(), W_OK | X_OK) == 0 || fail(errno);
+      held_ = directory_lock;
+      return access(directory.c_str(), W_OK | X_OK) == 0 || fail(errno);
     }
-    if (folder_lock != -1) close(folder_lock);
+    if (directory_lock != -1) close(directory_lock);
     if (held_ == -1) return fail(error);
     if (!lock_and_wait(run, held_, file)) return fail(errno);
     if (leads_to(file, held_)) return true;
@@ -109,11 +109,11 @@ bool ProfileLock::acquire(Run &run, const std::string &file) {
 }
 
 std::string why_not_rewritten(const std::string &file, std::size_t size) {
-  if (access(kTemporaryFolder, W_OK | X_OK) != 0)
-    return std::string(kTemporaryFolder) + ": " + std::strerror(errno);
+  if (access(kTemporaryDirectory, W_OK | X_OK) != 0)
+    return std::string(kTemporaryDirectory) + ": " + std::strerror(errno);
   if (!is_within_limit(size)) return std::strerror(EFBIG);
-  for (const std::string &folder : {std::string(kTemporaryFolder), folder_of(file)})
-    if (!has_room(folder, size)) return folder + ": " + std::strerror(ENOSPC);
+  for (const std::string &directory : {std::string(kTemporaryDirectory), directory_of(file)})
+    if (!has_room(directory, size)) return directory + ": " + std::strerror(ENOSPC);
   return "check that it and /tmp can be written and have room";
 }
 

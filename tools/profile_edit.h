@@ -1,4 +1,4 @@
-// Changes of a profile file that lose nothing, whatever happens at the same moment.
+// Changes of a profile file that lose nothing, whatever happens at the same time.
 
 #ifndef ORLA_TOOLS_PROFILE_EDIT_H
 #define ORLA_TOOLS_PROFILE_EDIT_H
@@ -11,12 +11,12 @@
 
 namespace orla_tool {
 
-// Holds a profile for a change of it: no other process that locks it changes it meanwhile, and no
+// Holds a profile while it is changed: no other process that locks it changes it meanwhile, and no
 // signal ends this one in the middle. Waits for whoever holds it.
 //
-// An existing file is locked itself. While a file is being created, its folder is locked instead,
-// so that a lock leaves nothing behind; everybody asks for the folder first, and so waits for a
-// creation.
+// An existing file is locked itself. While a file is being created, its directory is locked
+// instead, so that a lock leaves nothing behind; each lock asks for the directory first, and so
+// waits while a file is created.
 class ProfileLock {
  public:
   ProfileLock(Run &run, const std::string &file);
@@ -42,7 +42,7 @@ std::string why_not_rewritten(const std::string &file, std::size_t size);
 
 // Gives a file new bytes through a temporary copy, as the library's writer does. What is wrong is
 // the result; empty when all went well.
-std::string replace_bytes(const std::string &file, const std::string &bytes);
+[[nodiscard]] std::string replace_bytes(const std::string &file, const std::string &bytes);
 
 }  // namespace orla_tool
 

@@ -3,7 +3,6 @@
 #include <orla/profile.h>
 
 #include <algorithm>
-#include <map>
 
 #include "terminal.h"
 
@@ -12,47 +11,24 @@ namespace {
 
 constexpr std::size_t kLongestLine = ORLA_PROFILE_LINE_SIZE - 1;
 constexpr std::size_t kLongestInteger = 5;
-constexpr const char *kWhiteSpace = " \t";
+constexpr const char *kSpaceAndTab = " \t";
 constexpr std::string_view kByteOrderMark = "\xEF\xBB\xBF";
 
 std::string_view trimmed(std::string_view text) {
-  const std::size_t begin = text.find_first_not_of(kWhiteSpace);
+  const std::size_t begin = text.find_first_not_of(kSpaceAndTab);
   if (begin == std::string_view::npos) return {};
-  return text.substr(begin, text.find_last_not_of(kWhiteSpace) + 1 - begin);
+  return text.substr(begin, text.find_last_not_of(kSpaceAndTab) + 1 - begin);
 }
 
-bool is_blank(char c) { return c == ' ' || c == '\t'; }
+bool is_space_or_tab(char c) { return c == ' ' || c == '\t'; }
 
-bool has_blanks_around_equals(std::string_view line) {
+bool has_space_or_tab_around_equals(std::string_view line) {
   const std::size_t first = line.find('=');
   const std::size_t last = line.rfind('=');
-  const bool before = first > 0 && first != std::string_view::npos && is_blank(line[first - 1]);
-  return before || (last + 1 < line.size() && is_blank(line[last + 1]));
+  const bool before =
+      first > 0 && first != std::string_view::npos && is_space_or_tab(line[first - 1]);
+  return before || (last + 1 < line.size() && is_space_or_tab(line[last + 1]));
 }
-
-// Lines in small letters, and where they stand.
-class EarlierLines {
- public:
-  void add(std::string_view line, std::size_t number) {
-    numbers_.emplace(in_small_letters(line), number);
-  }
-  void clear() { numbers_.clear(); }
-
-  // The number of a line that begins with a text; 0 when there is none.
-  std::size_t find(std::string_view text) const {
-    const std::string wanted = in_small_letters(text);
-    const auto found = numbers_.lower_bound(wanted);
-    return found != numbers_.end() && found->first.starts_with(wanted) ? found->second : 0;
-  }
-
-  std::size_t find_same(std::string_view line) const {
-    const auto found = numbers_.find(in_small_letters(line));
-    return found == numbers_.end() ? 0 : found->second;
-  }
-
- private:
-  std::map<std::string, std::size_t> numbers_;
-};
 
 class Linter {
  public:
@@ -64,8 +40,8 @@ class Linter {
     look_at_rest(text);
     add_counted(carriage_returns_, "carriage_return", "a carriage return",
                 ": readers do not see it, and a rewrite drops it");
-    add_counted(remarks_, "remark", "looks like a remark",
-                ": there are none, and to readers it is a line like any other");
+    add_counted(comments_, "remark", "looks like a comment",
+                ": profiles have none, and readers take it as any other line");
     std::stable_sort(findings_.begin(), findings_.end(),
                      [](const Finding &a, const Finding &b) { return a.line < b.line; });
     return std::move(findings_);
@@ -89,9 +65,11 @@ class Linter {
 
   void add_counted(const Counted &counted, const char *kind, const char *before,
                    const char *after) {
+    if (counted.count == 0) return;
+    const std::size_t more = counted.count - 1;
     const std::string others =
-        counted.count < 2 ? "" : ", as in " + std::to_string(counted.count - 1) + " more below";
-    if (counted.count > 0) add_at(counted.first, kind, before + others + after);
+        ", as in " + std::to_string(more) + (more == 1 ? " more line below" : " more lines below");
+    add_at(counted.first, kind, before + (more == 0 ? "" : others) + after);
   }
 
   void look_at_rest(const ProfileText &text) {
@@ -111,7 +89,7 @@ class Linter {
     look_at_bytes(whole);
     if (number_ == 1 && line.starts_with(kByteOrderMark)) {
       add("byte_order_mark",
-          "a byte order mark belongs to the line: a header or key in it is not found");
+          "a byte order mark is part of this line: a header or key in it is not found");
       line.remove_prefix(kByteOrderMark.size());
     }
     const std::string_view bare = trimmed(line);
@@ -120,9 +98,10 @@ class Linter {
     } else if (line.empty()) {
       if (ended_by_ == 0) ended_by_ = number_;
     } else if (bare.empty()) {
-      add("blank_line", "blanks alone: this line does not end a section, as an empty one does");
-    } else if (looks_like_remark(bare)) {
-      count(remarks_);
+      add("blank_line",
+          "only spaces or tabs: unlike an empty line, this line does not end a section");
+    } else if (looks_like_comment(bare)) {
+      count(comments_);
       remember(line);
     } else {
       look_at_entry(line);
@@ -142,7 +121,7 @@ class Linter {
 
   void look_at_header(std::string_view line, std::string_view bare) {
     if (bare.size() != line.size())
-      add("spaced_header", "white space around " + std::string(bare) +
+      add("spaced_header", "spaces or tabs around " + std::string(bare) +
                                ": the integer reader and the writer do not take it for a header");
     if (!section_.empty() && ended_by_ == 0)
       add("runs_on", "no empty line ends section " + section_ +
@@ -160,8 +139,8 @@ class Linter {
     const std::size_t same = headers_.find_same(header);
     const std::size_t alike = headers_.find(header.substr(0, header.size() - 2));
     if (same != 0)
-      add("section_twice", "section " + std::string(header) + " stands in line " +
-                               std::to_string(same) + " too, where alone it is found");
+      add("section_twice", "section " + std::string(header) + " is already in line " +
+                               std::to_string(same) + ", and readers find only that one");
     else if (alike != 0)
       add("hidden_section", "line " + std::to_string(alike) +
                                 " begins like this header, and the string reader takes it for " +
@@ -171,12 +150,12 @@ class Linter {
   void look_at_entry(std::string_view line) {
     const bool has_equals = line.find('=') != std::string_view::npos;
     if (section_.empty()) {
-      if (has_equals) add("no_section", "no header stands above: readers do not find this key");
+      if (has_equals) add("no_section", "there is no header above: readers do not find this key");
     } else if (ended_by_ != 0) {
       if (has_equals) report_cut();
     } else {
-      if (is_blank(line.front()))
-        add("blanks", "blanks before the key belong to it: it is not found without them");
+      if (is_space_or_tab(line.front()))
+        add("blanks", "spaces or tabs before the key belong to it: it is not found without them");
       if (has_equals) {
         look_at_value(line);
         look_for_hiding(line);
@@ -201,8 +180,8 @@ class Linter {
   }
 
   void look_at_value(std::string_view line) {
-    if (has_blanks_around_equals(line))
-      add("blanks", "blanks around \"=\" belong to the key and the value");
+    if (has_space_or_tab_around_equals(line))
+      add("blanks", "spaces or tabs around \"=\" belong to the key and the value");
     if (line.find('=') != line.rfind('='))
       add("second_equals",
           "more than one \"=\": the value is what follows the last, " + in_quotes(value_of(line)));
@@ -245,7 +224,7 @@ class Linter {
   EarlierLines earlier_;  // of the section
   EarlierLines headers_;
   Counted carriage_returns_;
-  Counted remarks_;
+  Counted comments_;
 };
 
 }  // namespace

@@ -1,5 +1,5 @@
 // orla profile lint: what in profile files is not read as it looks, in many files and whole
-// folders.
+// directories.
 
 #include <orla/profile.h>
 
@@ -45,38 +45,37 @@ bool is_profile(const fs::path &path) {
   return extension == ".ini";
 }
 
-// Adds the *.ini files in a folder, and to `folders` the folders in it. Links to folders are not
-// followed, so there is no way round in circles. False, with a message, when the folder cannot be
-// searched.
-bool search(Run &run, const fs::path &folder, std::vector<fs::path> &folders,
+// Adds the *.ini files in a directory, and to `directories` those in it. Links to directories are
+// not followed, so the search ends. False, with a message, when the directory cannot be searched.
+bool search(Run &run, const fs::path &directory, std::vector<fs::path> &directories,
             std::vector<std::string> &found) {
   std::error_code error;
-  fs::directory_iterator entry(folder, error);
+  fs::directory_iterator entry(directory, error);
   while (!error && entry != fs::directory_iterator()) {
-    std::error_code unknown;  // what cannot be looked at is no folder
+    std::error_code unknown;  // what cannot be looked at is no directory
     if (fs::is_directory(entry->symlink_status(unknown))) {
-      folders.push_back(entry->path());
+      directories.push_back(entry->path());
     } else if (is_profile(entry->path()) && !entry->is_directory(unknown)) {
       found.push_back(entry->path().string());
     }
     entry.increment(error);
   }
-  if (error) run.fail(folder.string() + " cannot be searched: " + error.message());
+  if (error) run.fail(directory.string() + " cannot be searched: " + error.message());
   return !error;
 }
 
-// Adds the *.ini files in a folder and in those below it, in the order of their names; a folder
-// that cannot be searched does not keep the others from it.
-void add_profiles_in(Run &run, const std::string &folder, std::vector<std::string> &files) {
+// Adds the *.ini files in a directory and in those below it, in the order of their names; a
+// directory that cannot be searched does not stop the search of the others.
+void add_profiles_in(Run &run, const std::string &directory, std::vector<std::string> &files) {
   std::vector<std::string> found;
-  std::vector<fs::path> folders = {folder};
+  std::vector<fs::path> directories = {directory};
   bool searched = true;
-  while (!folders.empty()) {
-    const fs::path next = folders.back();
-    folders.pop_back();
-    searched = search(run, next, folders, found) && searched;
+  while (!directories.empty()) {
+    const fs::path next = directories.back();
+    directories.pop_back();
+    searched = search(run, next, directories, found) && searched;
   }
-  if (searched && found.empty()) run.fail(folder + " holds no file named *.ini");
+  if (searched && found.empty()) run.fail(directory + " holds no file named *.ini");
   std::sort(found.begin(), found.end());
   files.insert(files.end(), found.begin(), found.end());
 }
@@ -143,7 +142,15 @@ void lint_file(Run &run, const std::string &path, const LintArguments &arguments
   }
 }
 
+// Either is needed, and not both.
+void check_files(const LintArguments &arguments) {
+  if (arguments.default_path && !arguments.files.empty())
+    throw CLI::ExcludesError("--default-path", "FILE");
+  if (!arguments.default_path && arguments.files.empty()) throw CLI::RequiredError("FILE");
+}
+
 void lint(Run &run, LintArguments &arguments) {
+  check_files(arguments);
   if (arguments.default_path) arguments.files.assign(1, ORLA_DEFAULT_PROFILE_PATH);
   std::error_code error;
   const bool is_alone = arguments.files.size() == 1 && !fs::is_directory(arguments.files[0], error);
@@ -165,7 +172,7 @@ std::string check_kind(const std::string &kind) {
   const std::vector<std::string> &kinds = kinds_of_findings();
   return std::count(kinds.begin(), kinds.end(), kind) != 0
              ? ""
-             : in_quotes(kind) + " is no kind of finding; orla-profile(1) lists them";
+             : in_quotes(kind) + " is not a kind of finding; orla-profile(1) lists them";
 }
 
 // An option that may be given several times, one word each.
@@ -181,38 +188,36 @@ class LintFormatter : public CLI::Formatter {
   }
 };
 
+void add_lint_options(CLI::App &command, LintArguments &arguments) {
+  add_texts(command, "FILE", arguments.files, "Profile files and directories; - for standard input")
+      ->required(false);
+  add_default_path_flag(command, arguments.default_path);
+  add_repeatable(command, "--int", arguments.integer_keys,
+                 "A key whose values should be numbers; may be repeated", "KEY");
+  add_repeatable(command, "--ignore", arguments.ignored,
+                 "A kind of finding, as --json names it, to leave out; may be repeated", "KIND")
+      ->check(CLI::Validator(check_kind, ""));
+  command.formatter(std::make_shared<LintFormatter>());
+}
+
 }  // namespace
 
 void add_profile_lint_command(CLI::App &profile, Run &run) {
   const auto arguments = std::make_shared<LintArguments>();
   CLI::App *command = add_command(
       profile, run,
-      {"lint", "Say what is not read as it looks",
-       "A folder stands for the files named *.ini in it and in the folders below. Several files, "
-       "or a\n"
-       "folder, end in a line of totals; with --json each file is one line of JSON. Given the "
-       "default\n"
-       "path as FILE, the file that ORLA_CONFIG names is checked, as it is the one that is read.\n"
+      {"lint", "Find lines that are not read as they look",
+       "A directory stands for the files named *.ini in it and in the directories below.\n"
+       "Several files, or a directory, end in a line of totals; with --json each file is one\n"
+       "line of JSON. Given the default path as FILE, the file that ORLA_CONFIG names is\n"
+       "checked, as it is the one that is read.\n"
        "Exit status 1: something was found, or a file cannot be read.",
        "  orla profile lint app.ini --int Port\n"
        "  orla profile lint --ignore remark --ignore carriage_return app.ini\n"
        "  orla profile lint /etc/app conf.d/extra.ini\n"
        "  git show HEAD:app.ini | orla profile lint -\n"},
-      [&run, arguments] {
-        if (arguments->default_path && !arguments->files.empty())
-          throw CLI::ExcludesError("--default-path", "FILE");
-        if (!arguments->default_path && arguments->files.empty()) throw CLI::RequiredError("FILE");
-        lint(run, *arguments);
-      });
-  add_texts(*command, "FILE", arguments->files, "Profile files and folders; - for standard input")
-      ->required(false);
-  add_default_path_flag(*command, arguments->default_path);
-  add_repeatable(*command, "--int", arguments->integer_keys,
-                 "A key whose values should be numbers; may be given again", "KEY");
-  add_repeatable(*command, "--ignore", arguments->ignored,
-                 "A kind of finding, as --json names it, to leave out; may be given again", "KIND")
-      ->check(CLI::Validator(check_kind, ""));
-  command->formatter(std::make_shared<LintFormatter>());
+      [&run, arguments] { lint(run, *arguments); });
+  add_lint_options(*command, *arguments);
 }
 
 }  // namespace orla_tool

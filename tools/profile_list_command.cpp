@@ -188,11 +188,9 @@ void add_list(CLI::App &profile, Run &run) {
   CLI::App *list = add_command(
       profile, run,
       {"list", "List sections, keys and values",
-       "Of what stands in the file only what the string reader finds is listed: no second entry "
-       "for a\n"
-       "key, nothing after an empty line, no value before a second \"=\". Lines that look like "
-       "remarks\n"
-       "are left out.",
+       "Lists only what the string reader finds: the first entry of a key, nothing after an\n"
+       "empty line, and of a value only what follows its last \"=\". Lines that look like\n"
+       "comments are left out.",
        "  orla profile list app.ini\n"
        "  orla profile list app.ini Main\n"
        "  orla profile list app.ini --field 'sections[].name'\n"},
@@ -210,10 +208,9 @@ void add_diff(CLI::App &profile, Run &run) {
   CLI::App *diff =
       add_command(profile, run,
                   {"diff", "Compare two profile files by section and key",
-                   "Shows what readers find: after \"-\" what OLD holds, after \"+\" what NEW "
-                   "holds instead. The "
-                   "order\n"
-                   "of sections and keys makes no difference. Exit status 1: the two differ.",
+                   "Shows what readers find: after \"-\" what OLD holds, after \"+\" what NEW\n"
+                   "holds instead. The order of sections and keys makes no difference.\n"
+                   "Exit status 1: the two differ.",
                    "  orla profile diff app.ini.old app.ini\n"
                    "  git show HEAD:app.ini | orla profile diff - app.ini\n"},
                   [&run, words] { show_differences(run, *words); });

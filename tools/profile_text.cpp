@@ -13,21 +13,6 @@ std::string as_read(std::string_view raw) {
   return text;
 }
 
-// Lines in small letters, to ask whether one of them begins with a text.
-class Beginnings {
- public:
-  void add(std::string_view line) { lines_.insert(in_small_letters(line)); }
-  void clear() { lines_.clear(); }
-  bool has(std::string_view text) const {
-    const std::string wanted = in_small_letters(text);
-    const auto found = lines_.lower_bound(wanted);
-    return found != lines_.end() && found->starts_with(wanted);
-  }
-
- private:
-  std::set<std::string> lines_;
-};
-
 // Gathers sections from the lines of a file, one after the other.
 class SectionReader {
  public:
@@ -39,7 +24,7 @@ class SectionReader {
     } else if (is_open_) {
       look_at_entry(line, number);
     }
-    if (line.starts_with('[')) headers_.add(line);
+    if (line.starts_with('[')) headers_.add(line, number);
   }
 
   std::vector<ProfileSection> take() { return std::move(sections_); }
@@ -47,7 +32,7 @@ class SectionReader {
  private:
   void begin(const std::string &header, std::size_t number) {
     const std::string name(name_in(header));
-    is_open_ = !headers_.has(searched_header(name));
+    is_open_ = headers_.find(searched_header(name)) == 0;
     lines_.clear();
     if (names_.insert(in_small_letters(name)).second) sections_.push_back({name, number, {}});
   }
@@ -59,17 +44,17 @@ class SectionReader {
 
   void look_at_entry(const std::string &line, std::size_t number) {
     const std::string_view key = key_of(line);
-    const bool is_seen = !key.empty() && !looks_like_remark(line) && !lines_.has(key);
+    const bool is_seen = !key.empty() && !looks_like_comment(line) && lines_.find(key) == 0;
     if (is_seen)
       sections_.back().entries.push_back({std::string(key), std::string(value_of(line)), number});
-    lines_.add(line);
+    lines_.add(line, number);
   }
 
   std::vector<ProfileSection> sections_;
   std::set<std::string> names_;  // theirs, in small letters
   bool is_open_ = false;         // whether entries that follow are found
-  Beginnings headers_;           // all lines so far that begin with "["
-  Beginnings lines_;             // those of the section
+  EarlierLines headers_;         // all lines so far that begin with "["
+  EarlierLines lines_;           // those of the section
 };
 
 }  // namespace
@@ -94,13 +79,28 @@ bool begins_with(std::string_view line, std::string_view text) {
   return in_small_letters(line.substr(0, text.size())) == in_small_letters(text);
 }
 
+void EarlierLines::add(std::string_view line, std::size_t number) {
+  numbers_.emplace(in_small_letters(line), number);
+}
+
+std::size_t EarlierLines::find(std::string_view text) const {
+  const std::string wanted = in_small_letters(text);
+  const auto found = numbers_.lower_bound(wanted);
+  return found != numbers_.end() && found->first.starts_with(wanted) ? found->second : 0;
+}
+
+std::size_t EarlierLines::find_same(std::string_view line) const {
+  const auto found = numbers_.find(in_small_letters(line));
+  return found == numbers_.end() ? 0 : found->second;
+}
+
 bool is_header(std::string_view line) {
   return line.size() > 2 && line.front() == '[' && line.back() == ']';
 }
 
 std::string_view name_in(std::string_view header) { return header.substr(1, header.size() - 2); }
 
-bool looks_like_remark(std::string_view line) {
+bool looks_like_comment(std::string_view line) {
   return line.starts_with(';') || line.starts_with('#');
 }
 
@@ -116,7 +116,7 @@ std::string_view value_of(std::string_view line) { return line.substr(line.rfind
 std::size_t find_header(const ProfileText &text, std::string_view section, HeaderRule rule) {
   const std::string header = '[' + std::string(section) + ']';
   for (std::size_t number = 1; number <= text.size(); ++number) {
-    const std::string &line = text.text(number);
+    const std::string &line = text.line_text(number);
     const bool is_found = rule == HeaderRule::whole_line
                               ? line.size() == header.size() && begins_with(line, header)
                               : begins_with(line, header.substr(0, section.size()));
@@ -132,7 +132,7 @@ Search search_profile(const ProfileText &text, const std::string &name, const st
   const std::string place = "section [" + section + "] of " + name + ", line " +
                             std::to_string(header) + ", has no key \"" + key + "\"";
   for (std::size_t number = header + 1; number <= text.size(); ++number) {
-    const std::string &line = text.text(number);
+    const std::string &line = text.line_text(number);
     if (line.empty()) return {place + " before the empty line " + std::to_string(number)};
     if (begins_with(line, key)) return {"", number};
   }
@@ -142,7 +142,7 @@ Search search_profile(const ProfileText &text, const std::string &name, const st
 std::vector<ProfileSection> sections_of(const ProfileText &text) {
   SectionReader reader;
   for (std::size_t number = 1; number <= text.size(); ++number)
-    reader.look_at(text.text(number), number);
+    reader.look_at(text.line_text(number), number);
   return reader.take();
 }
 

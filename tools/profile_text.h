@@ -4,6 +4,7 @@
 #define ORLA_TOOLS_PROFILE_TEXT_H
 
 #include <cstddef>
+#include <map>
 #include <string>
 #include <string_view>
 #include <vector>
@@ -29,7 +30,7 @@ class ProfileText {
   std::size_t size() const { return lines_.size(); }
   // By its number, from 1.
   const ProfileLine &line(std::size_t number) const { return lines_[number - 1]; }
-  const std::string &text(std::size_t number) const { return line(number).text; }
+  const std::string &line_text(std::size_t number) const { return line(number).text; }
   // What no reader sees: a last line without a line feed, or all from the line with a byte 0xFF on.
   std::string_view rest() const { return rest_; }
   bool ends_at_byte_255() const { return rest_.find('\xFF') != std::string_view::npos; }
@@ -46,15 +47,30 @@ std::string in_small_letters(std::string_view text);
 // Whether a line begins with a text, in any letter case.
 bool begins_with(std::string_view line, std::string_view text);
 
+// Lines, in any letter case, and their numbers.
+class EarlierLines {
+ public:
+  void add(std::string_view line, std::size_t number);
+  void clear() { numbers_.clear(); }
+
+  // The number of a line that begins with a text; 0 when there is none.
+  std::size_t find(std::string_view text) const;
+  // The number of the first line that is the same; 0 when there is none.
+  std::size_t find_same(std::string_view line) const;
+
+ private:
+  std::map<std::string, std::size_t> numbers_;  // by the lines in small letters
+};
+
 // Whether a line is "[name]", and nothing else.
 bool is_header(std::string_view line);
 std::string_view name_in(std::string_view header);
 
-// What a person takes for a remark, though the readers know none.
-bool looks_like_remark(std::string_view line);
+// What a person takes for a comment, though the readers know none.
+bool looks_like_comment(std::string_view line);
 
-// The name of a line's key: what stands before its first "=", blanks at its end left out. Empty
-// where there is none.
+// The name of a line's key: what stands before its first "=", without spaces and tabs at its end.
+// Empty where there is none.
 std::string_view key_of(std::string_view line);
 // What readers take for its value: what stands after its last "=".
 std::string_view value_of(std::string_view line);
@@ -89,10 +105,10 @@ struct ProfileSection {
 };
 
 // The sections, each once, with the entries that the string reader finds in them. Lines that look
-// like remarks are left out.
+// like comments are left out.
 std::vector<ProfileSection> sections_of(const ProfileText &text);
 
-// Of a section by its name, in any letter case; null when there is none.
+// The section with this name, in any letter case; null when there is none.
 const ProfileSection *find_section(const std::vector<ProfileSection> &sections,
                                    std::string_view name);
 

@@ -160,7 +160,7 @@ class Set(ProfileCase):
         self.assertEqual(result.json, {"file": file, "entry": "K=a=b", "answer": "b"})
         self.assertEqual((result.status, result.err),
                          (1, f"orla: a reader of {file} does not find what was written: the value is read as "
-                          '"b", from after its last "="\n'))
+                          '"b": only what follows its last "=" counts\n'))
         for content, reason in (
                 ("[Mai]\n\n[Main]\nK=1\n", 'section [Main] of FILE, line 1, has no key "K" before the empty line 2'),
                 ("[Mai]\nKey=1\n\n[Main]\nK=1\n", "an earlier header begins like [Main], and line 2 is found")):
@@ -564,11 +564,11 @@ class Lint(ProfileCase):
 
     def test_lines_that_look_like_remarks_are_told_once(self):
         file = self.write("; a\n[A]\n# K=1\n;K=2\n")
-        self.assertEqual(self.run_tool("lint", file).out, f"{file}:1: looks like a remark, as in 2 more below: "
-                         "there are none, and to readers it is a line like any other\n")
+        self.assertEqual(self.run_tool("lint", file).out, f"{file}:1: looks like a comment, as in 2 more lines below: "
+                         "profiles have none, and readers take it as any other line\n")
 
     def test_a_word_that_is_no_kind_cannot_be_ignored(self):
-        self.expect_failure('"x" is no kind of finding', "lint", "--ignore", "x", "f", status=2)
+        self.expect_failure('"x" is not a kind of finding', "lint", "--ignore", "x", "f", status=2)
 
     def test_several_files_end_in_totals(self):
         clean, broken = self.write("", "a.ini"), self.write("x", "b.ini")
