@@ -1,6 +1,6 @@
-# What an installation holds, in three components: "runtime" for programs that were built already,
-# "development" for building them, "tools" for people; "documentation", which packages arrange in a
-# way of their own; and "python", which is for the packages alone.
+# What an installation holds, in five components: "runtime" for programs that were built already,
+# "development" for building them, "tools" for people, "documentation", which packages arrange in a
+# way of their own, and "python", which is for the packages alone.
 
 include(CMakePackageConfigHelpers)
 
@@ -12,11 +12,12 @@ install(TARGETS orla
   LIBRARY DESTINATION "${CMAKE_INSTALL_LIBDIR}"
     COMPONENT runtime
     NAMELINK_COMPONENT development)
-# In the library's folder, where the library finds it; no program links it, so it is not exported.
+# In the library's directory, where the library finds it; no program links it, so it is not
+# exported.
 install(TARGETS orlanode
   LIBRARY DESTINATION "${CMAKE_INSTALL_LIBDIR}" COMPONENT runtime)
 if(ORLA_TOOL)
-  # The tool finds its library relative to its own folder, so that an installation can be moved.
+  # The tool finds its library relative to its own directory, so that an installation can be moved.
   file(RELATIVE_PATH library_beside_tool "${CMAKE_INSTALL_FULL_BINDIR}" "${CMAKE_INSTALL_FULL_LIBDIR}")
   set_property(TARGET orla-tool APPEND PROPERTY INSTALL_RPATH "$ORIGIN/${library_beside_tool}")
   install(TARGETS orla-tool
@@ -41,13 +42,13 @@ install(FILES
     "${PROJECT_BINARY_DIR}/cmake/orlaConfigVersion.cmake"
   DESTINATION "${package_config_dir}" COMPONENT development)
 
-# A folder as orla.pc names it: under the prefix, or as it is where it was given as an absolute
+# A directory as orla.pc names it: under the prefix, or as it is where it was given as an absolute
 # path.
-function(orla_pkg_config_path result folder)
-  if(NOT IS_ABSOLUTE "${folder}")
-    string(PREPEND folder "\${prefix}/")
+function(orla_pkg_config_path result directory)
+  if(NOT IS_ABSOLUTE "${directory}")
+    string(PREPEND directory "\${prefix}/")
   endif()
-  set(${result} "${folder}" PARENT_SCOPE)
+  set(${result} "${directory}" PARENT_SCOPE)
 endfunction()
 orla_pkg_config_path(ORLA_PC_LIBDIR "${CMAKE_INSTALL_LIBDIR}")
 orla_pkg_config_path(ORLA_PC_INCLUDEDIR "${CMAKE_INSTALL_INCLUDEDIR}")
@@ -71,7 +72,7 @@ install(FILES
   DESTINATION "${CMAKE_INSTALL_DOCDIR}/examples" COMPONENT documentation)
 
 # For the Debian package, where all versions of Python look. Elsewhere pip installs the package,
-# into the folder of its own Python.
+# into the directory of its own Python.
 install(DIRECTORY "${PROJECT_SOURCE_DIR}/python/orla"
   DESTINATION lib/python3/dist-packages COMPONENT python EXCLUDE_FROM_ALL
   FILES_MATCHING PATTERN "*.py" PATTERN py.typed PATTERN __pycache__ EXCLUDE)

@@ -58,7 +58,7 @@ function(orla_library_code target)
   orla_developer_flags(${target})
   target_compile_options(${target} PRIVATE
     $<$<COMPILE_LANGUAGE:CXX>:-fno-exceptions -fno-rtti -fno-threadsafe-statics>)
-  # Clang takes it that malloc() never sets errno, and would leave out what restores it.
+  # Clang assumes that malloc() never sets errno, and would drop the code that restores it.
   target_compile_options(${target} PRIVATE $<$<CXX_COMPILER_ID:Clang>:-fno-builtin-malloc>)
   target_compile_options(${target} PRIVATE
     "SHELL:-include ${PROJECT_SOURCE_DIR}/cmake/plain_names.h")

@@ -1,6 +1,6 @@
-# Runs at the end of an installation: notes in the build folder which files it wrote where, and what
-# is in them, so that an uninstall removes these and no others. Packages are made from a folder of
-# their own, which is never uninstalled.
+# Runs at the end of an installation: notes in the build directory which files it wrote where, and
+# what is in them, so that an uninstall removes these and no others. Packages are made from a
+# directory of their own, which is never uninstalled.
 foreach(file IN LISTS CMAKE_INSTALL_MANIFEST_FILES)
   set(path "$ENV{DESTDIR}${file}")
   if(path MATCHES "/_CPack_Packages/")

@@ -1,19 +1,19 @@
-# Removes what was installed from a build folder and is still as it was then, and the folders named
-# after orla that are empty after that; the common ones (bin, lib, man1, ...) stay.
+# Removes what was installed from a build directory and is still as it was then, and the directories
+# of ours that are empty after that; the common ones (bin, lib, man1, ...) stay.
 #
-#   cmake -D BUILD=BUILD_FOLDER -P uninstall.cmake
+#   cmake -D BUILD=BUILD_DIRECTORY -P uninstall.cmake
 cmake_minimum_required(VERSION 3.25)
 
-# A folder is ours when it, or one above it, is named orla, below one of those that every prefix
-# has.
-function(remove_own_empty_folders folder)
-  while(folder MATCHES "/(include|lib[^/]*|share)/(.*/)?orla(/|$)")
-    file(GLOB content LIST_DIRECTORIES true "${folder}/*" "${folder}/.*")
-    if(content OR NOT IS_DIRECTORY "${folder}")
+# A directory is ours when its own name, or that of one above it, is orla, below include, lib or
+# share.
+function(remove_own_empty_directories directory)
+  while(directory MATCHES "/(include|lib[^/]*|share)/(.*/)?orla(/|$)")
+    file(GLOB content LIST_DIRECTORIES true "${directory}/*" "${directory}/.*")
+    if(content OR NOT IS_DIRECTORY "${directory}")
       return()
     endif()
-    file(REMOVE_RECURSE "${folder}")
-    cmake_path(GET folder PARENT_PATH folder)
+    file(REMOVE_RECURSE "${directory}")
+    cmake_path(GET directory PARENT_PATH directory)
   endwhile()
 endfunction()
 
@@ -45,7 +45,7 @@ foreach(line IN LISTS lines)
   endif()
   message(STATUS "Removing ${path}")
   file(REMOVE "${path}")
-  cmake_path(GET path PARENT_PATH folder)
-  remove_own_empty_folders("${folder}")
+  cmake_path(GET path PARENT_PATH directory)
+  remove_own_empty_directories("${directory}")
 endforeach()
 file(REMOVE "${noted}")
