@@ -1,15 +1,16 @@
 #!/usr/bin/env python3
 """Runs the measuring programs and reports what they say: first the goals, met or missed.
 
-    report.py --google PROGRAM... --plain PROGRAM... [--json FILE] [--markdown FILE] [--plot FOLDER]
-              [--filter REGEX]
+    report.py --google PROGRAM... --plain PROGRAM... [--json FILE] [--markdown FILE]
+              [--plot FOLDER] [--filter REGEX]
 
-Programs after --google measure x86-64, with the peers; those after --plain i386. Measures the tables
-whose titles match REGEX, in rounds: in each, every program measures every row once. A round in which an
-empty call took over a tenth longer than in the quickest one is repeated, until there are enough quiet
-ones or the time for it is over. Figures are medians over the rounds, in nanoseconds. A table
-whose rows have sizes is reported as growth: time by size, and the exponent of the power law that fits
-best. --markdown replaces what follows the mark in FILE, or writes a new one. --plot draws charts.
+Programs after --google measure x86-64, with the peers; those after --plain i386. Measures the
+tables whose titles match REGEX, in rounds: in each, every program measures every row once. A round
+in which an empty call took over a tenth longer than in the quickest one is repeated, until there
+are enough quiet ones or the time for it is over. Figures are medians over the rounds, in
+nanoseconds. A table whose rows have sizes is reported as growth: time by size, and the exponent of
+the power law that fits best. --markdown replaces what follows the mark in FILE, or writes a new
+one. --plot draws charts.
 """
 
 import argparse
@@ -97,7 +98,7 @@ def any_of(titles):
 
 
 def google_rows(program, titles):
-    """Rows of a program that measures by Google Benchmark: the median of twelve repetitions of a millisecond."""
+    """Rows of a program that measures by Google Benchmark: medians of twelve repetitions."""
     command = [program, "--benchmark_repetitions=12", "--benchmark_min_time=0.0005",
                "--benchmark_enable_random_interleaving=true", "--benchmark_format=json",
                f"--benchmark_filter={any_of(titles)}[|]"]
@@ -130,14 +131,14 @@ def empty_call(took, architecture):
 
 
 def slowness(rounds):
-    """For each round, how often the least that an empty call took in any; of the architectures the worse."""
+    """For each round, its empty call as a multiple of the quickest; the worse architecture's."""
     architectures = {key[0] for key in rounds[0]}
     least = {a: min(empty_call(took, a) for took in rounds) for a in architectures}
     return [max(empty_call(took, a) / least[a] for a in architectures) for took in rounds]
 
 
 def measure(asked, titles, wanted, seconds):
-    """Enough quiet rounds, else the quickest; and in words how quiet it was."""
+    """Enough quiet rounds, else the quickest; and in words how quiet they were."""
     rounds, quiet, end = [], 0, time.monotonic() + seconds
     while quiet < wanted and (len(rounds) < 2 or time.monotonic() < end):
         rounds.append(one_round(asked, titles))
@@ -147,17 +148,17 @@ def measure(asked, titles, wanted, seconds):
     print(file=sys.stderr)
     kept = sorted(range(len(rounds)), key=lambda at: slow[at])[:wanted]
     if quiet < wanted:
-        words = (f"the machine did not become quiet: {quiet} of {len(rounds)} rounds were; the {len(kept)} with the "
-                 f"quickest empty calls count, which took up to {slow[kept[-1]]:.2f} times the least")
+        quietness = (f"the machine did not become quiet: {quiet} of {len(rounds)} rounds were; the {len(kept)} with "
+                     f"the quickest empty calls count, which took up to {slow[kept[-1]]:.2f} times the least")
     elif len(rounds) == wanted:
-        words = f"{wanted}, all quiet"
+        quietness = f"{wanted}, all quiet"
     else:
-        words = f"{wanted} quiet ones of {len(rounds)}; the others were disturbed, and repeated"
-    return [rounds[at] for at in kept], words
+        quietness = f"{wanted} quiet ones of {len(rounds)}; the others were disturbed, and repeated"
+    return [rounds[at] for at in kept], quietness
 
 
 def by_table(rounds):
-    """Architecture, then title, to rows: role, name, size, what each round took, and the median of that."""
+    """Architecture, then title, to rows: role, name, size, times of the rounds and their median."""
     tables = {}
     for architecture, table, role, name, size in rounds[0]:
         times = [took[architecture, table, role, name, size] for took in rounds]
@@ -181,12 +182,12 @@ def compiler():
 # ---- Goals ---------------------------------------------------------------------------------------
 
 
-def dearest(rows):
+def slowest(rows):
     return max(rows, key=lambda row: row["nanoseconds"], default=None)
 
 
 def goal_lines():
-    """Title, what is held against it as a test of a row, limit by architecture, names of the floors."""
+    """Label, table, test for our rows, limit by architecture, and names of the floors."""
     for title, limit, limit_i386, floors in GOALS:
         yield (title, title, lambda row: row["role"] == "ours" and not row["name"].startswith(HEADER),
                {X86_64: limit, I386: limit_i386}, floors)
@@ -196,9 +197,12 @@ def goal_lines():
 
 
 def verdict(rows, is_ours, limit, floors):
-    """Ratio of the medians, between which ratios half of the rounds were, and whether the goal is met; or nothing."""
-    ours = dearest(row for row in rows if is_ours(row))
-    floor = dearest(row for row in rows if row["name"] in floors)
+    """The medians' ratio, the ratios that half of the rounds lie between, and "met" or not.
+
+    Empty where a row is missing.
+    """
+    ours = slowest(row for row in rows if is_ours(row))
+    floor = slowest(row for row in rows if row["name"] in floors)
     if ours is None or floor is None:
         return ""
     ratio = ours["nanoseconds"] / floor["nanoseconds"]
@@ -216,8 +220,8 @@ def goals_table(measured):
         limit = " / ".join(f"{value}x" for value in dict.fromkeys(limits[a] for a in measured))
         if any(line):
             lines.append(f"| {label} | {limit} {' or '.join(floors)} | " + " | ".join(line) + " |")
-    counts = [f"{architecture} meets {sum(cell.endswith(' met') for cell in of)} of {sum(map(bool, of))}"
-              for architecture, of in cells.items()]
+    counts = [f"{architecture} meets {sum(cell.endswith(' met') for cell in results)} of {sum(map(bool, results))}"
+              for architecture, results in cells.items()]
     head = ["### Goals", "", "; ".join(counts) + ".", "", "| | at most | " + " | ".join(measured) + " |",
             "|---|---|" + "---|" * len(measured)]
     return "\n".join(head + lines) + "\n" if lines else ""
@@ -272,9 +276,9 @@ def exponent(rows):
 def growth_table(measured, title):
     lines = [f"### {title}", ""] + table_head(measured)
     lines += lines_of(measured, title, lambda row: f"{row['size']:,}")
-    for of, pick in ("exponent", lambda rows: rows), ("exponent between the two largest", lambda rows: rows[-2:]):
+    for label, pick in ("exponent", lambda rows: rows), ("exponent between the two largest", lambda rows: rows[-2:]):
         slopes = [exponent(pick(ordered(tables[title]))) for tables in measured.values()]
-        lines.append(f"| {of} | " + " | ".join(f"{slope:.2f}" for slope in slopes) + " |")
+        lines.append(f"| {label} | " + " | ".join(f"{slope:.2f}" for slope in slopes) + " |")
     return "\n".join(lines) + "\n"
 
 
@@ -334,32 +338,51 @@ def arguments():
     return parser.parse_args()
 
 
-def main():
-    asked = arguments()
+def titles_asked_for(asked):
+    """Titles of the plain tables, and those of growth."""
     every = [title for program in asked.google for title in titles_of(program)]
     titles = sorted({title for title in every if re.search(asked.filter, title)} - {REFERENCE})
     if not titles:
         raise SystemExit(f"no table matches {asked.filter}")
     growth = [title for title in titles if title.startswith(GROWTH)]
-    tables = [title for title in titles if title not in growth]
-    rounds, words = measure(asked, tables + [REFERENCE], ROUNDS, SECONDS)
+    return [title for title in titles if title not in growth], growth
+
+
+def measure_all(asked, tables, growth):
+    """The rows of all tables, and in words how quiet the rounds were."""
+    rounds, quietness = measure(asked, tables + [REFERENCE], ROUNDS, SECONDS)
     measured = by_table(rounds)
-    context = {"date": datetime.date.today().isoformat(), "processor": processor(), "compiler": compiler(),
-               "rounds": words}
-    parts = [goals_table(measured), figures_table(measured, [REFERENCE] + tables)]
     if growth:
         grown = by_table(measure(asked, growth + [REFERENCE], GROWTH_ROUNDS, GROWTH_SECONDS)[0])
-        parts += [growth_table(grown, title) for title in growth]
         for architecture in measured:
             measured[architecture].update({title: grown[architecture][title] for title in growth})
-    text = "".join(f"- {key}: {value}\n" for key, value in context.items()) + "\n" + "\n".join(filter(None, parts))
-    print(text)
+    return measured, quietness
+
+
+def report_text(context, measured, tables, growth):
+    parts = [goals_table(measured), figures_table(measured, [REFERENCE] + tables)]
+    parts += [growth_table(measured, title) for title in growth]
+    return "".join(f"- {key}: {value}\n" for key, value in context.items()) + "\n" + "\n".join(filter(None, parts))
+
+
+def write_files(asked, context, measured, text):
     if asked.json:
         asked.json.write_text(json.dumps(context | {"measured": measured}, indent=1) + "\n", encoding="utf-8")
     if asked.markdown:
         write_markdown(asked.markdown, text)
     if asked.plot:
         plot(asked.plot, measured[X86_64])
+
+
+def main():
+    asked = arguments()
+    tables, growth = titles_asked_for(asked)
+    measured, quietness = measure_all(asked, tables, growth)
+    context = {"date": datetime.date.today().isoformat(), "processor": processor(), "compiler": compiler(),
+               "rounds": quietness}
+    text = report_text(context, measured, tables, growth)
+    print(text)
+    write_files(asked, context, measured, text)
     return 0
 
 
