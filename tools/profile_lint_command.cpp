@@ -183,7 +183,7 @@ CLI::Option *add_repeatable(CLI::App &command, const char *name, std::vector<std
 
 class LintFormatter : public CLI::Formatter {
  public:
-  std::string make_option_usage(const CLI::Option *) const override {
+  std::string make_option_usage(const CLI::Option * /*option*/) const override {
     return "{FILE... | --default-path}";
   }
 };

@@ -37,7 +37,7 @@ std::string why_device_takes_nothing(const char *path) {
   const int descriptor = open(path, O_WRONLY | O_NOCTTY | O_NONBLOCK | O_CLOEXEC);
   if (descriptor == -1) return "";
   const bool is_full = write(descriptor, "", 0) == -1;
-  const std::string reason = is_full ? std::strerror(errno) : "";
+  std::string reason = is_full ? std::strerror(errno) : "";
   close(descriptor);
   return reason;
 }
