@@ -83,10 +83,21 @@ void EarlierLines::add(std::string_view line, std::size_t number) {
   numbers_.emplace(in_small_letters(line), number);
 }
 
-std::size_t EarlierLines::find(std::string_view text) const {
+void EarlierLines::clear() {
+  numbers_.clear();
+  first_.clear();
+}
+
+std::size_t EarlierLines::find(std::string_view text) {
   const std::string wanted = in_small_letters(text);
-  const auto found = numbers_.lower_bound(wanted);
-  return found != numbers_.end() && found->first.starts_with(wanted) ? found->second : 0;
+  if (const auto known = first_.find(wanted); known != first_.end()) return known->second;
+  std::size_t first = 0;
+  for (auto line = numbers_.lower_bound(wanted);
+       line != numbers_.end() && line->first.starts_with(wanted); ++line) {
+    if (first == 0 || line->second < first) first = line->second;
+  }
+  if (first != 0) first_.emplace(wanted, first);
+  return first;
 }
 
 std::size_t EarlierLines::find_same(std::string_view line) const {

@@ -51,15 +51,16 @@ bool begins_with(std::string_view line, std::string_view text);
 class EarlierLines {
  public:
   void add(std::string_view line, std::size_t number);
-  void clear() { numbers_.clear(); }
+  void clear();
 
-  // The number of a line that begins with a text; 0 when there is none.
-  std::size_t find(std::string_view text) const;
+  // The number of the first line that begins with a text; 0 when there is none.
+  std::size_t find(std::string_view text);
   // The number of the first line that is the same; 0 when there is none.
   std::size_t find_same(std::string_view line) const;
 
  private:
   std::map<std::string, std::size_t> numbers_;  // by the lines in small letters
+  std::map<std::string, std::size_t> first_;    // what find() found, by what was looked for
 };
 
 // Whether a line is "[name]", and nothing else.

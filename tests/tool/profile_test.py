@@ -567,6 +567,10 @@ class Lint(ProfileCase):
         self.assertEqual(self.run_tool("lint", file).out, f"{file}:1: looks like a comment, as in 2 more lines below: "
                          "profiles have none, and readers take it as any other line\n")
 
+    def test_of_several_lines_that_hide_a_key_the_first_is_named(self):
+        file = self.write("[A]\nPortZ=1\nPortA=2\nPort=3\n")
+        self.assertIn(":4: key \"Port\" is hidden by line 2", self.run_tool("lint", file).out)
+
     def test_a_word_that_is_no_kind_cannot_be_ignored(self):
         self.expect_failure('"x" is not a kind of finding', "lint", "--ignore", "x", "f", status=2)
 
