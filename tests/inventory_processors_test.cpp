@@ -144,11 +144,31 @@ TEST(HyperThreading, IsNotAskedForWithoutTheCpuidInstruction) {
   EXPECT_THAT(processor.leaves, ElementsAre());
 }
 
-TEST(HyperThreading, IsTheFieldOfAnIntelProcessorOfFamily15) {
-  EXPECT_EQ((hyper_threaded(2), HTSupported()), 2);
-  const Processor processor = hyper_threaded(2);
-  EXPECT_EQ(HTSupported(), 2);
-  EXPECT_THAT(processor.leaves, ElementsAre(0, 1));
+TEST(HyperThreading, IsTheFieldOfAnIntelProcessorOfFamily15AloneWhateverTheFeatureFlag) {
+  const struct {
+    std::uint32_t eax;
+    std::uint32_t ebx;
+    int logical_processors;
+  } rows[] = {
+      {0x00000F29, 0x0002080B, 2},    // Pentium 4 with hyper-threading
+      {0x00000F64, 0x02040800, 4},    // Pentium D Extreme Edition
+      {0x00000F12, 0x00010808, 0},    // one logical processor per package
+      {0x00000F12, 0x00000808, 0},    // no figure
+      {0x00000F29, 0x00FF0000, 255},  // the largest
+      {0x00000F29, 0xFF02FFFF, 2},    // the other bits do not count
+      {0x000006FB, 0x00020800, 0},    // family 6 with two cores
+      {0x000C06F2, 0x00200800, 0},    // family 6 with 32
+      {0x00100F42, 0x00040800, 4},    // the extended family does not count
+      {0xFFFFFFFF, 0xFFFFFFFF, 255}, {0xFFFFF0FF, 0x00020000, 0},
+      {0x00000E00, 0x00020000, 0},   {0x00000700, 0x00020000, 0},
+  };
+  for (const std::uint32_t features : {0U, 1U << 28}) {
+    for (const auto &row : rows) {
+      const Processor processor(kIntel, {row.eax, row.ebx, 0, features});
+      EXPECT_EQ(HTSupported(), row.logical_processors) << std::hex << row.eax << ' ' << row.ebx;
+      EXPECT_THAT(processor.leaves, ElementsAre(0, 1));
+    }
+  }
 }
 
 // Its EAX is the highest leaf, which the library does not look at.
@@ -161,23 +181,17 @@ TEST(HyperThreading, AsksForLeafOneWhateverLeafZeroSaysOfTheHighest) {
 }
 
 TEST(HyperThreading, IsZeroForAnotherVendorWithoutLookingFurther) {
-  const Processor processor(kAmd, {0xF29, 2 << 16, 0, 0});
-  EXPECT_EQ(HTSupported(), 0);
-  EXPECT_THAT(processor.leaves, ElementsAre(0));
-}
-
-TEST(HyperThreading, IsZeroForAnotherFamilyAndForOneLogicalProcessor) {
-  {
-    const Processor processor(kIntel, {0x6F2, 2 << 16, 0, 1 << 28});
+  const Registers others[] = {
+      kAmd,
+      {2, kIntel.ebx, kIntel.edx, kIntel.ecx},               // the parts in another order
+      {2, kIntel.ebx, kIntel.ecx ^ 0x20000000, kIntel.edx},  // "GenuineInteL"
+      {2, kIntel.ebx ^ 0x20, kIntel.ecx, kIntel.edx},        // "genuineIntel"
+  };
+  for (const Registers &other : others) {
+    const Processor processor(other, {0xF29, 2 << 16, 0, 0});
     EXPECT_EQ(HTSupported(), 0);
+    EXPECT_THAT(processor.leaves, ElementsAre(0));
   }
-  const Processor processor = hyper_threaded(1);
-  EXPECT_EQ(HTSupported(), 0);
-}
-
-TEST(HyperThreading, DoesNotConsultTheFeatureFlag) {
-  const Processor processor(kIntel, {0xF29, 2 << 16, 0, 0});
-  EXPECT_EQ(HTSupported(), 2);
 }
 
 TEST(KernelFigure, IsMinusOneWhenUnameFails) {
@@ -189,50 +203,46 @@ TEST(KernelFigure, IsMinusOneWhenUnameFails) {
   EXPECT_EQ(ht_os_cpus(), -1);
 }
 
-TEST(KernelFigure, IsMinusOneWhenTheReleaseBreaksOff) {
-  const Release release("2.4.18");
-  EXPECT_EQ(ht_os_cpus(), -1);
-}
-
-struct SourceRow {
-  const char *release;
-  int figure;  // 7 of cpuinfo, 1 of the kernel log
-};
-
-TEST(KernelFigure, ComesFromWhereTheReleaseSays) {
-  const SourceRow rows[] = {
-      {"2", -1},       {"x.y", -1},  {"2.", -1},    {"2.x", -1},    {"2.x4.18-3", 1},
-      {"2.4.18x3", 1}, {"3x", 7},    {"2.5.", 7},   {"2.4.19-", 7}, {"2..4.18-", 1},
-      {"2.4.18-", 1},  {"2.4-", -1}, {"2.4.x3", 1},
-  };
+// 1 of the kernel log, 7 of cpuinfo.
+int figure_of_release(const char *text) {
+  const Release release(text);
   const Cpuinfo cpuinfo("siblings : 7\n");
   const With klogctl(fake_klogctl, [](int, char *log, int) {
     std::strcpy(log, "cpu_sibling_map[");
     return 16;
   });
-  for (const SourceRow &row : rows) {
-    const Release release(row.release);
-    EXPECT_EQ(ht_os_cpus(), row.figure) << row.release;
-  }
+  return ht_os_cpus();
 }
 
-struct CpuinfoRow {
-  const char *text;
-  int figure;
-};
+// Every field needs a character after it.
+TEST(KernelFigure, IsMinusOneWhenTheReleaseBreaksOff) {
+  for (const char *release : {"2.4.18", "2.4.20", "2.6", "10", "", "2", "2.", "2.4", "2.4.", "x",
+                              "-x", "x.y", "2.x", "2.4-"})
+    EXPECT_EQ(figure_of_release(release), -1) << release;
+}
 
-TEST(KernelFigure, IsTheValueAfterTheColonOfASiblingsOrThreadsLine) {
-  const CpuinfoRow rows[] = {
-      {"threads\t: 3\n", 3},        {"siblings : 010\n", 10},  {"threads_per_core : 3\n", 3},
-      {"siblings\v\f\r\n:4\n", -1}, {"siblings\r\t : 4\n", 4}, {"siblings", -1},
-      {"siblings   ", -1},          {"siblings!: 4\n", -1},    {"siblings\x01: 4\n", -1},
-      {"siblings \x01: 4\n", -1},   {"x threads : 4\n", 0},
-  };
-  const Release release("3.10.0");
-  for (const CpuinfoRow &row : rows) {
-    const Cpuinfo cpuinfo(row.text);
-    EXPECT_EQ(ht_os_cpus(), row.figure) << row.text;
-  }
+TEST(KernelFigure, ComesFromWhereTheFieldsOfTheReleaseSayOneByOne) {
+  const char *const of_kernel_log[] = {
+      "2.4.18-3smp", "2.4.18-3", "2.4.18.", "2.4.18-", "2.4.18x3", "002.004.018-",
+      // Major 0, minor 3, patch 1.
+      "vendor-3.1-x",
+      // What is no digit is skipped before the minor, but not before the patch number, which is 0.
+      "2.-4-1-", "2..4.18-", "2.x4.18-3", "2.4.-1", "2.4.x", "2.4.x3", "2.4.."};
+  const char *const of_cpuinfo[] = {"2.4.19.", "2.4.19-", "2.4.019-", "2.4.20-8", "2.5.",
+                                    "2.6.9-22.ELsmp", "3.10.0-957", "6.1.0-18-amd64",
+                                    // Patch 19.
+                                    "2.2.19-7",
+                                    // The major number alone is read.
+                                    "3.", "3x",
+                                    // Major 0, minor 5.
+                                    "vendor-5.1-x",
+                                    // From 2147483648 on a number is the largest int.
+                                    "2200000000.x", "99999999999999999999.x",
+                                    "2.99999999999999999999.", "4294967296.4.18-"};
+  for (const char *release : of_kernel_log)
+    EXPECT_EQ(figure_of_release(release), 1) << release;
+  for (const char *release : of_cpuinfo)
+    EXPECT_EQ(figure_of_release(release), 7) << release;
 }
 
 TEST(KernelFigure, ReadsAReleaseThatFillsItsField) {
@@ -240,39 +250,54 @@ TEST(KernelFigure, ReadsAReleaseThatFillsItsField) {
   EXPECT_EQ(ht_os_cpus(), -1);
 }
 
-TEST(KernelFigure, ComesFromCpuinfo) {
-  const Release release("2.6.9-22.ELsmp");
-  const Cpuinfo cpuinfo("processor\t: 0\nsiblings\t: 2\n\nprocessor\t: 1\nsiblings\t: 2\n");
-  EXPECT_EQ(ht_os_cpus(), 2);
+int figure_of_cpuinfo(const std::string &text) {
+  const Release release("3.10.0");
+  const Cpuinfo cpuinfo(text);
+  return ht_os_cpus();
 }
 
-TEST(KernelFigure, ReadsALastLineWithoutLineFeed) {
-  const Release release("3.10.0");
-  const Cpuinfo cpuinfo("siblings : 6");
-  EXPECT_EQ(ht_os_cpus(), 6);
+TEST(KernelFigure, IsTheDecimalNumberAfterTheColonOfSiblingsAndThreadsLines) {
+  const struct {
+    const char *text;
+    int figure;
+  } rows[] = {
+      {"siblings\t: 2\n", 2},
+      {"processor\t: 0\nsiblings\t: 2\ncore id\t\t: 0\n", 2},
+      {"processor\t: 0\nsiblings\t: 2\n\nprocessor\t: 1\nsiblings\t: 2\n", 2},
+      {"threads\t\t: 4\n", 4},
+      {"threads_per_core : 3\n", 3},
+      {"siblings : 2\nsiblings : 2\nthreads : 2\n", 2},
+      {"siblings : 0\nsiblings : 0\nsiblings : 2\n", 2},  // zero first is no disagreement
+      {"siblings :2", 2},                                 // a last line without line feed
+      {"siblings : 010\n", 10},                           // decimal, whatever it begins with
+      {"siblings : 0x10\n", 0},
+      {"siblings-per-package \t\v\f\r : 8", 8},
+      {"siblings\r\t : 4\n", 4},
+      {"siblings :", 0},
+      {"siblings : many\n", 0},
+      {"siblings : -3\n", -3},
+      {"siblings : 2 : 4\n", 2},
+      {"", 0},  // no such line
+      {"processor\t: 0\n\n siblings : 2\nSiblings : 2\nthread : 2\nsibling : 2", 0},
+      {"x threads : 4\n", 0},
+  };
+  for (const auto &row : rows)
+    EXPECT_EQ(figure_of_cpuinfo(row.text), row.figure) << row.text;
+}
+
+TEST(KernelFigure, IsMinusOneForCpuinfoWithoutAColonAfterTheBlanksOrThatDisagrees) {
+  for (const char *text :
+       {"siblings: 2\n", "siblings:2\n", "siblings 2\n", "siblings", "siblings   ",
+        "siblings\v\f\r\n:4\n", "siblings!: 4\n", "siblings\x01: 4\n", "siblings \x01: 4\n",
+        "threads per core : 4\n", "siblings : 2\nthreads\n", "siblings : 2\nsiblings : 4\n",
+        "siblings : 2\nthreads : 4\n", "siblings : 2\nsiblings : 0\n",
+        "siblings : 2\nsiblings : 4\nsiblings : 2\n"})
+    EXPECT_EQ(figure_of_cpuinfo(text), -1) << text;
 }
 
 // The buffer holds 1,023 characters, so the text after them is read as another line.
 TEST(KernelFigure, TakesTheRestOfALongLineForALine) {
-  const Release release("3.10.0");
-  const Cpuinfo cpuinfo("flags" + std::string(1018, 'x') + "siblings : 7\n");
-  EXPECT_EQ(ht_os_cpus(), 7);
-}
-
-TEST(KernelFigure, IsZeroWithoutASiblingsLine) {
-  const Release release("3.10.0");
-  const Cpuinfo cpuinfo("processor\t: 0\n");
-  EXPECT_EQ(ht_os_cpus(), 0);
-}
-
-TEST(KernelFigure, IsMinusOneForCpuinfoThatIsUnusableOrDisagrees) {
-  const Release release("3.10.0");
-  {
-    const Cpuinfo cpuinfo("siblings: 2\n");
-    EXPECT_EQ(ht_os_cpus(), -1);
-  }
-  const Cpuinfo cpuinfo("siblings : 2\nsiblings : 4\nsiblings : 2\n");
-  EXPECT_EQ(ht_os_cpus(), -1);
+  EXPECT_EQ(figure_of_cpuinfo("flags" + std::string(1018, 'x') + "siblings : 7\n"), 7);
 }
 
 TEST(KernelFigure, SaysOnStandardErrorThatCpuinfoDoesNotOpen) {
@@ -299,26 +324,35 @@ TEST(KernelFigure, ClosesCpuinfo) {
   }
 }
 
-TEST(KernelFigure, ComesFromTheKernelLog) {
+TEST(KernelFigure, CountsEveryOccurrenceInTheKernelLog) {
+  const struct {
+    const char *log;
+    int figure;
+  } rows[] = {
+      {"", 0},
+      {"<6>CPU: Physical Processor ID: 0\n", 0},
+      {"<4>cpu_sibling_map[0] = 1\n<4>cpu_sibling_map[1] = 0\n", 2},
+      {"<4>cpu_sibling_map[0] = 1\n<4>x cpu_sibling_map[1] = 0\n", 2},
+      {"cpu_sibling_map[0] = 1\n", 1},
+      {"<4>and cpu_sibling_map[0] and cpu_sibling_map[1]", 2},
+      {"cpu_sibling_map", 0},
+      {"cpu_sibling_map[", 1},
+      {"cpu_sibling_map(", 0},
+      {"ccpu_sibling_map[cpu_sibling_map[", 2},
+      {"cpu_sibling_cpu_sibling_map[", 1},
+      {"<12345678>cpu_sibling_map[", 1},
+      {"<cpu_sibling_map[\n<<>cpu_sibling_map[", 2},
+  };
   const Release release("2.4.18-3");
-  int asked_action = 0;
-  int asked_size = 0;
-  const With klogctl(fake_klogctl, [&](int action, char *log, int size) {
-    asked_action = action;
-    asked_size = size;
-    static const char text[] = "<4>cpu_sibling_map[0] = 1\n<4>x cpu_sibling_map[1] = 0\n";
-    std::memcpy(log, text, sizeof text - 1);
-    return static_cast<int>(sizeof text - 1);
-  });
-  EXPECT_EQ(ht_os_cpus(), 2);
-  EXPECT_EQ(asked_action, 3);
-  EXPECT_EQ(asked_size, 16392);
-}
-
-TEST(KernelFigure, IsZeroForAnEmptyKernelLog) {
-  const Release release("2.4.18-3");
-  const With klogctl(fake_klogctl, [](int, char *, int) { return 0; });
-  EXPECT_EQ(ht_os_cpus(), 0);
+  for (const auto &row : rows) {
+    const With klogctl(fake_klogctl, [&](int action, char *log, int size) {
+      EXPECT_EQ(action, 3);
+      EXPECT_EQ(size, 16392);
+      std::memcpy(log, row.log, std::strlen(row.log));
+      return static_cast<int>(std::strlen(row.log));
+    });
+    EXPECT_EQ(ht_os_cpus(), row.figure) << row.log;
+  }
 }
 
 TEST(KernelFigure, LooksAtNoMoreOfTheLogThanWasRead) {
@@ -388,40 +422,21 @@ TEST(ProcessorCount, CombinesTheProbes) {
   }
 }
 
-TEST(ProcessorCount, AsksForTheConfiguredOnesThenTheProcessorThenTheKernel) {
+TEST(ProcessorCount, AsksTheConfiguredOnesTheProcessorAndTheKernelAndIsStoredAfterwards) {
+  int count = 4711;
   std::string asked;
-  const With configured(fake_get_nprocs_conf, [&] {
-    asked += "configured ";
-    return 2;
-  });
-  const With processor(fake_HTSupported, [&] {
-    asked += "processor ";
-    return 2;
-  });
-  const With kernel(fake_ht_os_cpus, [&] {
-    asked += "kernel ";
-    return 2;
-  });
-  int count = 0;
+  const auto probe = [&](const char *name) {
+    return [&, name] {
+      asked += name;
+      EXPECT_EQ(count, 4711) << name;
+      return 2;
+    };
+  };
+  const With configured(fake_get_nprocs_conf, probe("configured "));
+  const With processor(fake_HTSupported, probe("processor "));
+  const With kernel(fake_ht_os_cpus, probe("kernel "));
   count_physical_proc(&count);
   EXPECT_EQ(asked, "configured processor kernel ");
-}
-
-TEST(ProcessorCount, IsStoredAfterTheLastProbe) {
-  int count = 4711;
-  const With configured(fake_get_nprocs_conf, [&] {
-    EXPECT_EQ(count, 4711);
-    return 2;
-  });
-  const With processor(fake_HTSupported, [&] {
-    EXPECT_EQ(count, 4711);
-    return 2;
-  });
-  const With kernel(fake_ht_os_cpus, [&] {
-    EXPECT_EQ(count, 4711);
-    return 2;
-  });
-  count_physical_proc(&count);
   EXPECT_EQ(count, 1);
 }
 
