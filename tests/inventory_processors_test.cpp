@@ -11,7 +11,6 @@
 #include <string>
 #include <vector>
 
-#include "fakes/fopen.h"
 #include "fakes/host.h"
 #include "fakes/trace_lines.h"
 #include "kit/captured.h"

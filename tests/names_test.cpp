@@ -11,9 +11,10 @@
 #include <vector>
 
 #include "fakes/heap.h"
+#include "fakes/host.h"
 #include "fakes/linker.h"
-#include "fakes/node.h"
 #include "fakes/users.h"
+#include "kit/errno_after.h"
 #include "kit/guarded_buffer.h"
 #include "kit/modules.h"
 
@@ -56,32 +57,13 @@ class Host {
 const std::string kName31 = "0123456789012345678901234567890";
 const std::string kName40 = kName31 + "123456789";
 
-TEST(UserName, IsThatOfTheRealUsersEntry) {
+TEST(UserAndGroupName, AreThoseOfTheEntriesOfTheRealIds) {
   const Host host("alice", "staff");
   GuardedBuffer out(6);  // no more is written than the name needs
   orla_get_user_name(out.data());
   EXPECT_STREQ(out.data(), "alice");
-}
-
-TEST(GroupName, IsThatOfTheRealGroupsEntry) {
-  const Host host("alice", "staff");
-  GuardedBuffer out(6);
   orla_get_group_name(out.data());
   EXPECT_STREQ(out.data(), "staff");
-}
-
-TEST(UserName, IsUnknownWithoutAnEntry) {
-  const With users(fake_getpwuid, [](uid_t) { return static_cast<passwd *>(nullptr); });
-  GuardedBuffer out(8);
-  orla_get_user_name(out.data());
-  EXPECT_STREQ(out.data(), "unknown");
-}
-
-TEST(GroupName, IsUnknownWithoutAnEntry) {
-  const With groups(fake_getgrgid, [](gid_t) { return static_cast<group *>(nullptr); });
-  GuardedBuffer out(8);
-  orla_get_group_name(out.data());
-  EXPECT_STREQ(out.data(), "unknown");
 }
 
 TEST(UserAndGroupName, Of31CharactersAreWholeAndTheEntriesUntouched) {
@@ -157,7 +139,7 @@ TEST(Overrides, FillTheRestOfTheBufferWithZeros) {
 }
 
 // The C library sets it even when it succeeds, for example after a missing database.
-TEST(UserAndGroupName, LeaveErrnoAlone) {
+TEST(UserAndGroupName, AreUnknownWithoutAnEntryAndLeaveErrnoAlone) {
   const With users(fake_getpwuid, [](uid_t) {
     errno = ENOENT;
     return static_cast<passwd *>(nullptr);
@@ -166,17 +148,17 @@ TEST(UserAndGroupName, LeaveErrnoAlone) {
     errno = ENOENT;
     return static_cast<group *>(nullptr);
   });
-  char out[ORLA_NAME_SIZE];
-  errno = ERANGE;
-  orla_get_user_name(out);
-  orla_get_group_name(out);
-  EXPECT_EQ(errno, ERANGE);
+  for (const auto get_name : {orla_get_user_name, orla_get_group_name}) {
+    GuardedBuffer out(8);
+    EXPECT_EQ(errno_after([&] { get_name(out.data()); }), 4711);
+    EXPECT_STREQ(out.data(), "unknown");
+  }
 }
 
-// The dynamic linker finds the library at `path` when it is asked for the companion.
+// The dynamic linker finds the library at `path`, or none, when it is asked for the companion.
 class Companion {
  public:
-  explicit Companion(const char *path) : path_(path) {}
+  explicit Companion(const char *path = nullptr) : path_(path) {}
 
   std::vector<std::string> asked;
 
@@ -184,19 +166,8 @@ class Companion {
   const char *path_;
   With<void *(const char *, int)> open_{fake_dlopen, [this](const char *name, int flags) {
                                           asked.emplace_back(name);
-                                          return fake_dlopen.real(path_, flags);
-                                        }};
-};
-
-// No companion anywhere.
-class NoCompanion {
- public:
-  std::vector<std::string> asked;
-
- private:
-  With<void *(const char *, int)> open_{fake_dlopen, [this](const char *name, int) {
-                                          asked.emplace_back(name);
-                                          return static_cast<void *>(nullptr);
+                                          return path_ != nullptr ? fake_dlopen.real(path_, flags)
+                                                                  : nullptr;
                                         }};
 };
 
@@ -206,39 +177,23 @@ std::string node_name() {
   return out.data();
 }
 
-TEST(NodeName, IsWhatTheProviderWrites) {
+TEST(NodeName, IsOfTheCompanionWhichIsOpenedByItsBareNameOnceAndKept) {
   const Companion companion(kProviderModule);
-  EXPECT_EQ(node_name(), "node-of-a-module");
-}
-
-TEST(NodeName, OpensTheCompanionByItsBareNameOnceAndKeepsIt) {
-  const Companion companion(kProviderModule);
-  node_name();
-  node_name();
-  EXPECT_EQ(node_name(), "node-of-a-module");
+  for (int call = 0; call < 3; ++call)
+    EXPECT_EQ(node_name(), "node-of-a-module");
   EXPECT_EQ(companion.asked, std::vector<std::string>{"liborlanode.so"});
   EXPECT_NE(fake_dlopen.real(kProviderModule, RTLD_NOW | RTLD_NOLOAD), nullptr);
 }
 
-TEST(NodeName, LooksForTheCompanionInTheFallbackDirectoryLast) {
-  const NoCompanion companion;
-  node_name();
-  EXPECT_EQ(companion.asked,
-            (std::vector<std::string>{"liborlanode.so", "/opt/tav/ls/dll/liborlanode.so"}));
-}
-
-TEST(NodeName, IsEmptyWithoutACompanionAndNothingIsPrinted) {
-  const NoCompanion companion;
-  CaptureStdout();
-  EXPECT_EQ(node_name(), "");
-  EXPECT_EQ(GetCapturedStdout(), "");
-}
-
-TEST(NodeName, WithoutACompanionTouchesOneByteOfTheBuffer) {
-  const NoCompanion companion;
+TEST(NodeName, WithoutACompanionEvenInTheFallbackDirectoryIsOneZeroByteAndNothingIsPrinted) {
+  const Companion none;
   GuardedBuffer out(1);
+  CaptureStdout();
   orla_get_node_name(out.data());
+  EXPECT_EQ(GetCapturedStdout(), "");
   EXPECT_EQ(out.data()[0], '\0');
+  EXPECT_EQ(none.asked,
+            (std::vector<std::string>{"liborlanode.so", "/opt/tav/ls/dll/liborlanode.so"}));
 }
 
 TEST(NodeName, IsEmptyWhenTheProviderReturnsZeroWhateverItWrote) {
@@ -246,24 +201,15 @@ TEST(NodeName, IsEmptyWhenTheProviderReturnsZeroWhateverItWrote) {
   EXPECT_EQ(node_name(), "");
 }
 
-TEST(NodeName, IsEmptyWhenTheCompanionHasNoProviderAndTheLoaderSaysSoAtEveryCall) {
+TEST(NodeName, IsEmptyWhenTheCompanionHasNoProviderWhichTheLoaderSaysAtEveryCallAndClosesIt) {
   const Companion companion(kGoodModule);
   for (int call = 0; call < 2; ++call) {
     CaptureStdout();
     EXPECT_EQ(node_name(), "");
     EXPECT_THAT(GetCapturedStdout(),
                 testing::StartsWith("Error looking up procedure orla_node_name\n,"));
+    EXPECT_EQ(fake_dlopen.real(kGoodModule, RTLD_NOW | RTLD_NOLOAD), nullptr);
   }
-}
-
-TEST(NodeName, ClosesACompanionThatHasNoProvider) {
-  {
-    const Companion companion(kGoodModule);
-    CaptureStdout();
-    node_name();
-    GetCapturedStdout();
-  }
-  EXPECT_EQ(dlopen(kGoodModule, RTLD_NOW | RTLD_NOLOAD), nullptr);
 }
 
 TEST(NodeName, IsEmptyWhenTheHeapIsExhausted) {
@@ -277,48 +223,29 @@ TEST(NodeName, IsEmptyWhenTheHeapIsExhausted) {
 
 TEST(NodeName, IsTriedAgainAfterAFailure) {
   {
-    const NoCompanion companion;
+    const Companion none;
     EXPECT_EQ(node_name(), "");
   }
   const Companion companion(kProviderModule);
   EXPECT_EQ(node_name(), "node-of-a-module");
 }
 
-TEST(NodeName, IsTheHostsOwnOutOfTheBox) {
+TEST(NodeName, IsTheHostsOwnWithItsDotsOutOfTheBox) {
   const With host(fake_uname, [](utsname *out) {
-    std::strcpy(out->nodename, "the-host");
-    return 0;
-  });
-  EXPECT_EQ(node_name(), "the-host");
-}
-
-TEST(NodeName, IsEmptyWhenTheKernelDoesNotAnswer) {
-  const With host(fake_uname, [](utsname *) {
-    errno = EFAULT;
-    return -1;
-  });
-  EXPECT_EQ(node_name(), "");
-}
-
-TEST(NodeName, LeavesErrnoAlone) {
-  const With host(fake_uname, [](utsname *) {
-    errno = EFAULT;
-    return -1;
-  });
-  char out[ORLA_NODE_NAME_SIZE];
-  for (int call = 0; call < 2; ++call) {  // the first one opens the companion
-    errno = ERANGE;
-    orla_get_node_name(out);
-    EXPECT_EQ(errno, ERANGE);
-  }
-}
-
-TEST(NodeName, KeepsDotsOfTheHostsName) {
-  const With host(fake_uname, [](utsname *out) {
+    std::memset(out, 'x', sizeof *out);
     std::strcpy(out->nodename, "node.example.org");
     return 0;
   });
   EXPECT_EQ(node_name(), "node.example.org");
+}
+
+TEST(NodeName, IsEmptyWhenTheKernelDoesNotAnswerAndLeavesErrnoAlone) {
+  const With host(fake_uname, [](utsname *) {
+    errno = EFAULT;
+    return -1;
+  });
+  for (int call = 0; call < 2; ++call)  // the first one opens the companion
+    EXPECT_EQ(errno_after([] { EXPECT_EQ(node_name(), ""); }), 4711);
 }
 
 TEST(Provider, WritesNoMoreThan65Bytes) {
@@ -328,20 +255,8 @@ TEST(Provider, WritesNoMoreThan65Bytes) {
     return 0;
   });
   GuardedBuffer out(ORLA_NODE_NAME_SIZE);
-  EXPECT_NE(orla_node_name(out.data()), 0);
+  EXPECT_EQ(orla_node_name(out.data()), 1);
   EXPECT_EQ(out.data(), std::string(64, 'n'));
-}
-
-TEST(Provider, GivesTheNodesNameAlone) {
-  const With host(fake_uname, [](utsname *out) {
-    std::strcpy(out->sysname, "system");
-    std::strcpy(out->nodename, "node");
-    std::strcpy(out->release, "release");
-    return 0;
-  });
-  char out[ORLA_NODE_NAME_SIZE];
-  EXPECT_EQ(orla_node_name(out), 1);
-  EXPECT_STREQ(out, "node");
 }
 
 TEST(Provider, ReturnsZeroAndWritesNothingWhenTheKernelDoesNotAnswer) {

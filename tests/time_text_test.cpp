@@ -11,8 +11,7 @@
 #include <tuple>
 
 #include "fakes/heap.h"
-#include "fakes/strftime.h"
-#include "fakes/strptime.h"
+#include "fakes/time_text.h"
 #include "kit/captured.h"
 #include "kit/environment.h"
 #include "kit/guarded_buffer.h"

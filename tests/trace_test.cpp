@@ -26,7 +26,6 @@
 
 #include "fakes/clock.h"
 #include "fakes/file_status.h"
-#include "fakes/fopen.h"
 #include "fakes/host.h"
 #include "kit/captured.h"
 #include "kit/environment.h"

@@ -1,5 +1,4 @@
-// While the object lives, the kernel's answers are those of the input. Needs the fakes host and
-// fopen.
+// While the object lives, the kernel's answers are those of the input. Needs the fake host.
 
 #ifndef ORLA_FUZZ_HELPERS_KERNEL_H
 #define ORLA_FUZZ_HELPERS_KERNEL_H
@@ -10,7 +9,6 @@
 #include <string>
 #include <utility>
 
-#include "fakes/fopen.h"
 #include "fakes/host.h"
 
 class Kernel {

@@ -20,6 +20,7 @@ constinit Fake<int(utsname *)> fake_uname("uname");
 constinit Fake<int(int, char *, int)> fake_klogctl("klogctl");
 constinit Fake<int(struct sysinfo *)> fake_sysinfo("sysinfo");
 constinit Fake<uid_t()> fake_geteuid("geteuid");
+constinit Fake<std::FILE *(const char *, const char *)> fake_fopen("fopen");
 constinit Fake<int(const char *, int)> fake_open("open");
 constinit Fake<int(int, unsigned long, void *)> fake_ioctl("ioctl");
 constinit Fake<int(int)> fake_close("close");
@@ -48,6 +49,8 @@ int klogctl(int action, char *log, int size) noexcept { return fake_klogctl(acti
 int sysinfo(struct sysinfo *host) noexcept { return fake_sysinfo(host); }
 
 uid_t geteuid() noexcept { return fake_geteuid(); }
+
+std::FILE *fopen(const char *path, const char *mode) { return fake_fopen(path, mode); }
 
 // Only opens without a mode are stood in for; those that create a file pass their mode on.
 int open(const char *path, int flags, ...) {

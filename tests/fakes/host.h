@@ -9,6 +9,7 @@
 #include <sys/utsname.h>
 
 #include <cstdint>
+#include <cstdio>
 
 #include "fake.h"
 
@@ -24,6 +25,7 @@ extern Fake<int(utsname *)> fake_uname;
 extern Fake<int(int, char *, int)> fake_klogctl;
 extern Fake<int(struct sysinfo *)> fake_sysinfo;
 extern Fake<uid_t()> fake_geteuid;
+extern Fake<std::FILE *(const char *, const char *)> fake_fopen;
 extern Fake<int(const char *, int)> fake_open;
 extern Fake<int(int, unsigned long, void *)> fake_ioctl;
 extern Fake<int(int)> fake_close;
