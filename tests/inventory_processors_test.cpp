@@ -14,6 +14,7 @@
 #include "fakes/host.h"
 #include "fakes/trace_lines.h"
 #include "kit/captured.h"
+#include "kit/errno_after.h"
 
 namespace {
 
@@ -583,11 +584,6 @@ TEST_P(ProcessorEntryPoint, FormatsNothingWithTheSwitchOff) {
 }
 
 TEST(Errno, IsLeftAloneByTheProbesAndTheCount) {
-  int processors = 2;
-  const With configured(fake_get_nprocs_conf, [&] {
-    errno = ENOENT;
-    return processors;
-  });
   const Processor processor = hyper_threaded(2);
   const Release release("3.10.0");
   const With fopen(fake_fopen, [](const char *, const char *) {
@@ -595,17 +591,18 @@ TEST(Errno, IsLeftAloneByTheProbesAndTheCount) {
     return nullptr;
   });
   const Captured error(STDERR_FILENO);
-  int count = 0;
-  errno = 4711;
-  ht_os_cpus();
-  HTSupported();
-  CPUID_is_supported();
-  count_physical_proc(&count);
-  EXPECT_EQ(errno, 4711);
-  EXPECT_EQ(count, 2);
-  processors = 0;
-  count_physical_proc(&count);
-  EXPECT_EQ(errno, 4711);
+  EXPECT_EQ(errno_after(ht_os_cpus), 4711);
+  EXPECT_EQ(errno_after(HTSupported), 4711);
+  EXPECT_EQ(errno_after(CPUID_is_supported), 4711);
+  for (const int processors : {2, 0}) {
+    const With configured(fake_get_nprocs_conf, [&] {
+      errno = ENOENT;
+      return processors;
+    });
+    int count = -1;
+    EXPECT_EQ(errno_after([&] { count_physical_proc(&count); }), 4711);
+    EXPECT_EQ(count, processors);
+  }
 }
 
 TEST(Errno, TellsWhyACountIsNegative) {
@@ -627,10 +624,8 @@ TEST_P(ProcessorEntryPoint, LeavesErrnoAlone) {
       errno = ENOMEM;
       return 0U;
     });
-    errno = 4711;
     int count = 0;
-    GetParam().call(&count);
-    EXPECT_EQ(errno, 4711) << configured;
+    EXPECT_EQ(errno_after([&] { GetParam().call(&count); }), 4711) << configured;
   }
 }
 

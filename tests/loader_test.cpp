@@ -152,12 +152,6 @@ TEST(LoadLibrary, TriesTheFallbackDirectoryEvenForNamesWithASlash) {
   }
 }
 
-TEST(LoadLibrary, LeavesTheHandleNullAfterAFailure) {
-  LibraryId id;
-  EXPECT_EQ(id.load(kNowhere), kFailed);
-  EXPECT_EQ(id.handle(), nullptr);
-}
-
 TEST(LoadLibrary, FailsForALibraryWithAnUnresolvedSymbol) {
   if (std::getenv("LD_BIND_NOW") != nullptr) GTEST_SKIP() << "nothing opens lazily here";
   void *lazily = dlopen(kUnresolvedModule, RTLD_LAZY);
@@ -305,18 +299,8 @@ TEST(LibraryName, Of240CharactersMayOpenUnchanged) {
 // The text without the linker's part: "Error loading module ", ", dlerror: ", the line feed.
 constexpr std::size_t kAroundTheTexts = 21 + 11 + 1;
 
-TEST(LoadError, Of255CharactersIsTracedWhole) {
-  FakeLinker linker("");
-  linker.error = std::string(255 - kAroundTheTexts - 1, 'e');
-  LibraryId id;
-  const Traced traced;
-  id.load("n");
-  EXPECT_EQ(traced.text(), std::string(kTracePrefix) +
-                               "Error loading module n, dlerror: " + linker.error + "\n.\n");
-}
-
-TEST(LoadError, Over255CharactersIsCutThereAndLosesItsLineFeed) {
-  for (const std::size_t more : {1u, 2u, 3000u}) {
+TEST(LoadError, Of255CharactersIsTracedWholeAndOverThemIsCutThereAndLosesItsLineFeed) {
+  for (const std::size_t more : {0u, 1u, 2u, 3000u}) {
     FakeLinker linker("");
     linker.error = std::string(255 - kAroundTheTexts - 1 + more, 'e');
     LibraryId id;
@@ -348,120 +332,92 @@ TEST(FailedLoad, OfANameWithPercentSignsIsTracedWithoutReadingArguments) {
                                "Error loading module %s%n%x%.so, dlerror: 100% of %s%n%d\n.\n");
 }
 
-TEST(ProcAddr, IsTheSymbolsAndLeavesTheStatusAsItWas) {
-  LibraryId id;
-  ASSERT_EQ(id.load(kGoodModule), 0u);
-  orla_status status = 4711;
-  CaptureStdout();
-  auto *answer =
-      reinterpret_cast<int (*)()>(orla_slnk_get_proc_addr(id, "orla_module_answer", &status));
-  EXPECT_EQ(GetCapturedStdout(), "");
-  ASSERT_NE(answer, nullptr);
-  EXPECT_EQ(answer(), 42);
-  EXPECT_EQ(status, 4711u);
-  orla_slnk_free_library(id);
-}
+// With the good module loaded.
+class ProcAddr : public testing::Test {
+ protected:
+  ProcAddr() { EXPECT_EQ(id.load(kGoodModule), 0u); }
+  ~ProcAddr() override { orla_slnk_free_library(id); }
 
-TEST(ProcAddr, OfAMissingSymbolPrintsTwoLinesTheSecondWithACommaInFront) {
-  LibraryId id;
-  ASSERT_EQ(id.load(kGoodModule), 0u);
-  const With error(fake_dlerror, [] { return const_cast<char *>("the linker's text"); });
-  orla_status status = 0;
-  CaptureStdout();
-  EXPECT_EQ(orla_slnk_get_proc_addr(id, "orla_module_missing", &status), nullptr);
-  EXPECT_EQ(GetCapturedStdout(),
-            "Error looking up procedure orla_module_missing\n,the linker's text\n");
-  EXPECT_EQ(status, kFailed);
-  orla_slnk_free_library(id);
-}
-
-TEST(ProcAddr, OfAMissingSymbolGivesTheLinkersOwnTextWhichBeginsWithThePathItFound) {
-  for (const char *name : {kGoodModule, "libc.so.6"}) {
-    LibraryId id;
-    ASSERT_EQ(id.load(name), 0u);
-    orla_status status = 0;
+  // What is printed meanwhile.
+  std::string look_up(const char *symbol) {
     CaptureStdout();
-    orla_slnk_get_proc_addr(id, "orla_module_missing", &status);
-    const std::string text = GetCapturedStdout();
+    address = orla_slnk_get_proc_addr(id, symbol, &status);
+    return GetCapturedStdout();
+  }
+
+  LibraryId id;
+  orla_status status = 4711;
+  void *address = this;
+};
+
+TEST_F(ProcAddr, IsTheSymbolsAndLeavesTheStatusAsItWas) {
+  EXPECT_EQ(look_up("orla_module_answer"), "");
+  ASSERT_NE(address, nullptr);
+  EXPECT_EQ(reinterpret_cast<int (*)()>(address)(), 42);
+  EXPECT_EQ(status, 4711u);
+}
+
+TEST_F(ProcAddr, OfAMissingSymbolPrintsTwoLinesTheSecondWithACommaInFront) {
+  const With error(fake_dlerror, [] { return const_cast<char *>("the linker's text"); });
+  EXPECT_EQ(look_up("orla_module_missing"),
+            "Error looking up procedure orla_module_missing\n,the linker's text\n");
+  EXPECT_EQ(address, nullptr);
+  EXPECT_EQ(status, kFailed);
+}
+
+TEST_F(ProcAddr, OfAMissingSymbolGivesTheLinkersOwnTextWhichBeginsWithThePathItFound) {
+  for (const char *name : {kGoodModule, "libc.so.6"}) {
+    orla_slnk_free_library(id);
+    ASSERT_EQ(id.load(name), 0u);
+    const std::string text = look_up("orla_module_missing");
     EXPECT_THAT(text, HasSubstr("\n,/"));
     EXPECT_THAT(text, HasSubstr(std::string(name) + ": undefined symbol: orla_module_missing"));
-    orla_slnk_free_library(id);
   }
 }
 
-TEST(ProcAddr, AfterAFailureDoesNotClearTheStatus) {
-  LibraryId id;
-  ASSERT_EQ(id.load(kGoodModule), 0u);
-  orla_status status = 0;
-  CaptureStdout();
-  orla_slnk_get_proc_addr(id, "orla_module_missing", &status);
-  GetCapturedStdout();
-  EXPECT_NE(orla_slnk_get_proc_addr(id, "orla_module_answer", &status), nullptr);
+TEST_F(ProcAddr, AfterAFailureDoesNotClearTheStatus) {
+  look_up("orla_module_missing");
+  look_up("orla_module_answer");
+  EXPECT_NE(address, nullptr);
   EXPECT_EQ(status, kFailed);
-  orla_slnk_free_library(id);
 }
 
-TEST(ProcAddr, TakesASymbolWhoseValueIsNullForMissing) {
-  LibraryId id;
-  ASSERT_EQ(id.load(kGoodModule), 0u);
+TEST_F(ProcAddr, TakesASymbolWhoseValueIsNullForMissing) {
   dlerror();
   ASSERT_EQ(dlsym(id.handle(), "orla_module_null"), nullptr);
   ASSERT_EQ(dlerror(), nullptr) << "the module is to have the symbol";
-  orla_status status = 0;
-  CaptureStdout();
-  EXPECT_EQ(orla_slnk_get_proc_addr(id, "orla_module_null", &status), nullptr);
-  EXPECT_EQ(GetCapturedStdout(), "Error looking up procedure orla_module_null\n,(null)\n");
+  EXPECT_EQ(look_up("orla_module_null"), "Error looking up procedure orla_module_null\n,(null)\n");
+  EXPECT_EQ(address, nullptr);
   EXPECT_EQ(status, kFailed);
-  orla_slnk_free_library(id);
 }
 
-TEST(ProcAddr, OfANameWithPercentSignsPrintsThemAsTheyAre) {
-  LibraryId id;
-  ASSERT_EQ(id.load(kGoodModule), 0u);
-  orla_status status = 0;
-  CaptureStdout();
-  orla_slnk_get_proc_addr(id, "%s%n%%", &status);
-  EXPECT_THAT(GetCapturedStdout(), testing::StartsWith("Error looking up procedure %s%n%%\n,"));
-  orla_slnk_free_library(id);
+TEST_F(ProcAddr, OfANameWithPercentSignsPrintsThemAsTheyAre) {
+  EXPECT_THAT(look_up("%s%n%%"), testing::StartsWith("Error looking up procedure %s%n%%\n,"));
 }
 
-TEST(ProcAddr, AfterAFailedLoadSeesTheWholeProgram) {
-  LibraryId id;
-  ASSERT_EQ(id.load(kNowhere), kFailed);
-  orla_status status = 0;
-  EXPECT_EQ(orla_slnk_get_proc_addr(id, "orla_slnk_load_library", &status),
+TEST_F(ProcAddr, AfterAFailedLoadSeesTheWholeProgram) {
+  LibraryId failed;
+  ASSERT_EQ(failed.load(kNowhere), kFailed);
+  EXPECT_EQ(orla_slnk_get_proc_addr(failed, "orla_slnk_load_library", &status),
             dlsym(RTLD_DEFAULT, "orla_slnk_load_library"));
-  EXPECT_EQ(status, 0u);
+  EXPECT_EQ(status, 4711u);
 }
 
-TEST(FreeLibrary, ReturnsTheLinkersResultAndKeepsTheHandle) {
+TEST(FreeLibrary, ReturnsTheLinkersResultAndKeepsTheHandleWhichASecondCallHandsOverAgain) {
   for (const int result : {0, -1, 17}) {
     FakeLinker linker("libname.so");
     LibraryId id;
     id.load("libname.so");
-    void *closed = nullptr;
+    std::vector<void *> closed;
     const With close(fake_dlclose, [&](void *handle) {
-      closed = handle;
-      return result;
+      closed.push_back(handle);
+      return closed.size() == 1 ? result : 4711;
     });
     EXPECT_EQ(orla_slnk_free_library(id), result);
-    EXPECT_EQ(closed, linker.library);
+    EXPECT_EQ(orla_slnk_free_library(id), 4711);
+    EXPECT_EQ(closed, (std::vector<void *>{linker.library, linker.library}));
     EXPECT_EQ(id.handle(), linker.library);
   }
-}
-
-TEST(FreeLibrary, CalledTwiceHandsTheSameHandleToTheLinkerTwice) {
-  FakeLinker linker("libname.so");
-  LibraryId id;
-  id.load("libname.so");
-  std::vector<void *> closed;
-  const With close(fake_dlclose, [&](void *handle) {
-    closed.push_back(handle);
-    return closed.size() == 1 ? 0 : -1;
-  });
-  EXPECT_EQ(orla_slnk_free_library(id), 0);
-  EXPECT_EQ(orla_slnk_free_library(id), -1);
-  EXPECT_EQ(closed, (std::vector<void *>{linker.library, linker.library}));
 }
 
 TEST(FreeLibrary, TakesTheLibraryOutOfMemory) {
