@@ -51,41 +51,14 @@ const char *const kValues[] = {"", "v", " 1 ", "x=y", "a value\r"};
 // Pieces that files are made of: what the grammar looks for, texts close to that, and single
 // characters.
 const std::string kPieces[] = {
-    "[a]\n",
-    "[A]\r\n",
-    "[ab]\n",
-    "[aB\r]\n",
-    "[abc]\n",
-    "[]\n",
-    " [a]\n",
-    "[a] \n",
-    "[[a]\n",
+    // Headers, and texts close to them.
+    "[a]\n", "[A]\r\n", "[ab]\n", "[aB\r]\n", "[abc]\n", "[]\n", " [a]\n", "[a] \n", "[[a]\n",
     "[ab",
-    "a=1\n",
-    "key=12\n",
-    "KEY=123456\n",
-    "k = 7\n",
-    "K=  \n",
-    "K=\t\n",
-    "a=b=c\n",
-    "key\n",
-    "\n",
-    "\n",
-    "\r\n",
-    "[",
-    "]",
-    "=",
-    "\r",
-    "\n",
-    "a",
-    "A",
-    "k",
-    "7",
-    " ",
-    std::string(1, '\0'),
-    std::string("\0\n", 2),
-    "\xFE",
-};
+    // Entries.
+    "a=1\n", "key=12\n", "KEY=123456\n", "k = 7\n", "K=  \n", "K=\t\n", "a=b=c\n", "key\n",
+    // Ends of lines and single characters.
+    "\n", "\n", "\r\n", "[", "]", "=", "\r", "\n", "a", "A", "k", "7", " ", std::string(1, '\0'),
+    std::string("\0\n", 2), "\xFE"};
 
 std::string random_file(Random &random, std::size_t pieces) {
   std::string file;

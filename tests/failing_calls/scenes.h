@@ -417,7 +417,7 @@ inline std::string state_of_target(const Scene &scene) {
   return text.empty() ? "empty" : testing::PrintToString(text);
 }
 
-inline std::string write_port(Scene &scene) {
+inline std::string write_new_profile(Scene &scene) {
   const std::string path = scene.folder.path("f");
   const int result = scene.calls_of_the_library(
       [&] { return orla_cfg_write_private_profile_string("Main", "Port", "77777", path.c_str()); });
@@ -426,44 +426,32 @@ inline std::string write_port(Scene &scene) {
   return outcome;
 }
 
-inline std::string write_new_profile(Scene &scene) { return write_port(scene); }
-
-inline std::string write_larger_profile(Scene &scene) {
-  scene.folder.write("f", kOld);
-  return write_port(scene);
+inline std::string write_over(Scene &scene, const std::string &text) {
+  scene.folder.write("f", text);
+  return write_new_profile(scene);
 }
 
-inline std::string write_smaller_profile(Scene &scene) {
-  scene.folder.write("f", kOldAndLarger);
-  return write_port(scene);
-}
-
-inline std::string write_long_profile(Scene &scene) {
-  scene.folder.write("f", long_profile());
-  return write_port(scene);
-}
+inline std::string write_larger_profile(Scene &scene) { return write_over(scene, kOld); }
+inline std::string write_smaller_profile(Scene &scene) { return write_over(scene, kOldAndLarger); }
+inline std::string write_long_profile(Scene &scene) { return write_over(scene, long_profile()); }
 
 inline std::string write_without_room(Scene &scene) {
   scene.fail_always("fallocate64", ENOSPC);
   return write_larger_profile(scene);
 }
 
-inline std::string read_int(Scene &scene) {
-  const std::string path = scene.folder.write("f", kOld);
+inline std::string read_int_of(Scene &scene, const std::string &text) {
+  const std::string path = scene.folder.write("f", text);
   return told(scene.calls_of_the_library(
       [&] { return orla_cfg_get_private_profile_int("Main", "Port", -1, path.c_str()); }));
 }
 
+inline std::string read_int(Scene &scene) { return read_int_of(scene, kOld); }
 inline std::string read_int_of_long_profile(Scene &scene) {
-  const std::string path = scene.folder.write("f", long_profile());
-  return told(scene.calls_of_the_library(
-      [&] { return orla_cfg_get_private_profile_int("Main", "Port", -1, path.c_str()); }));
+  return read_int_of(scene, long_profile());
 }
-
 inline std::string read_int_of_long_line(Scene &scene) {
-  const std::string path = scene.folder.write("f", std::string(70000, 'x') + "\n" + kOld);
-  return told(scene.calls_of_the_library(
-      [&] { return orla_cfg_get_private_profile_int("Main", "Port", -1, path.c_str()); }));
+  return read_int_of(scene, std::string(70000, 'x') + "\n" + kOld);
 }
 
 inline std::string read_string(Scene &scene) {

@@ -52,6 +52,13 @@ inline const std::vector<int> kPassing = {EINTR, kShort};
 
 inline const std::vector<Case> &table() {
   // clang-format off
+  static const std::vector<FailingCall> counting = {
+    {"get_nprocs_conf", {ENOMEM}, {"1, -1"}},
+    {"uname", {EFAULT}, {"0, 2"}},
+    {"fopen", kCannotOpen, {"0, 2"}},
+    {"fgets", {EIO}, {"0, 2", "0, 1", "0, 1"}},
+    {"fclose", {EIO}, {"0, 1"}},
+  };
   static const std::vector<Case> cases = {
     // Inventory.
     {"CPUID_is_supported", CALLS_NOTHING(CPUID_is_supported())},
@@ -78,20 +85,8 @@ inline const std::vector<Case> &table() {
       {"fgets", {EIO}, {"2, 2", "1, 1", "1, 1"}},
       {"fclose", {EIO}, {"1, 1"}},
     }},
-    {"tavGetOnlineProcs", "", with<count_processors, tavGetOnlineProcs>, "0, 1", {
-      {"get_nprocs_conf", {ENOMEM}, {"1, -1"}},
-      {"uname", {EFAULT}, {"0, 2"}},
-      {"fopen", kCannotOpen, {"0, 2"}},
-      {"fgets", {EIO}, {"0, 2", "0, 1", "0, 1"}},
-      {"fclose", {EIO}, {"0, 1"}},
-    }},
-    {"tavGetConfigProcs", "", with<count_processors, tavGetConfigProcs>, "0, 1", {
-      {"get_nprocs_conf", {ENOMEM}, {"1, -1"}},
-      {"uname", {EFAULT}, {"0, 2"}},
-      {"fopen", kCannotOpen, {"0, 2"}},
-      {"fgets", {EIO}, {"0, 2", "0, 1", "0, 1"}},
-      {"fclose", {EIO}, {"0, 1"}},
-    }},
+    {"tavGetOnlineProcs", "", with<count_processors, tavGetOnlineProcs>, "0, 1", counting},
+    {"tavGetConfigProcs", "", with<count_processors, tavGetConfigProcs>, "0, 1", counting},
     {"tavGetMemorySize", "", memory_size, "0, 512", {{"sysinfo", {EFAULT}, {"1, 4711"}}}},
     // A failure of the trace does not change the service's result.
     {"tavGetMemorySize", "traced", traced_memory_size, "0, 512", {

@@ -44,53 +44,23 @@ struct KernelTimespec {
 namespace {
 
 // One for each function at the end of this file.
-constexpr const char *kNames[] = {KERNEL_CLOCK_NAME,
-                                  "close",
-                                  "ctime",
-                                  "dlclose",
-                                  "dlerror",
-                                  "dlopen",
-                                  "dlsym",
-                                  "fallocate64",
-                                  "fclose",
-                                  "fgets",
-                                  "fileno",
-                                  "flock",
-                                  "fopen",
-                                  "fprintf",
-                                  "fstat",
-                                  "ftruncate64",
-                                  "fwrite",
-                                  "get_nprocs_conf",
-                                  "getc",
-                                  "geteuid",
-                                  "getgrgid",
-                                  "getifaddrs",
-                                  "getpwuid",
-                                  "gettimeofday",
-                                  "gmtime",
-                                  "ioctl",
-                                  "klogctl",
-                                  "localtime",
-                                  "lseek",
-                                  "malloc",
-                                  "mkstemp",
-                                  "mktime",
-                                  "open",
-                                  "printf",
-                                  "read",
-                                  "realloc",
-                                  "rename",
-                                  "sscanf",
-                                  "statx",
-                                  "strftime",
-                                  "strptime",
-                                  "sysinfo",
-                                  "time",
-                                  "truncate",
-                                  "uname",
-                                  "unlink",
-                                  "write"};
+constexpr const char *kNames[] = {
+    // The processor and the kernel.
+    "get_nprocs_conf", "klogctl", "sysinfo", "uname",
+    // Users and network.
+    "geteuid", "getgrgid", "getpwuid", "getifaddrs",
+    // The clock and its texts.
+    KERNEL_CLOCK_NAME, "ctime", "gettimeofday", "gmtime", "localtime", "mktime", "strftime",
+    "strptime", "time",
+    // Files.
+    "close", "fallocate64", "flock", "fstat", "ftruncate64", "ioctl", "lseek", "mkstemp", "open",
+    "read", "rename", "statx", "truncate", "unlink", "write",
+    // Streams and formats.
+    "fclose", "fgets", "fileno", "fopen", "fprintf", "fwrite", "getc", "printf", "sscanf",
+    // The dynamic linker.
+    "dlclose", "dlerror", "dlopen", "dlsym",
+    // The heap.
+    "malloc", "realloc"};
 
 struct Call {
   int made = 0;
