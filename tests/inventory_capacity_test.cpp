@@ -50,7 +50,7 @@ TEST(MemorySize, DoesNotApplyTheMemoryUnit) {
   const auto host = memory(static_cast<unsigned long>((24105ULL << 20) / 4096), 4096);
   int size = -1;
   EXPECT_EQ(tavGetMemorySize(&size), 0U);
-  EXPECT_EQ(size, 5);
+  EXPECT_EQ(size, 5);  // MiB of 24,105
 }
 
 TEST(MemorySize, TakesTheWholeTotalOfA64BitKernel) {

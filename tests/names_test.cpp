@@ -185,7 +185,7 @@ TEST(NodeName, IsOfTheCompanionWhichIsOpenedByItsBareNameOnceAndKept) {
   EXPECT_NE(fake_dlopen.real(kProviderModule, RTLD_NOW | RTLD_NOLOAD), nullptr);
 }
 
-TEST(NodeName, WithoutACompanionEvenInTheFallbackDirectoryIsOneZeroByteAndNothingIsPrinted) {
+TEST(NodeName, IsEmptyWithoutACompanionEvenInTheFallbackDirectoryTouchesOneByteAndPrintsNothing) {
   const Companion none;
   GuardedBuffer out(1);
   CaptureStdout();

@@ -613,7 +613,7 @@ InForce profile_in_force() {
 
 // Each of these is a process of its own, so that each makes the first call.
 
-TEST(ProfilePath, IsTheFileThatTheVariableNamesWhenItOpensAtTheFirstCall) {
+TEST(ProfilePath, IsTheFileThatTheVariableNamesWhenItOpensAndIsSettledByTheFirstCall) {
   MemoryFiles files;
   files.put("named", "");
   files.put("later", "");
@@ -644,7 +644,7 @@ TEST(ProfilePath, IsTheDefaultInSecureMode) {
   EXPECT_EQ(profile_in_force(), (InForce{kDefaultPath, 0}));
 }
 
-TEST(ProfilePath, IsTheDefaultWithoutTheVariableAtTheFirstCall) {
+TEST(ProfilePath, IsTheDefaultWithoutTheVariableAndIsSettledByTheFirstCall) {
   MemoryFiles files;
   const WithVariable unset("ORLA_CONFIG", nullptr);
   EXPECT_EQ(profile_in_force(), (InForce{kDefaultPath, 0}));
