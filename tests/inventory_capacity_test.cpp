@@ -1,4 +1,4 @@
-// Memory and disks over a faked host.
+// Memory and disks over a faked host, and what all services of the inventory have in common.
 
 #include <fcntl.h>
 #include <gmock/gmock.h>
@@ -7,6 +7,7 @@
 #include <orla/inventory.h>
 
 #include <cerrno>
+#include <cstdint>
 #include <map>
 #include <set>
 #include <string>
@@ -62,18 +63,6 @@ TEST(MemorySize, TakesTheWholeTotalOfA64BitKernel) {
   }
 }
 
-TEST(MemorySize, TracesEntryAndExit) {
-  const auto host = memory(1048576);
-  TraceLines trace;
-  int size = 0;
-  EXPECT_EQ(tavGetMemorySize(&size), 0U);
-  EXPECT_THAT(trace.lines,
-              ElementsAre("KVRCA0001I tavGetMemorySize(): entering.\n",
-                          "KVRCA0002I tavGetMemorySize(): exiting with status 0x0.\n"));
-  EXPECT_TRUE(trace.all_in_statuslog);
-  EXPECT_EQ(statuslog[0], '\0');
-}
-
 TEST(MemorySize, FailsWhenTheKernelDoesNotAnswerAndLeavesTheOutputAlone) {
   for (const int result : {-1, 1}) {
     const With host(fake_sysinfo, [&](struct sysinfo *) { return result; });
@@ -88,19 +77,6 @@ TEST(MemorySize, FailsWhenTheKernelDoesNotAnswerAndLeavesTheOutputAlone) {
   }
 }
 
-TEST(MemorySize, AnswersANullPointerWithoutAskingTheKernel) {
-  const With host(fake_sysinfo, [](struct sysinfo *) {
-    ADD_FAILURE() << "asked";
-    return 0;
-  });
-  TraceLines trace;
-  EXPECT_EQ(tavGetMemorySize(nullptr), 1U);
-  EXPECT_THAT(trace.lines,
-              ElementsAre("KVRCA0001I tavGetMemorySize(): entering.\n",
-                          "KVRCA0005E tavGetMemorySize(): Null pointer exception.\n",
-                          "KVRCA0003E tavGetMemorySize(): exiting with status 0x1.\n"));
-}
-
 TEST(MemorySize, LeavesErrnoAlone) {
   for (const int result : {0, -1}) {
     const With host(fake_sysinfo, [&](struct sysinfo *) {
@@ -110,16 +86,6 @@ TEST(MemorySize, LeavesErrnoAlone) {
     int size = 0;
     EXPECT_EQ(errno_after([&] { tavGetMemorySize(&size); }), 4711);
   }
-}
-
-TEST(MemorySize, FormatsNothingWithTheSwitchOff) {
-  const With trace(fake_TavTrace, [](char *) { ADD_FAILURE() << "traced"; });
-  orlalib_verbose = 0;
-  statuslog[0] = 'x';
-  int size = 0;
-  tavGetMemorySize(&size);
-  tavGetMemorySize(nullptr);
-  EXPECT_EQ(statuslog[0], 'x');
 }
 
 // A host with some device nodes, of which some answer the geometry request. Only for root.
@@ -219,7 +185,7 @@ TEST(DiskCount, CountsANodeOnAnyDescriptor) {
   }
 }
 
-TEST(DiskCount, NeedsRootAndLeavesTheOutputAloneWithout) {
+TEST(DiskCount, NeedsRootLeavesTheOutputAloneWithoutAndIsTracedWithoutParentheses) {
   const Disks host({{"/dev/sda", true}}, 1000);
   TraceLines trace;
   unsigned count = 4711;
@@ -232,26 +198,6 @@ TEST(DiskCount, NeedsRootAndLeavesTheOutputAloneWithout) {
                           "KVRCA0003E tavGetDisks: exiting with status 0x1.\n"));
 }
 
-TEST(DiskCount, AnswersANullPointerBeforeItAsksForTheUser) {
-  const Disks host({}, 1000);
-  TraceLines trace;
-  EXPECT_EQ(tavGetDisks(nullptr), 1U);
-  EXPECT_TRUE(host.probed.empty());
-  EXPECT_THAT(trace.lines, ElementsAre("KVRCA0001I tavGetDisks: entering.\n",
-                                       "KVRCA0005E tavGetDisks: Null pointer exception.\n",
-                                       "KVRCA0003E tavGetDisks: exiting with status 0x1.\n"));
-}
-
-TEST(DiskCount, TracesEntryAndExitAloneWhateverTheProbesMeet) {
-  const Disks host({{"/dev/hda", false}, {"/dev/sda", true}});
-  TraceLines trace;
-  unsigned count = 0;
-  EXPECT_EQ(tavGetDisks(&count), 0U);
-  EXPECT_THAT(trace.lines, ElementsAre("KVRCA0001I tavGetDisks: entering.\n",
-                                       "KVRCA0002I tavGetDisks: exiting with status 0x0.\n"));
-  EXPECT_EQ(statuslog[0], '\0');
-}
-
 TEST(DiskCount, LeavesErrnoAloneWhateverTheProbesMeet) {
   for (const uid_t user : {0U, 1000U}) {
     const Disks host({{"/dev/hda", false}, {"/dev/sda", true}}, user);
@@ -260,14 +206,82 @@ TEST(DiskCount, LeavesErrnoAloneWhateverTheProbesMeet) {
   }
 }
 
-TEST(DiskCount, FormatsNothingWithTheSwitchOff) {
-  const Disks host({}, 1000);
+// What the services have in common, on a host where each succeeds.
+
+template <auto kService, typename Number>
+orla_status call(bool with_output) {
+  Number number = 0;
+  return kService(with_output ? &number : nullptr);
+}
+
+struct Service {
+  const char *trace_name;
+  orla_status (*call)(bool with_output);
+};
+
+class InventoryService : public testing::TestWithParam<Service> {
+ protected:
+  static std::string line(const char *identifier, const char *rest) {
+    return std::string(identifier) + " " + GetParam().trace_name + ": " + rest + "\n";
+  }
+
+ private:
+  With<std::uint32_t(int *)> counting_{fake_count_physical_proc, [](int *count) {
+                                         *count = 0;
+                                         return 0U;
+                                       }};
+  With<int(struct sysinfo *)> memory_ = memory(1048576);
+  Disks disks_{{{"/dev/hda", false}, {"/dev/sda", true}}};
+};
+
+// The last one has no parentheses.
+INSTANTIATE_TEST_SUITE_P(
+    Each, InventoryService,
+    testing::Values(Service{"tavGetOnlineProcs()", call<tavGetOnlineProcs, int>},
+                    Service{"tavGetConfigProcs()", call<tavGetConfigProcs, int>},
+                    Service{"tavGetMemorySize()", call<tavGetMemorySize, int>},
+                    Service{"tavGetDisks", call<tavGetDisks, unsigned>}),
+    [](const auto &service) {
+      const std::string name = service.param.trace_name;
+      return name.substr(0, name.find('('));
+    });
+
+TEST_P(InventoryService, TracesEntryAndExitAloneWhateverTheProbesMeet) {
+  TraceLines trace;
+  EXPECT_EQ(GetParam().call(true), 0U);
+  EXPECT_THAT(trace.lines, ElementsAre(line("KVRCA0001I", "entering."),
+                                       line("KVRCA0002I", "exiting with status 0x0.")));
+  EXPECT_TRUE(trace.all_in_statuslog);
+  EXPECT_EQ(statuslog[0], '\0');
+}
+
+TEST_P(InventoryService, AnswersANullPointerWithoutAskingTheHost) {
+  const auto asked = [](auto...) {
+    ADD_FAILURE() << "asked";
+    return 0;
+  };
+  const With counting(fake_count_physical_proc, asked);
+  const With memory(fake_sysinfo, asked);
+  const With user(fake_geteuid, asked);
+  for (const std::int32_t value : {255, 1, -1}) {  // any switch that is not zero
+    TraceLines trace;
+    orlalib_verbose = value;
+    EXPECT_EQ(GetParam().call(false), 1U);
+    EXPECT_THAT(trace.lines, ElementsAre(line("KVRCA0001I", "entering."),
+                                         line("KVRCA0005E", "Null pointer exception."),
+                                         line("KVRCA0003E", "exiting with status 0x1.")));
+  }
+}
+
+TEST_P(InventoryService, FormatsNothingWithTheSwitchOff) {
   const With trace(fake_TavTrace, [](char *) { ADD_FAILURE() << "traced"; });
-  orlalib_verbose = 0;
   statuslog[0] = 'x';
-  unsigned count = 0;
-  tavGetDisks(&count);
-  tavGetDisks(nullptr);
+  orlalib_verbose = 0;
+  orlathr_verbose = 255;  // the writer's other switch is not the services'
+  EXPECT_EQ(GetParam().call(true), 0U);
+  EXPECT_EQ(GetParam().call(false), 1U);
+  const Disks not_for_the_user({}, 1000);
+  GetParam().call(true);
   EXPECT_EQ(statuslog[0], 'x');
 }
 

@@ -488,99 +488,40 @@ TEST(ProcessorCount, KeepsNothingBetweenCalls) {
   EXPECT_EQ(count, 9);
 }
 
-struct EntryPoint {
-  orla_status (*call)(int *) noexcept;
-  const char *trace_name;
-};
+constexpr auto kEntryPoints = {tavGetOnlineProcs, tavGetConfigProcs};
 
-class ProcessorEntryPoint : public testing::TestWithParam<EntryPoint> {
- protected:
-  std::string line(const char *identifier, const std::string &rest) const {
-    return std::string(identifier) + " " + GetParam().trace_name + ": " + rest + "\n";
-  }
-};
-
-INSTANTIATE_TEST_SUITE_P(Both, ProcessorEntryPoint,
-                         testing::Values(EntryPoint{tavGetOnlineProcs, "tavGetOnlineProcs()"},
-                                         EntryPoint{tavGetConfigProcs, "tavGetConfigProcs()"}),
-                         [](const auto &entry_point) {
-                           const std::string name = entry_point.param.trace_name;
-                           return name.substr(0, name.size() - 2);
-                         });
-
-TEST_P(ProcessorEntryPoint, StoresTheCountAndIgnoresTheMethod) {
+TEST(ProcessorEntryPoint, StoresTheSameCountByBothNamesAndIgnoresTheMethod) {
   for (const std::uint32_t method : {0U, 1U, 2U, 3U}) {
     const With counting(fake_count_physical_proc, [&](int *count) {
       *count = 5;
       return method;
     });
-    int count = 0;
-    EXPECT_EQ(GetParam().call(&count), 0U);
-    EXPECT_EQ(count, 5);
+    for (const auto call : kEntryPoints) {
+      int count = 0;
+      EXPECT_EQ(call(&count), 0U);
+      EXPECT_EQ(count, 5);
+    }
   }
 }
 
-TEST_P(ProcessorEntryPoint, TracesEntryAndExit) {
-  const With counting(fake_count_physical_proc, [](int *count) {
-    *count = 0;
-    return 0U;
-  });
-  TraceLines trace;
-  int count = 1;
-  EXPECT_EQ(GetParam().call(&count), 0U);
-  EXPECT_THAT(trace.lines, ElementsAre(line("KVRCA0001I", "entering."),
-                                       line("KVRCA0002I", "exiting with status 0x0.")));
-  EXPECT_TRUE(trace.all_in_statuslog);
-  EXPECT_EQ(statuslog[0], '\0');
-}
-
-TEST_P(ProcessorEntryPoint, TracesForAnySwitchThatIsNotZero) {
-  TraceLines trace;
-  for (const std::int32_t value : {1, -1}) {
-    orlalib_verbose = value;
-    trace.lines.clear();
-    EXPECT_EQ(GetParam().call(nullptr), 1U);
-    EXPECT_EQ(trace.lines.size(), 3U) << value;
-  }
-}
-
-TEST_P(ProcessorEntryPoint, AnswersANullPointerWithoutCounting) {
-  const With counting(fake_count_physical_proc, [](int *) -> std::uint32_t {
-    ADD_FAILURE() << "counted";
-    return 0;
-  });
-  TraceLines trace;
-  EXPECT_EQ(GetParam().call(nullptr), 1U);
-  EXPECT_THAT(trace.lines, ElementsAre(line("KVRCA0001I", "entering."),
-                                       line("KVRCA0005E", "Null pointer exception."),
-                                       line("KVRCA0003E", "exiting with status 0x1.")));
-}
-
-TEST_P(ProcessorEntryPoint, FailsForANegativeCountWhichItLeavesInPlace) {
+TEST(ProcessorEntryPoint, FailsForANegativeCountWhichItLeavesInPlace) {
   const With counting(fake_count_physical_proc, [](int *count) {
     *count = -1;
     errno = ENOMEM;
     return 0U;
   });
-  TraceLines trace;
-  int count = 0;
-  EXPECT_EQ(GetParam().call(&count), 1U);
-  EXPECT_EQ(count, -1);
-  EXPECT_THAT(trace.lines,
-              ElementsAre(line("KVRCA0001I", "entering."),
-                          line("KVRCA0005E", "sysconf failed -> Cannot allocate memory"),
-                          line("KVRCA0003E", "exiting with status 0x1.")));
-}
-
-TEST_P(ProcessorEntryPoint, FormatsNothingWithTheSwitchOff) {
-  const With trace(fake_TavTrace, [](char *) { ADD_FAILURE() << "traced"; });
-  statuslog[0] = 'x';
-  orlalib_verbose = 0;
-  orlathr_verbose = 255;  // the writer's other switch is not the services'
-  int count = 0;
-  EXPECT_EQ(GetParam().call(&count), 0U);
-  EXPECT_EQ(GetParam().call(nullptr), 1U);
-  EXPECT_EQ(statuslog[0], 'x');
+  for (const auto call : kEntryPoints) {
+    const std::string name =
+        call == tavGetOnlineProcs ? "tavGetOnlineProcs()" : "tavGetConfigProcs()";
+    TraceLines trace;
+    int count = 0;
+    EXPECT_EQ(call(&count), 1U);
+    EXPECT_EQ(count, -1);
+    EXPECT_THAT(trace.lines,
+                ElementsAre("KVRCA0001I " + name + ": entering.\n",
+                            "KVRCA0005E " + name + ": sysconf failed -> Cannot allocate memory\n",
+                            "KVRCA0003E " + name + ": exiting with status 0x1.\n"));
+  }
 }
 
 TEST(Errno, IsLeftAloneByTheProbesAndTheCount) {
@@ -617,7 +558,7 @@ TEST(Errno, TellsWhyACountIsNegative) {
   EXPECT_EQ(errno, ENOMEM);
 }
 
-TEST_P(ProcessorEntryPoint, LeavesErrnoAlone) {
+TEST(ProcessorEntryPoint, LeavesErrnoAlone) {
   for (const int configured : {2, -1}) {
     const With counting(fake_count_physical_proc, [&](int *count) {
       *count = configured;
@@ -625,7 +566,8 @@ TEST_P(ProcessorEntryPoint, LeavesErrnoAlone) {
       return 0U;
     });
     int count = 0;
-    EXPECT_EQ(errno_after([&] { GetParam().call(&count); }), 4711) << configured;
+    for (const auto call : kEntryPoints)
+      EXPECT_EQ(errno_after([&] { call(&count); }), 4711) << configured;
   }
 }
 
