@@ -7,7 +7,6 @@
 #ifndef ORLA_TIME_CALENDAR_H
 #define ORLA_TIME_CALENDAR_H
 
-#include <algorithm>
 #include <cstdint>
 
 namespace orla {
@@ -40,22 +39,17 @@ constexpr std::int32_t month_length(std::int32_t year, std::int32_t month) {
   return month == 2 ? days - missing_in_february : days;
 }
 
-// Days before the first of a month. Precondition: month is 1 to 12.
-constexpr std::uint32_t days_before_month(std::int32_t year, std::int32_t month) {
-  // A straight line through the starts of months, in 1/16 day, as if February had 30 days.
-  const std::uint32_t days = (489 * static_cast<std::uint32_t>(month) - 480) / 16;  // 0 to 336
-  const std::uint32_t missing_in_february = is_leap_year(year) ? 1 : 2;
-  return month > 2 ? days - missing_in_february : days;
-}
-
-// Days from 1970-01-01, modulo 2^32. Precondition: the month and the day exist.
+// Days from 1970-01-01, modulo 2^30. Precondition: the month and the day exist.
 constexpr std::uint32_t days_from_civil(CivilDate date) {
-  // Quirk: a year before 1970 counts as if it began on 1970-01-01.
-  const auto years = static_cast<std::uint32_t>(std::max(date.year, kEpochYear) - kEpochYear);
-  // Those of these years that are divisible by 4; the first is 1972.
-  const std::uint32_t leap_days = (years + 1) / 4;
-  return 365 * years + leap_days + days_before_month(date.year, date.month) +
-         static_cast<std::uint32_t>(date.day) - 1;
+  constexpr std::uint32_t kDaysBefore1970 = 719484;  // of the same count
+
+  // January and February are months 13 and 14 of a year that began in March.
+  const std::uint32_t last_year = date.month < 3 ? 1 : 0;
+  const std::uint32_t year = static_cast<std::uint32_t>(date.year) - last_year;
+  const std::uint32_t month = static_cast<std::uint32_t>(date.month) + 12 * last_year;  // 3 to 14
+  // Four years have 1461 days. The months from March on begin on a line, in 1/32 day.
+  return 1461 * year / 4 + (979 * month - 2919) / 32 + static_cast<std::uint32_t>(date.day) -
+         kDaysBefore1970;
 }
 
 // The reverse for the 65,536 days that a date number can stand for: 1970-01-01 to 2149-06-05.
@@ -83,6 +77,15 @@ constexpr std::uint16_t date_number_from_days(std::uint32_t days) {
 
 constexpr std::uint16_t days_from_date_number(std::uint16_t date) {
   return static_cast<std::uint16_t>(date + kDateNumberShift);
+}
+
+// Precondition: the month and the day exist.
+constexpr std::uint16_t date_number_from_civil(CivilDate date) {
+  if (date.year >= kEpochYear) return date_number_from_days(days_from_civil(date));
+  // Quirk: a year before 1970 counts as if it began on 1970-01-01.
+  const std::int32_t as_long = 1972 + (date.year & 3);
+  return date_number_from_days(days_from_civil({as_long, date.month, date.day}) -
+                               days_from_civil({as_long, 1, 1}));
 }
 
 // The UTC day of a stamp, which is read as unsigned.
