@@ -28,21 +28,14 @@ class Appender {
 };
 
 void expand(Appender &out, const char *format, int error) {
-  for (;;) {
-    const char *percent = std::strchr(format, '%');
-    if (percent == nullptr) break;
+  while (const char *percent = std::strchr(format, '%')) {
     out.add(format, static_cast<std::size_t>(percent - format));
     const char conversion = percent[1];
-    if (conversion == '%') {
-      out.add("%", 1);
-    } else if (conversion == 'm') {
+    if (conversion == 'm')
       out.add(std::strerror(error));
-    } else {
+    else
       out.add("%", 1);
-      format = percent + 1;
-      continue;
-    }
-    format = percent + 2;
+    format = percent + (conversion == 'm' || conversion == '%' ? 2 : 1);
   }
   out.add(format);
 }

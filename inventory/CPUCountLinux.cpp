@@ -88,7 +88,7 @@ int HTSupported() noexcept {
 }
 
 int ht_os_cpus() noexcept {
-  const orla::KeptErrno kept_errno;
+  const orla::KeptErrno kept;
   utsname host;
   if (uname(&host) != 0) return kKernelFailed;
   const std::string_view release(host.release, strnlen(host.release, sizeof host.release));

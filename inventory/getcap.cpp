@@ -29,7 +29,7 @@ orla_status fail(const orla::TracedService &service, const char *detail) {
 }
 
 orla_status count_processors(const char *trace_name, int *count) {
-  const orla::KeptErrno kept_errno;
+  const orla::KeptErrno kept;
   const orla::TracedService service(trace_name);
   if (count == nullptr) return fail(service, kNullPointer);
   count_physical_proc(count);
@@ -60,7 +60,7 @@ orla_status tavGetConfigProcs(int *count) noexcept {
 }
 
 orla_status tavGetMemorySize(int *size) noexcept {
-  const orla::KeptErrno kept_errno;
+  const orla::KeptErrno kept;
   const orla::TracedService service("tavGetMemorySize()");
   if (size == nullptr) return fail(service, kNullPointer);
   struct sysinfo host;
@@ -71,7 +71,7 @@ orla_status tavGetMemorySize(int *size) noexcept {
 }
 
 orla_status tavGetDisks(unsigned *count) noexcept {
-  const orla::KeptErrno kept_errno;
+  const orla::KeptErrno kept;
   const orla::TracedService service("tavGetDisks");  // Quirk: no parentheses.
   if (count == nullptr) return fail(service, kNullPointer);
   if (geteuid() != 0) return fail(service, "geteuid failed -> you aren't root.");

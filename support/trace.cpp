@@ -18,6 +18,7 @@
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
+#include <optional>
 
 #include "base/descriptor.h"
 #include "base/kept_errno.h"
@@ -92,8 +93,10 @@ std::uint32_t trace_size() {
 
 // statx() also works where the record of stat() on 32-bit hosts is too small: after 2038, and for a
 // file whose inode number has more than 32 bits.
-bool identify(int directory, const char *path, int flags, struct statx &out) {
-  return statx(directory, path, flags, STATX_INO | STATX_NLINK, &out) == 0;
+std::optional<struct statx> identity_of(int directory, const char *path, int flags) {
+  struct statx status;
+  if (statx(directory, path, flags, STATX_INO | STATX_NLINK, &status) != 0) return {};
+  return status;
 }
 
 bool is_same_file(const struct statx &one, const struct statx &other) {
@@ -103,22 +106,22 @@ bool is_same_file(const struct statx &one, const struct statx &other) {
 
 // Whether the file was opened at this path, and another file is there now.
 bool is_replaced(const struct statx &open_file, const char *path) {
-  struct statx at_path;
-  return std::strcmp(path, opened_path) == 0 && identify(AT_FDCWD, path, 0, at_path) &&
-         !is_same_file(open_file, at_path);
+  if (std::strcmp(path, opened_path) != 0) return false;
+  const auto at_path = identity_of(AT_FDCWD, path, 0);
+  return at_path && !is_same_file(open_file, *at_path);
 }
 
 // Whether another process has already rotated the open file, which is then at `rotated`, has no
 // name any more, or has another name that somebody gave it. The file at the path is then a new one
 // and must stay.
 bool is_moved_aside(const char *path, const char *rotated) {
-  struct statx open_file;
-  if (!identify(trace_descriptor, "", AT_EMPTY_PATH, open_file)) return false;
-  if (open_file.stx_nlink == 0 || is_replaced(open_file, path)) return true;
-  struct statx predecessor;
+  const auto open_file = identity_of(trace_descriptor, "", AT_EMPTY_PATH);
+  if (!open_file) return false;
+  if (open_file->stx_nlink == 0 || is_replaced(*open_file, path)) return true;
+  const auto predecessor = identity_of(AT_FDCWD, rotated, 0);
   // On a network file system: another host has replaced the predecessor just now.
-  if (!identify(AT_FDCWD, rotated, 0, predecessor)) return errno == ESTALE;
-  return is_same_file(open_file, predecessor);
+  if (!predecessor) return errno == ESTALE;
+  return is_same_file(*open_file, *predecessor);
 }
 
 // Whether another process holds the lock. A file that cannot be locked counts as free.

@@ -30,7 +30,7 @@ std::uint32_t ipv4_address(const sockaddr &address) {
 }
 
 std::uint32_t ask_system() {
-  const KeptErrno kept_errno;
+  const KeptErrno kept;
   ifaddrs *interfaces = nullptr;
   std::uint32_t address = 0;
   if (getifaddrs(&interfaces) == 0) {

@@ -145,7 +145,7 @@ std::optional<k7_uuid__t> read_canonical_uuid_text(const char *text) {
 }
 
 std::optional<k7_uuid__t> read_formatted_uuid_text(const char *text) {
-  const KeptErrno kept_errno;  // some C libraries set it to 0
+  const KeptErrno kept;  // some C libraries set it to 0
   unsigned long time_high;
   Numbers numbers;
   std::uint16_t *bytes = numbers.bytes;
