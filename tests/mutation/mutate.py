@@ -196,11 +196,13 @@ class Worker:
                               check=False).returncode == 0
 
     def cases_of(self, program):
-        """The cases of a test program, each run once over the library as it is."""
+        """The cases of a test program but the long ones, each run once over the library as it is."""
         if program not in self.tests:
             self.compile([program, "orla", "orlanode"], must_work=True)
             seconds = {}
             for case in listed_cases([self.build / "tests" / program]):
+                if case.startswith("Long"):
+                    continue
                 begin = time.monotonic()
                 if not self.passes(program, case, 600):
                     raise SystemExit(f"{program}: {case} fails without any change")
