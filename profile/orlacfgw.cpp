@@ -143,14 +143,14 @@ int open_existing(const char *path) { return open(path, O_WRONLY | O_LARGEFILE |
 bool reserve(const char *path, std::uint64_t size) {
   const Descriptor file(open_existing(path));
   if (!file.is_open()) return false;
-  int status;
-  do {
-    status = fallocate64(file.number(), FALLOC_FL_KEEP_SIZE, 0, static_cast<off64_t>(size));
-  } while (status != 0 && errno == EINTR);
-  if (status == 0 || errno == EOPNOTSUPP || errno == ENOSYS) return true;
-  // Some file systems keep the part that they could reserve.
-  give_back(file.number());
-  return false;
+  while (fallocate64(file.number(), FALLOC_FL_KEEP_SIZE, 0, static_cast<off64_t>(size)) != 0) {
+    if (errno == EINTR) continue;
+    if (errno == EOPNOTSUPP || errno == ENOSYS) return true;
+    // Some file systems keep the part that they could reserve.
+    give_back(file.number());
+    return false;
+  }
+  return true;
 }
 
 // ---- One rewrite --------------------------------------------------------------------------------

@@ -14,6 +14,7 @@
 #include <sstream>
 #include <string>
 #include <utility>
+#include <vector>
 
 #include "kit/captured.h"
 #include "kit/converters.h"
@@ -55,6 +56,8 @@ void run(const char *name, Work work) {
 }
 
 bool symbol_is_missing = false;
+std::string stores_nothing;  // the function of dates that succeeds without storing what it read
+std::int32_t converted[3];   // what data_to_date() was given last: year, month and day
 
 }  // namespace
 
@@ -72,8 +75,6 @@ STAND_IN(std::uint32_t, count_physical_proc, (int *count), (count))
 STAND_IN(void, TavTrace, (char *message), (message))
 STAND_IN(int, copy_file, (const char *from, const char *to), (from, to))
 STAND_IN(int, create_temporary_name, (char *name), (name))
-STAND_IN(int, data_to_date, (std::int32_t y, std::int32_t m, std::int32_t d, std::uint16_t *date),
-         (y, m, d, date))
 STAND_IN(int, date_to_line, (std::uint16_t date, char *line, const char *prefix),
          (date, line, prefix))
 STAND_IN(std::size_t, date_to_string, (char *text, std::uint16_t date), (text, date))
@@ -81,8 +82,6 @@ STAND_IN(int, fprint_date_line, (std::FILE * stream, std::uint16_t date, const c
          (stream, date, prefix))
 STAND_IN(const char *, get_first_delimited_token_in_string,
          (const char *text, char delimiter, char *out, int size), (text, delimiter, out, size))
-STAND_IN(int, k7_parse_date, (const char *text, std::int32_t *y, std::int32_t *m, std::int32_t *d),
-         (text, y, m, d))
 STAND_IN(void, orla_reserved_uuid_inflate,
          (k7_uuid__t * uuid, std::uint32_t high, std::uint16_t low, std::uint16_t number),
          (uuid, high, low, number))
@@ -96,13 +95,34 @@ STAND_IN(void, orla_strptime, (const char *text, const char *format, std::tm *fi
 STAND_IN(int, orla_uuid_cmp, (const k7_uuid__t *a, const k7_uuid__t *b), (a, b))
 STAND_IN(void, orla_uuid_gen, (k7_uuid__t * uuid), (uuid))
 STAND_IN(int, print_date_line, (std::uint16_t date, const char *prefix), (date, prefix))
-STAND_IN(int, string_to_date, (const char *text, std::uint16_t *date), (text, date))
 STAND_IN(void, swap, (char *a, char *b), (a, b))
 STAND_IN(std::tm *, tav_gmtime, (const std::time_t *when), (when))
 STAND_IN(std::tm *, tav_localtime, (const std::time_t *when), (when))
 STAND_IN(std::int32_t, wek_localtime_offset, (void), ())
 STAND_IN(std::int32_t, wek_time_stamp, (void), ())
 STAND_IN(std::uint32_t, wek_time_stamp_local, (void), ())
+
+int data_to_date(std::int32_t y, std::int32_t m, std::int32_t d, std::uint16_t *date) noexcept {
+  const Running now("data_to_date");
+  converted[0] = y;
+  converted[1] = m;
+  converted[2] = d;
+  return reinterpret_cast<decltype(&data_to_date)>(dlsym(RTLD_NEXT, "data_to_date"))(y, m, d, date);
+}
+
+int k7_parse_date(const char *text, std::int32_t *y, std::int32_t *m, std::int32_t *d) noexcept {
+  const Running now("k7_parse_date");
+  if (stores_nothing == "k7_parse_date") return 0;
+  return reinterpret_cast<decltype(&k7_parse_date)>(dlsym(RTLD_NEXT, "k7_parse_date"))(text, y, m,
+                                                                                       d);
+}
+
+int string_to_date(const char *text, std::uint16_t *date) noexcept {
+  const Running now("string_to_date");
+  if (stores_nothing == "string_to_date") return 1;
+  return reinterpret_cast<decltype(&string_to_date)>(dlsym(RTLD_NEXT, "string_to_date"))(text,
+                                                                                         date);
+}
 
 void *orla_slnk_get_proc_addr(const orla_library_id *id, const char *symbol,
                               orla_status *status) noexcept {
@@ -241,6 +261,18 @@ TEST(Interposition, ReachesByNameWhatTheManualLists) {
   EXPECT_EQ(shown(manual, calls), "") << "listed in orla(3), and not called by name";
   EXPECT_EQ(shown(calls, manual), "") << "called by name, and not listed in orla(3)";
   EXPECT_FALSE(manual.empty());
+}
+
+// The numbers that the library preset then go on.
+TEST(Interposition, OfADateFunctionThatStoresNothingLeavesWhatWasThere) {
+  std::uint16_t date = 4711;
+  stores_nothing = "k7_parse_date";
+  EXPECT_EQ(string_to_date("12/31/2007", &date), 0);
+  EXPECT_EQ(std::vector<std::int32_t>(converted, converted + 3),
+            (std::vector<std::int32_t>{1969, 0, 1}));
+  EXPECT_EQ(date, 4711);
+  stores_nothing = "string_to_date";
+  EXPECT_EQ(string_to_time("12/31/2007"), 0);
 }
 
 }  // namespace

@@ -467,9 +467,12 @@ TEST_F(TraceFile, OnAnyDescriptorButStandardErrorIsClosed) {
     trace("a\n");
     TavTrace(nullptr);
     const bool closed = fcntl(descriptor, F_GETFD) == -1;
+    trace(std::string(ORLA_TRACE_ROTATION_SIZE, 'x').c_str());
+    const bool rotated = fcntl(descriptor, F_GETFD) == -1;
     dup2(kept, descriptor);
     close(kept);
     EXPECT_TRUE(closed) << descriptor;
+    EXPECT_TRUE(rotated) << descriptor;
   }
 }
 

@@ -74,6 +74,29 @@ TEST(UuidThreads, GenerateAtOncePast2038) {
             0);
 }
 
+// The tick of four microseconds within the second that this thread's clock shows.
+thread_local int tick_of_thread = 0;
+
+TEST(UuidThreads, HaveTheTimeThatTheClockShowedTheirThread) {
+  const With clock(fake_gettimeofday, [](timeval *now, void *) {
+    now->tv_sec = 1234567890;
+    now->tv_usec = 4 * tick_of_thread;
+    return 0;
+  });
+  EXPECT_EQ(wrong_in_threads(kTenThreads,
+                             [](int thread) {
+                               tick_of_thread = thread;
+                               int wrong = 0;
+                               for (int i = 0; i < kRounds / 10; ++i) {
+                                 k7_uuid__t uuid;
+                                 orla_uuid_gen(&uuid);
+                                 wrong += uuid.time_low != thread;
+                               }
+                               return wrong;
+                             }),
+            0);
+}
+
 // Such texts go to the C library's reader.
 TEST(UuidThreads, DecodeTextsOfOtherFormsAtOnce) {
   EXPECT_EQ(wrong_in_threads(kTenThreads,
