@@ -41,7 +41,7 @@ constexpr std::int32_t month_length(std::int32_t year, std::int32_t month) {
 
 // Days from 1970-01-01, modulo 2^30. Precondition: the month and the day exist.
 constexpr std::uint32_t days_from_civil(CivilDate date) {
-  constexpr std::uint32_t kDaysBefore1970 = 719484;  // of the same count
+  constexpr std::uint32_t kDaysBefore1970 = 719484;  // the sum below for 1970-01-01
 
   // January and February are months 13 and 14 of a year that began in March.
   const std::uint32_t last_year = date.month < 3 ? 1 : 0;
@@ -83,9 +83,9 @@ constexpr std::uint16_t days_from_date_number(std::uint16_t date) {
 constexpr std::uint16_t date_number_from_civil(CivilDate date) {
   if (date.year >= kEpochYear) return date_number_from_days(days_from_civil(date));
   // Quirk: a year before 1970 counts as if it began on 1970-01-01.
-  const std::int32_t as_long = 1972 + (date.year & 3);
-  return date_number_from_days(days_from_civil({as_long, date.month, date.day}) -
-                               days_from_civil({as_long, 1, 1}));
+  const std::int32_t alike = 1972 + (date.year & 3);  // a leap year when that is one
+  return date_number_from_days(days_from_civil({alike, date.month, date.day}) -
+                               days_from_civil({alike, 1, 1}));
 }
 
 // The UTC day of a stamp, which is read as unsigned.

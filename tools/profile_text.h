@@ -60,7 +60,9 @@ class EarlierLines {
 
  private:
   std::map<std::string, std::size_t> numbers_;  // by the lines in small letters
-  std::map<std::string, std::size_t> first_;    // what find() found, by what was looked for
+  // What find() found, by what was looked for: a key that stands in every line of a large file
+  // would otherwise go through all of them each time. Later lines do not change it.
+  std::map<std::string, std::size_t> first_;
 };
 
 // Whether a line is "[name]", and nothing else.

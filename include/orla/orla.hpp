@@ -448,7 +448,7 @@ struct host_figures {
     orla_count_method method;
   };
   figure<processor_count> processors;  ///< by count_physical_proc()
-  figure<std::uint64_t> memory;        ///< bytes, by sysinfo(), its unit multiplied in
+  figure<std::uint64_t> memory;        ///< bytes: by sysinfo(), multiplied by its unit
   figure<unsigned> disks;              ///< by tavGetDisks()
 };
 
