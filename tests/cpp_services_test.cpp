@@ -1,7 +1,7 @@
 // What orla.hpp gets from the exported functions: profiles, libraries, tokens, the host, names and
 // traces.
 
-#include <gmock/gmock.h>
+#include <gmock/gmock-more-matchers.h>
 #include <gtest/gtest.h>
 #include <orla/orla.hpp>
 

@@ -3,7 +3,7 @@
 // keeps no resources. The cases are in failing_calls/table.h. Each failure has a process of its
 // own.
 
-#include <gmock/gmock.h>
+#include <gmock/gmock-matchers.h>
 #include <gtest/gtest.h>
 #include <sys/wait.h>
 #include <unistd.h>

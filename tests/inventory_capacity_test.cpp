@@ -1,7 +1,7 @@
 // Memory and disks over a faked host, and what all services of the inventory have in common.
 
 #include <fcntl.h>
-#include <gmock/gmock.h>
+#include <gmock/gmock-matchers.h>
 #include <gtest/gtest.h>
 #include <linux/hdreg.h>
 #include <orla/inventory.h>

@@ -1,6 +1,6 @@
 // The processor probes, the count that combines them and the two entry points, over a faked host.
 
-#include <gmock/gmock.h>
+#include <gmock/gmock-matchers.h>
 #include <gtest/gtest.h>
 #include <orla/inventory.h>
 #include <unistd.h>

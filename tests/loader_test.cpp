@@ -1,6 +1,6 @@
 // The loader: which paths it tries, what it reports and where.
 
-#include <gmock/gmock.h>
+#include <gmock/gmock-matchers.h>
 #include <gtest/gtest.h>
 #include <orla/loader.h>
 #include <orla/trace.h>

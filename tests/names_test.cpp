@@ -1,6 +1,6 @@
 // User, group and node names, and the companion library's provider.
 
-#include <gmock/gmock.h>
+#include <gmock/gmock-matchers.h>
 #include <gtest/gtest.h>
 #include <orla/names.h>
 #include <orla/trace.h>

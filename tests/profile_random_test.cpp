@@ -18,15 +18,10 @@
 namespace {
 
 // Longer searches are the fuzzers' work.
-#if defined(__SANITIZE_ADDRESS__)
-constexpr int kShare = 4;
-#else
-constexpr int kShare = 1;
-#endif
-constexpr int kManyFiles = 200000 / kShare;
-constexpr int kSomeFiles = 40000 / kShare;
-constexpr int kDiskFiles = 4000 / kShare;
-constexpr int kLargeFiles = 2000 / kShare;
+constexpr int kManyFiles = 50000;
+constexpr int kSomeFiles = 10000;
+constexpr int kDiskFiles = 1000;
+constexpr int kLargeFiles = 500;
 
 class Random {
  public:

@@ -1,7 +1,7 @@
 // Profile files: the writer, its temporary name and its copy.
 
 #include <fcntl.h>
-#include <gmock/gmock.h>
+#include <gmock/gmock-matchers.h>
 #include <gtest/gtest.h>
 #include <orla/profile.h>
 #include <sys/resource.h>

@@ -2,7 +2,7 @@
 
 #include <dlfcn.h>
 #include <fcntl.h>
-#include <gmock/gmock.h>
+#include <gmock/gmock-matchers.h>
 #include <gtest/gtest.h>
 #include <orla/inventory.h>
 #include <orla/time.h>

@@ -18,6 +18,7 @@ FLAGS = {"CFLAGS": "-DFROM_CFLAGS", "CXXFLAGS": "-DFROM_CXXFLAGS", "LDFLAGS": "-
 
 
 def try_preset(source, scratch, preset):
+    """Configures one that has flags of its own."""
     build = scratch / preset
     shutil.rmtree(build, ignore_errors=True)
     run("cmake", "--preset", preset, "-B", build, "-DORLA_TOOL=OFF", "-DBUILD_TESTING=OFF",
@@ -27,8 +28,7 @@ def try_preset(source, scratch, preset):
     check(ours, f"{preset} compiles nothing")
     for words in ours:
         check(FLAGS["CXXFLAGS"] in words, f"{preset} drops CXXFLAGS")
-        check(("-m32" in words) == (not preset.endswith("x86_64")),
-              f"{preset} builds for another word size")
+        check("-m32" in words, f"{preset} drops its own flags")
     cache = (build / "CMakeCache.txt").read_text(encoding="utf-8")
     check(FLAGS["CFLAGS"] in cache, f"{preset} drops CFLAGS")
     check(FLAGS["LDFLAGS"] in (build / "build.ninja").read_text(encoding="utf-8"),
@@ -49,9 +49,7 @@ def main():
     presets = json.loads((source / "CMakePresets.json").read_text(encoding="utf-8"))
     for preset in presets["configurePresets"]:
         check_added(preset)
-    # All others inherit one of these.
-    for name in ("i386", "x86_64"):
-        try_preset(source, scratch, name)
+    try_preset(source, scratch, "i386")
 
 
 if __name__ == "__main__":

@@ -54,8 +54,7 @@ class Installed(unittest.TestCase):
         return self.run_program(self.programs / "pip", *arguments)
 
     def install(self, *arguments):
-        self.pip("install", "--no-compile", *arguments)
-        self.addCleanup(self.pip, "uninstall", "--yes", "orla")
+        self.pip("install", "--no-compile", "--force-reinstall", *arguments)
 
     def backend(self, call):
         """What a function of the build backend gives, which writes into the test's folder."""
