@@ -3,7 +3,6 @@
 // keeps no resources. The cases are in failing_calls/table.h. Each failure has a process of its
 // own.
 
-#include <gmock/gmock-matchers.h>
 #include <gtest/gtest.h>
 #include <sys/wait.h>
 #include <unistd.h>

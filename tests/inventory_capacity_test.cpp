@@ -1,7 +1,6 @@
 // Memory and disks over a faked host, and what all services of the inventory have in common.
 
 #include <fcntl.h>
-#include <gmock/gmock-matchers.h>
 #include <gtest/gtest.h>
 #include <linux/hdreg.h>
 #include <orla/inventory.h>
@@ -18,8 +17,6 @@
 #include "kit/errno_after.h"
 
 namespace {
-
-using testing::ElementsAre;
 
 // A kernel that reports this much memory.
 With<int(struct sysinfo *)> memory(unsigned long total, unsigned unit = 1) {
@@ -70,10 +67,9 @@ TEST(MemorySize, FailsWhenTheKernelDoesNotAnswerAndLeavesTheOutputAlone) {
     int size = 4711;
     EXPECT_EQ(tavGetMemorySize(&size), 1U);
     EXPECT_EQ(size, 4711);
-    EXPECT_THAT(trace.lines,
-                ElementsAre("KVRCA0001I tavGetMemorySize(): entering.\n",
-                            "KVRCA0005E tavGetMemorySize(): sysinfo failed.\n",
-                            "KVRCA0003E tavGetMemorySize(): exiting with status 0x1.\n"));
+    EXPECT_EQ(trace.lines, (Lines{"KVRCA0001I tavGetMemorySize(): entering.\n",
+                                  "KVRCA0005E tavGetMemorySize(): sysinfo failed.\n",
+                                  "KVRCA0003E tavGetMemorySize(): exiting with status 0x1.\n"}));
   }
 }
 
@@ -192,10 +188,9 @@ TEST(DiskCount, NeedsRootLeavesTheOutputAloneWithoutAndIsTracedWithoutParenthese
   EXPECT_EQ(tavGetDisks(&count), 1U);
   EXPECT_EQ(count, 4711U);
   EXPECT_TRUE(host.probed.empty());
-  EXPECT_THAT(trace.lines,
-              ElementsAre("KVRCA0001I tavGetDisks: entering.\n",
-                          "KVRCA0005E tavGetDisks: geteuid failed -> you aren't root.\n",
-                          "KVRCA0003E tavGetDisks: exiting with status 0x1.\n"));
+  EXPECT_EQ(trace.lines, (Lines{"KVRCA0001I tavGetDisks: entering.\n",
+                                "KVRCA0005E tavGetDisks: geteuid failed -> you aren't root.\n",
+                                "KVRCA0003E tavGetDisks: exiting with status 0x1.\n"}));
 }
 
 TEST(DiskCount, LeavesErrnoAloneWhateverTheProbesMeet) {
@@ -249,8 +244,8 @@ INSTANTIATE_TEST_SUITE_P(
 TEST_P(InventoryService, TracesEntryAndExitAloneWhateverTheProbesMeet) {
   TraceLines trace;
   EXPECT_EQ(GetParam().call(true), 0U);
-  EXPECT_THAT(trace.lines, ElementsAre(line("KVRCA0001I", "entering."),
-                                       line("KVRCA0002I", "exiting with status 0x0.")));
+  EXPECT_EQ(trace.lines, (Lines{line("KVRCA0001I", "entering."),
+                                line("KVRCA0002I", "exiting with status 0x0.")}));
   EXPECT_TRUE(trace.all_in_statuslog);
   EXPECT_EQ(statuslog[0], '\0');
 }
@@ -267,9 +262,9 @@ TEST_P(InventoryService, AnswersANullPointerWithoutAskingTheHost) {
     TraceLines trace;
     orlalib_verbose = value;
     EXPECT_EQ(GetParam().call(false), 1U);
-    EXPECT_THAT(trace.lines, ElementsAre(line("KVRCA0001I", "entering."),
-                                         line("KVRCA0005E", "Null pointer exception."),
-                                         line("KVRCA0003E", "exiting with status 0x1.")));
+    EXPECT_EQ(trace.lines,
+              (Lines{line("KVRCA0001I", "entering."), line("KVRCA0005E", "Null pointer exception."),
+                     line("KVRCA0003E", "exiting with status 0x1.")}));
   }
 }
 

@@ -1,6 +1,5 @@
 // The processor probes, the count that combines them and the two entry points, over a faked host.
 
-#include <gmock/gmock-matchers.h>
 #include <gtest/gtest.h>
 #include <orla/inventory.h>
 #include <unistd.h>
@@ -18,7 +17,6 @@
 
 namespace {
 
-using testing::ElementsAre;
 using testing::ExitedWithCode;
 
 struct Registers {
@@ -30,6 +28,8 @@ struct Registers {
 
 constexpr Registers kIntel = {2, 0x756E6547, 0x6C65746E, 0x49656E69};
 constexpr Registers kAmd = {1, 0x68747541, 0x444D4163, 0x69746E65};
+
+using Leaves = std::vector<std::uint32_t>;
 
 // A processor that answers leaf 0 and leaf 1.
 class Processor {
@@ -46,7 +46,7 @@ class Processor {
           *edx = registers.edx;
         }) {}
 
-  std::vector<std::uint32_t> leaves;
+  Leaves leaves;
 
  private:
   With<int()> supported_;
@@ -141,7 +141,7 @@ TEST(HyperThreading, IsNotAskedForWithoutTheCpuidInstruction) {
   const Processor processor = hyper_threaded(2);
   const With supported(fake_CPUID_is_supported, [] { return 0; });
   EXPECT_EQ(HTSupported(), 0);
-  EXPECT_THAT(processor.leaves, ElementsAre());
+  EXPECT_EQ(processor.leaves, Leaves());
 }
 
 TEST(HyperThreading, IsTheFieldOfAnIntelProcessorOfFamily15AloneWhateverTheFeatureFlag) {
@@ -166,7 +166,7 @@ TEST(HyperThreading, IsTheFieldOfAnIntelProcessorOfFamily15AloneWhateverTheFeatu
     for (const auto &row : rows) {
       const Processor processor(kIntel, {row.eax, row.ebx, 0, features});
       EXPECT_EQ(HTSupported(), row.logical_processors) << std::hex << row.eax << ' ' << row.ebx;
-      EXPECT_THAT(processor.leaves, ElementsAre(0, 1));
+      EXPECT_EQ(processor.leaves, (Leaves{0, 1}));
     }
   }
 }
@@ -177,7 +177,7 @@ TEST(HyperThreading, AsksForLeafOneWhateverLeafZeroSaysOfTheHighest) {
   none.eax = 0;
   const Processor processor(none, {0xF29, 2 << 16, 0, 0});
   EXPECT_EQ(HTSupported(), 2);
-  EXPECT_THAT(processor.leaves, ElementsAre(0, 1));
+  EXPECT_EQ(processor.leaves, (Leaves{0, 1}));
 }
 
 TEST(HyperThreading, IsZeroForAnotherVendorWithoutLookingFurther) {
@@ -190,7 +190,7 @@ TEST(HyperThreading, IsZeroForAnotherVendorWithoutLookingFurther) {
   for (const Registers &other : others) {
     const Processor processor(other, {0xF29, 2 << 16, 0, 0});
     EXPECT_EQ(HTSupported(), 0);
-    EXPECT_THAT(processor.leaves, ElementsAre(0));
+    EXPECT_EQ(processor.leaves, (Leaves{0}));
   }
 }
 
@@ -517,10 +517,10 @@ TEST(ProcessorEntryPoint, FailsForANegativeCountWhichItLeavesInPlace) {
     int count = 0;
     EXPECT_EQ(call(&count), 1U);
     EXPECT_EQ(count, -1);
-    EXPECT_THAT(trace.lines,
-                ElementsAre("KVRCA0001I " + name + ": entering.\n",
-                            "KVRCA0005E " + name + ": sysconf failed -> Cannot allocate memory\n",
-                            "KVRCA0003E " + name + ": exiting with status 0x1.\n"));
+    EXPECT_EQ(trace.lines,
+              (Lines{"KVRCA0001I " + name + ": entering.\n",
+                     "KVRCA0005E " + name + ": sysconf failed -> Cannot allocate memory\n",
+                     "KVRCA0003E " + name + ": exiting with status 0x1.\n"}));
   }
 }
 
@@ -580,7 +580,7 @@ TEST(Probes, WriteNoTraceLines) {
   HTSupported();
   ht_os_cpus();
   CPUID_is_supported();
-  EXPECT_THAT(trace.lines, ElementsAre());
+  EXPECT_EQ(trace.lines, Lines());
 }
 
 }  // namespace

@@ -1,6 +1,5 @@
 // The loader: which paths it tries, what it reports and where.
 
-#include <gmock/gmock-matchers.h>
 #include <gtest/gtest.h>
 #include <orla/loader.h>
 #include <orla/trace.h>
@@ -20,8 +19,7 @@
 
 namespace {
 
-using testing::EndsWith;
-using testing::HasSubstr;
+using testing::IsSubstring;
 using testing::internal::CaptureStderr;
 using testing::internal::CaptureStdout;
 using testing::internal::GetCapturedStderr;
@@ -241,8 +239,10 @@ TEST(FailedLoad, IsTracedWithTheCallersNameAndTheTextOfTheSecondAttempt) {
   const Traced traced;
   id.load(kNowhere);
   const std::string text = traced.text();
-  EXPECT_THAT(text, HasSubstr(std::string("Error loading module ") + kNowhere + ", dlerror: "));
-  EXPECT_THAT(text, HasSubstr(std::string("dlerror: /opt/tav/ls/dll/") + kNowhere + ": "));
+  EXPECT_PRED_FORMAT2(IsSubstring,
+                      std::string("Error loading module ") + kNowhere + ", dlerror: ", text);
+  EXPECT_PRED_FORMAT2(IsSubstring, std::string("dlerror: /opt/tav/ls/dll/") + kNowhere + ": ",
+                      text);
 }
 
 TEST(SuccessfulLoad, IsNotTracedNorAnyOtherOperation) {
@@ -370,8 +370,9 @@ TEST_F(ProcAddr, OfAMissingSymbolGivesTheLinkersOwnTextWhichBeginsWithThePathItF
     orla_slnk_free_library(id);
     ASSERT_EQ(id.load(name), 0u);
     const std::string text = look_up("orla_module_missing");
-    EXPECT_THAT(text, HasSubstr("\n,/"));
-    EXPECT_THAT(text, HasSubstr(std::string(name) + ": undefined symbol: orla_module_missing"));
+    EXPECT_PRED_FORMAT2(IsSubstring, "\n,/", text);
+    EXPECT_PRED_FORMAT2(IsSubstring, std::string(name) + ": undefined symbol: orla_module_missing",
+                        text);
   }
 }
 
@@ -392,7 +393,7 @@ TEST_F(ProcAddr, TakesASymbolWhoseValueIsNullForMissing) {
 }
 
 TEST_F(ProcAddr, OfANameWithPercentSignsPrintsThemAsTheyAre) {
-  EXPECT_THAT(look_up("%s%n%%"), testing::StartsWith("Error looking up procedure %s%n%%\n,"));
+  EXPECT_TRUE(look_up("%s%n%%").starts_with("Error looking up procedure %s%n%%\n,"));
 }
 
 TEST_F(ProcAddr, AfterAFailedLoadSeesTheWholeProgram) {

@@ -1,6 +1,5 @@
 // User, group and node names, and the companion library's provider.
 
-#include <gmock/gmock-matchers.h>
 #include <gtest/gtest.h>
 #include <orla/names.h>
 #include <orla/trace.h>
@@ -206,8 +205,7 @@ TEST(NodeName, IsEmptyWhenTheCompanionHasNoProviderWhichTheLoaderSaysAtEveryCall
   for (int call = 0; call < 2; ++call) {
     CaptureStdout();
     EXPECT_EQ(node_name(), "");
-    EXPECT_THAT(GetCapturedStdout(),
-                testing::StartsWith("Error looking up procedure orla_node_name\n,"));
+    EXPECT_TRUE(GetCapturedStdout().starts_with("Error looking up procedure orla_node_name\n,"));
     EXPECT_EQ(fake_dlopen.real(kGoodModule, RTLD_NOW | RTLD_NOLOAD), nullptr);
   }
 }

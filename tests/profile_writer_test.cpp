@@ -1,7 +1,6 @@
 // Profile files: the writer, its temporary name and its copy.
 
 #include <fcntl.h>
-#include <gmock/gmock-matchers.h>
 #include <gtest/gtest.h>
 #include <orla/profile.h>
 #include <sys/resource.h>
@@ -705,15 +704,15 @@ TEST_F(ProfileRoom, IsReservedBeforeTheCopyAndKeptUntilItIsThere) {
   });
   EXPECT_EQ(write(long_value_), 1);
   EXPECT_EQ(folder_.read("f"), with_port(long_value_));
-  EXPECT_THAT(
-      all, testing::ElementsAre(Opened{"copy", kCreate, 0666}, Opened{"target", kRead, 0},
+  EXPECT_EQ(
+      all, (std::vector<Opened>{Opened{"copy", kCreate, 0666}, Opened{"target", kRead, 0},
                                 Opened{"target", kWrite, 0}, Opened{"room", FALLOC_FL_KEEP_SIZE, 0},
-                                Opened{"target", kCreate, 0666}, Opened{"copy", kRead, 0}));
+                                Opened{"target", kCreate, 0666}, Opened{"copy", kRead, 0}}));
   all.clear();
   ASSERT_EQ(unlink(path_.c_str()), 0);
   EXPECT_EQ(write_port(path_.c_str()), 1);
-  EXPECT_THAT(all, testing::ElementsAre(Opened{"copy", kCreate, 0666}, Opened{"target", kRead, 0},
-                                        Opened{"target", kCreate | O_TRUNC, 0666}));
+  EXPECT_EQ(all, (std::vector<Opened>{Opened{"copy", kCreate, 0666}, Opened{"target", kRead, 0},
+                                      Opened{"target", kCreate | O_TRUNC, 0666}}));
 }
 
 // Files of the file system.

@@ -2,7 +2,6 @@
 
 #include <dlfcn.h>
 #include <fcntl.h>
-#include <gmock/gmock-matchers.h>
 #include <gtest/gtest.h>
 #include <orla/inventory.h>
 #include <orla/time.h>
@@ -34,9 +33,7 @@
 
 namespace {
 
-using testing::ElementsAre;
-using testing::HasSubstr;
-using testing::StartsWith;
+using testing::IsSubstring;
 
 constexpr const char *kPath = "K7LOG_PATH";
 constexpr std::size_t kLimit = ORLA_TRACE_ROTATION_SIZE;
@@ -129,19 +126,19 @@ TEST_F(TraceFile, GetsDateTimeProcessAndMessage) {
 TEST_F(TraceFile, PadsTheHourWithABlankAndTheRestWithZeros) {
   const ClockAt evening(1170511507 + 14 * 3600 + 54 * 60 + 52);
   trace("m\n");
-  EXPECT_THAT(read(), StartsWith("02/03/2007 23:59:59 "));
+  EXPECT_TRUE(read().starts_with("02/03/2007 23:59:59 ")) << read();
 }
 
 TEST_F(TraceFile, IsStampedWithTheLocalDate) {
   const ClockAt night(1170511507 + 18 * 3600);  // already the fourth in UTC and in New York
   trace("m\n");
-  EXPECT_THAT(read(), StartsWith("02/04/2007  3:05:07 "));
+  EXPECT_TRUE(read().starts_with("02/04/2007  3:05:07 ")) << read();
 }
 
 TEST_F(TraceFile, IsStampedWithTheDateOfDaylightSavingTime) {
   const ClockAt night(1183264200);  // half past midnight, and still the day before by standard time
   trace("m\n");
-  EXPECT_THAT(read(), StartsWith("07/01/2007  0:30:00 "));
+  EXPECT_TRUE(read().starts_with("07/01/2007  0:30:00 ")) << read();
 }
 
 // There summer time is half an hour, but the date is that of a full one.
@@ -277,7 +274,7 @@ TEST_F(TraceFile, TriesAgainToConvertASecondThatCouldNotBeConverted) {
     trace("m\n");
   }
   trace("m\n");
-  EXPECT_THAT(read(), testing::EndsWith("\n" + stamp() + "m\n"));
+  EXPECT_TRUE(read().ends_with("\n" + stamp() + "m\n")) << read();
 }
 
 TEST_F(TraceFile, GetsNoLineOfTheServicesWhenTheThreadSwitchAloneIsOn) {
@@ -368,7 +365,7 @@ TEST_F(TraceFile, GetsEachLineInOneWrite) {
 TEST_F(TraceFile, HasMidnightForATimeWhereThereIsNone) {
   const With localtime(fake_localtime, [](const std::time_t *) { return nullptr; });
   trace("m\n");
-  EXPECT_THAT(read(), HasSubstr("  0:00:00 " + process_id() + " m\n"));
+  EXPECT_PRED_FORMAT2(IsSubstring, "  0:00:00 " + process_id() + " m\n", read());
 }
 
 TEST_F(TraceFile, IsRightPast2038On32Bits) {
@@ -633,7 +630,7 @@ TEST_F(TraceFile, ThatAnotherProcessHasRotatedIsOnlyClosedAlsoPast2038On32Bits) 
   const std::string long_line(1000, 'b');
   trace(long_line);
   EXPECT_EQ(read(), "of another process\n");
-  EXPECT_THAT(read("trace.1"), testing::EndsWith(stamp() + "a\n" + stamp() + long_line));
+  EXPECT_TRUE(read("trace.1").ends_with(stamp() + "a\n" + stamp() + long_line)) << read("trace.1");
   trace("c\n");
   EXPECT_EQ(read(), "of another process\n" + stamp() + "c\n");
 }
@@ -666,7 +663,7 @@ TEST_F(TraceFile, ThatAnotherProcessIsRotatingIsOnlyClosedAndTriedAgainWithTheNe
   EXPECT_EQ(fcntl(next, F_GETFD), -1);
   close(other);
   trace("b\n");
-  EXPECT_THAT(read("trace.1"), testing::EndsWith(stamp() + "a\n" + stamp() + "b\n"));
+  EXPECT_TRUE(read("trace.1").ends_with(stamp() + "a\n" + stamp() + "b\n")) << read("trace.1");
 }
 
 // A backup or a network file system may have kept a link to it.
@@ -1092,7 +1089,7 @@ TEST_F(TraceWithoutAPath, LooksThePathUpAtEveryCall) {
   }
   trace("c");
   EXPECT_EQ(out.text(), "a\nc\n");
-  EXPECT_THAT(folder.read("trace"), testing::EndsWith(" b"));
+  EXPECT_TRUE(folder.read("trace").ends_with(" b")) << folder.read("trace");
 }
 
 }  // namespace

@@ -12,6 +12,8 @@
 
 extern Fake<void(char *)> fake_TavTrace;
 
+using Lines = std::vector<std::string>;
+
 // Switches the library's tracing on and keeps what is traced.
 class TraceLines {
  public:
@@ -20,7 +22,7 @@ class TraceLines {
   }
   ~TraceLines() { orlalib_verbose = 0; }
 
-  std::vector<std::string> lines;
+  Lines lines;
 
   // Every message was in the shared buffer.
   bool all_in_statuslog = true;
