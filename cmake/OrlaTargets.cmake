@@ -105,3 +105,30 @@ function(orla_plain_library target map)
     "$<BUILD_INTERFACE:${PROJECT_SOURCE_DIR}/include>"
     "$<INSTALL_INTERFACE:${CMAKE_INSTALL_INCLUDEDIR}>")
 endfunction()
+
+# The code of tests and fuzz targets, at a level of optimisation: -O0 for a short build, -O1 where
+# its own loops are long. What it tests is the library as it is shipped.
+function(orla_test_code target level)
+  orla_developer_flags(${target})
+  # Precompiled, the C++ library is no system header to GCC, which then sees overflows in its
+  # strings.
+  target_compile_options(${target} PRIVATE ${level}
+    $<$<CXX_COMPILER_ID:GNU>:-Wno-array-bounds;-Wno-stringop-overflow>)
+  # A sanitizer has a heap of its own and imports further names.
+  if(ORLA_SANITIZE)
+    target_compile_definitions(${target} PRIVATE ORLA_SANITIZED)
+  endif()
+  target_include_directories(${target} PRIVATE "${PROJECT_SOURCE_DIR}" "${PROJECT_SOURCE_DIR}/tests")
+  target_link_libraries(${target} PRIVATE orla::orla)
+endfunction()
+
+# A file of tests/fakes/ as the target fake_<name>, compiled once for all that name it: without
+# sanitizers, whose runtime calls some of the fakes before its instrumentation is ready.
+function(orla_fake name)
+  if(TARGET fake_${name})
+    return()
+  endif()
+  add_library(fake_${name} OBJECT "${PROJECT_SOURCE_DIR}/tests/fakes/${name}.cpp")
+  orla_test_code(fake_${name} -O1)
+  target_compile_options(fake_${name} PRIVATE -fno-sanitize=all)
+endfunction()
