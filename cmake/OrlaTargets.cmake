@@ -23,8 +23,8 @@ function(orla_skipped_test name reason)
   set_tests_properties(${name} PROPERTIES SKIP_REGULAR_EXPRESSION "skipped: ")
 endfunction()
 
-# A test that finds nearly the same on both architectures: where a pointer has `bytes` bytes it is
-# one of the long tests, which scripts/prove runs.
+# A test of seconds that finds nearly the same on both architectures: where a pointer has `bytes`
+# bytes it is one of the long tests, which scripts/prove runs.
 function(orla_long_test_on bytes name)
   if(CMAKE_SIZEOF_VOID_P EQUAL bytes)
     set_property(TEST ${name} APPEND PROPERTY LABELS long)
