@@ -4,17 +4,19 @@
     report.py --google PROGRAM... --plain PROGRAM... [--json FILE] [--markdown FILE]
               [--plot FOLDER] [--filter REGEX]
 
-Programs after --google measure x86-64, with the peers; those after --plain i386. Measures the
-tables whose titles match REGEX, in rounds: in each, every program measures every row once. A round
-in which an empty call took over a tenth longer than in the quickest one is repeated, until there
-are enough quiet ones or the time for it is over. Figures are medians over the rounds, in
-nanoseconds. A table whose rows have sizes is reported as growth: time by size, and the exponent of
-the power law that fits best. --markdown replaces what follows the mark in FILE, or writes a new
-one. --plot draws charts.
+Programs after --google measure x86-64, with the peers; those after --plain, in the same order, i386.
+Measures the tables whose titles match REGEX, one after the other and in rounds. A round of a table,
+a tenth of a second or two, measures all its rows and an empty call. It is repeated when that call
+took over a tenth longer than in the quickest round of any table, until there are enough quiet ones
+or the time for it is over: so quiet seconds are used even where others share the processor. Figures
+are medians over the rounds, in nanoseconds. A table whose rows have sizes is reported as growth:
+time by size, and the exponent of the power law that fits best. --markdown replaces what follows the
+mark in FILE, or writes a new one. --plot draws charts.
 """
 
 import argparse
 import datetime
+import functools
 import html
 import json
 import math
@@ -26,9 +28,8 @@ import subprocess
 import sys
 import time
 
-# Quiet rounds that are wanted, and the seconds after which no further one begins.
-ROUNDS, SECONDS = 15, 150
-GROWTH_ROUNDS, GROWTH_SECONDS = 3, 30
+# Quiet rounds that are wanted of each table, and the seconds after which no further one begins.
+ROUNDS, GROWTH_ROUNDS, SECONDS = 15, 3, 240
 DISTURBED = 1.10  # times the quickest empty call
 
 X86_64, I386 = "x86-64", "i386"
@@ -103,10 +104,12 @@ def google_rows(program, titles):
                "--benchmark_enable_random_interleaving=true", "--benchmark_format=json",
                f"--benchmark_filter={any_of(titles)}[|]"]
     answer = subprocess.run(command, stdout=subprocess.PIPE, stderr=subprocess.DEVNULL, check=True)
+    rows = []
     for run in json.loads(answer.stdout)["benchmarks"]:
         if run.get("aggregate_name") == "median":
             table, role, name, size = run["run_name"].split("|")
-            yield {"table": table, "role": role, "name": name, "size": int(size), "nanoseconds": run["real_time"]}
+            rows.append({"table": table, "role": role, "name": name, "size": int(size), "nanoseconds": run["real_time"]})
+    return rows
 
 
 def plain_rows(program, titles):
@@ -115,55 +118,92 @@ def plain_rows(program, titles):
     return json.loads(answer.stdout)
 
 
-def one_round(asked, titles):
-    """What each row took, in nanoseconds, by architecture, table, role, name and size."""
-    took = {}
-    for architecture, programs, rows_of in ((X86_64, asked.google, google_rows), (I386, asked.plain, plain_rows)):
-        for program in programs:
-            for row in rows_of(program, titles):
-                key = (architecture, row["table"], row["role"], row["name"], row["size"])
-                took[key] = row["nanoseconds"]
-    return took
+class Subject:
+    """A table as one program measures it."""
+
+    def __init__(self, architecture, title, measured_rows):
+        self.architecture = architecture
+        self.title = title
+        self.wanted = GROWTH_ROUNDS if title.startswith(GROWTH) else ROUNDS
+        self.measured_rows = measured_rows
+        self.rounds = []  # of each, the empty call and the rows
+
+    def run(self):
+        rows = self.measured_rows([self.title, REFERENCE])
+        call = next(row["nanoseconds"] for row in rows if row["table"] == REFERENCE)
+        of_table = [row for row in rows if row["table"] == self.title]
+        self.rounds.append((call, sorted(of_table, key=lambda row: (row["name"], row["size"]))))
+
+    def is_done(self, least):
+        return sum(call <= DISTURBED * least for call, _ in self.rounds) >= self.wanted
+
+    def kept(self):
+        """The rounds that count: those with the quickest empty calls."""
+        return sorted(self.rounds, key=lambda each: each[0])[:self.wanted]
+
+    def rows(self):
+        """Role, name, size, times of the rounds and their median of each row."""
+        for of_row in zip(*(rows for _, rows in self.kept())):
+            times = [row["nanoseconds"] for row in of_row]
+            about = {name: of_row[0][name] for name in ("role", "name", "size")}
+            yield about | {"times": times, "nanoseconds": statistics.median(times)}
 
 
-def empty_call(took, architecture):
-    return statistics.median(value for key, value in took.items() if key[0] == architecture and key[3] in CALL)
+def subjects(asked):
+    """What the programs have of the tables that are asked for."""
+    for google, plain in zip(asked.google, asked.plain):
+        for title in titles_of(google):
+            if title != REFERENCE and re.search(asked.filter, title):
+                yield Subject(X86_64, title, functools.partial(google_rows, google))
+                yield Subject(I386, title, functools.partial(plain_rows, plain))
 
 
-def slowness(rounds):
-    """For each round, its empty call as a multiple of the quickest; the worse architecture's."""
-    architectures = {key[0] for key in rounds[0]}
-    least = {a: min(empty_call(took, a) for took in rounds) for a in architectures}
-    return [max(empty_call(took, a) / least[a] for a in architectures) for took in rounds]
+def quickest_calls(every):
+    """Architecture to its quickest empty call."""
+    least = {}
+    for each in every:
+        for call, _ in each.rounds:
+            least[each.architecture] = min(call, least.get(each.architecture, call))
+    return least
 
 
-def measure(asked, titles, wanted, seconds):
-    """Enough quiet rounds, else the quickest; and in words how quiet they were."""
-    rounds, quiet, end = [], 0, time.monotonic() + seconds
-    while quiet < wanted and (len(rounds) < 2 or time.monotonic() < end):
-        rounds.append(one_round(asked, titles))
-        slow = slowness(rounds)
-        quiet = sum(value <= DISTURBED for value in slow)
-        print(f"\rround {len(rounds)}, {quiet} of {wanted} quiet ", end="", file=sys.stderr, flush=True)
+def measure(every):
+    """Measures each until it has enough quiet rounds, or the time is over; in words how quiet it was."""
+    end = time.monotonic() + SECONDS
+    waiting = every
+    while waiting:
+        for each in waiting:
+            if len(each.rounds) < 2 or time.monotonic() < end:
+                each.run()
+        least = quickest_calls(every)
+        waiting = [each for each in every if not each.is_done(least[each.architecture])]
+        print(f"\r{len(every) - len(waiting)} of {len(every)} tables measured ", end="", file=sys.stderr, flush=True)
+        if time.monotonic() >= end and all(len(each.rounds) >= 2 for each in every):
+            break
     print(file=sys.stderr)
-    kept = sorted(range(len(rounds)), key=lambda at: slow[at])[:wanted]
-    if quiet < wanted:
-        quietness = (f"the machine did not become quiet: {quiet} of {len(rounds)} rounds were; the {len(kept)} with "
-                     f"the quickest empty calls count, which took up to {slow[kept[-1]]:.2f} times the least")
-    elif len(rounds) == wanted:
-        quietness = f"{wanted}, all quiet"
-    else:
-        quietness = f"{wanted} quiet ones of {len(rounds)}; the others were disturbed, and repeated"
-    return [rounds[at] for at in kept], quietness
+    return quietness(every, waiting, least)
 
 
-def by_table(rounds):
-    """Architecture, then title, to rows: role, name, size, times of the rounds and their median."""
+def quietness(every, disturbed, least):
+    if not disturbed:
+        return f"{ROUNDS} quiet ones of each table; {sum(len(each.rounds) - each.wanted for each in every)} were repeated"
+    slow = max(each.kept()[-1][0] / least[each.architecture] for each in disturbed)
+    return (f"the machine was not quiet for long enough: {len(every) - len(disturbed)} of {len(every)} tables have "
+            f"{ROUNDS} quiet ones; of the others those with the quickest empty calls count, which took up to "
+            f"{slow:.2f} times the least")
+
+
+def by_table(every):
+    """Architecture, then title, to rows."""
     tables = {}
-    for architecture, table, role, name, size in rounds[0]:
-        times = [took[architecture, table, role, name, size] for took in rounds]
-        row = {"role": role, "name": name, "size": size, "times": times, "nanoseconds": statistics.median(times)}
-        tables.setdefault(architecture, {}).setdefault(table, []).append(row)
+    for each in every:
+        rows = list(each.rows())
+        if rows:
+            tables.setdefault(each.architecture, {})[each.title] = rows
+    for architecture, of_architecture in tables.items():
+        times = [call for each in every if each.architecture == architecture for call, _ in each.kept()]
+        of_architecture[REFERENCE] = [{"role": "floor", "name": CALL[0], "size": 0, "times": times,
+                                       "nanoseconds": statistics.median(times)}]
     return tables
 
 
@@ -197,7 +237,7 @@ def goal_lines():
 
 
 def verdict(rows, is_ours, limit, floors):
-    """The medians' ratio, the ratios that half of the rounds lie between, and "met" or not.
+    """The median of the rounds' ratios, those that half of the rounds lie between, and "met" or not.
 
     Empty where a row is missing.
     """
@@ -205,9 +245,8 @@ def verdict(rows, is_ours, limit, floors):
     floor = slowest(row for row in rows if row["name"] in floors)
     if ours is None or floor is None:
         return ""
-    ratio = ours["nanoseconds"] / floor["nanoseconds"]
-    each = sorted(a / b for a, b in zip(ours["times"], floor["times"]))
-    low, _, high = statistics.quantiles(each, n=4, method="inclusive")
+    each = [a / b for a, b in zip(ours["times"], floor["times"])]
+    low, ratio, high = statistics.quantiles(each, n=4, method="inclusive")
     return f"{ratio:.2f} ({low:.2f}–{high:.2f}) " + ("met" if ratio <= limit else "**missed**")
 
 
@@ -338,28 +377,10 @@ def arguments():
     return parser.parse_args()
 
 
-def titles_asked_for(asked):
-    """Titles of the plain tables, and those of growth."""
-    every = [title for program in asked.google for title in titles_of(program)]
-    titles = sorted({title for title in every if re.search(asked.filter, title)} - {REFERENCE})
-    if not titles:
-        raise SystemExit(f"no table matches {asked.filter}")
+def report_text(context, measured):
+    titles = sorted({title for tables in measured.values() for title in tables} - {REFERENCE})
     growth = [title for title in titles if title.startswith(GROWTH)]
-    return [title for title in titles if title not in growth], growth
-
-
-def measure_all(asked, tables, growth):
-    """The rows of all tables, and in words how quiet the rounds were."""
-    rounds, quietness = measure(asked, tables + [REFERENCE], ROUNDS, SECONDS)
-    measured = by_table(rounds)
-    if growth:
-        grown = by_table(measure(asked, growth + [REFERENCE], GROWTH_ROUNDS, GROWTH_SECONDS)[0])
-        for architecture in measured:
-            measured[architecture].update({title: grown[architecture][title] for title in growth})
-    return measured, quietness
-
-
-def report_text(context, measured, tables, growth):
+    tables = [title for title in titles if title not in growth]
     parts = [goals_table(measured), figures_table(measured, [REFERENCE] + tables)]
     parts += [growth_table(measured, title) for title in growth]
     return "".join(f"- {key}: {value}\n" for key, value in context.items()) + "\n" + "\n".join(filter(None, parts))
@@ -376,11 +397,13 @@ def write_files(asked, context, measured, text):
 
 def main():
     asked = arguments()
-    tables, growth = titles_asked_for(asked)
-    measured, quietness = measure_all(asked, tables, growth)
+    every = list(subjects(asked))
+    if not every:
+        raise SystemExit(f"no table matches {asked.filter}")
     context = {"date": datetime.date.today().isoformat(), "processor": processor(), "compiler": compiler(),
-               "rounds": quietness}
-    text = report_text(context, measured, tables, growth)
+               "rounds": measure(every)}
+    measured = by_table(every)
+    text = report_text(context, measured)
     print(text)
     write_files(asked, context, measured, text)
     return 0
