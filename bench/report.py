@@ -4,19 +4,18 @@
     report.py --google PROGRAM... --plain PROGRAM... [--json FILE] [--markdown FILE]
               [--plot FOLDER] [--filter REGEX]
 
-Programs after --google measure x86-64, with the peers; those after --plain, in the same order, i386.
-Measures the tables whose titles match REGEX, one after the other and in rounds. A round of a table,
-a tenth of a second or two, measures all its rows and an empty call. It is repeated when that call
-took over a tenth longer than in the quickest round of any table, until there are enough quiet ones
-or the time for it is over: so quiet seconds are used even where others share the processor. Figures
-are medians over the rounds, in nanoseconds. A table whose rows have sizes is reported as growth:
-time by size, and the exponent of the power law that fits best. --markdown replaces what follows the
-mark in FILE, or writes a new one. --plot draws charts.
+Programs after --google measure x86-64, with the peers; as many after --plain, in the same order,
+measure i386. Measures the tables whose titles match REGEX, one after the other and in rounds. A
+round measures all rows of one table, and an empty call; most take a tenth of a second. It is
+repeated when that call took over a tenth longer than in the quickest round of its program, until
+there are enough quiet ones or the time for it is over: so quiet seconds are used even where others
+share the processor. Figures are medians over the rounds, in nanoseconds. A table whose rows have
+sizes is reported as growth: time by size, and the exponent of the power law that fits best.
+--markdown replaces what follows the mark in FILE, or writes a new one. --plot draws charts.
 """
 
 import argparse
 import datetime
-import functools
 import html
 import json
 import math
@@ -108,7 +107,8 @@ def google_rows(program, titles):
     for run in json.loads(answer.stdout)["benchmarks"]:
         if run.get("aggregate_name") == "median":
             table, role, name, size = run["run_name"].split("|")
-            rows.append({"table": table, "role": role, "name": name, "size": int(size), "nanoseconds": run["real_time"]})
+            rows.append({"table": table, "role": role, "name": name, "size": int(size),
+                         "nanoseconds": run["real_time"]})
     return rows
 
 
@@ -121,15 +121,16 @@ def plain_rows(program, titles):
 class Subject:
     """A table as one program measures it."""
 
-    def __init__(self, architecture, title, measured_rows):
+    def __init__(self, architecture, title, program, rows_of):
         self.architecture = architecture
         self.title = title
         self.wanted = GROWTH_ROUNDS if title.startswith(GROWTH) else ROUNDS
-        self.measured_rows = measured_rows
+        self.program = program
+        self.rows_of = rows_of
         self.rounds = []  # of each, the empty call and the rows
 
     def run(self):
-        rows = self.measured_rows([self.title, REFERENCE])
+        rows = self.rows_of(self.program, [self.title, REFERENCE])
         call = next(row["nanoseconds"] for row in rows if row["table"] == REFERENCE)
         of_table = [row for row in rows if row["table"] == self.title]
         self.rounds.append((call, sorted(of_table, key=lambda row: (row["name"], row["size"]))))
@@ -143,7 +144,7 @@ class Subject:
 
     def rows(self):
         """Role, name, size, times of the rounds and their median of each row."""
-        for of_row in zip(*(rows for _, rows in self.kept())):
+        for of_row in zip(*(rows for _, rows in self.kept()), strict=True):
             times = [row["nanoseconds"] for row in of_row]
             about = {name: of_row[0][name] for name in ("role", "name", "size")}
             yield about | {"times": times, "nanoseconds": statistics.median(times)}
@@ -154,16 +155,16 @@ def subjects(asked):
     for google, plain in zip(asked.google, asked.plain):
         for title in titles_of(google):
             if title != REFERENCE and re.search(asked.filter, title):
-                yield Subject(X86_64, title, functools.partial(google_rows, google))
-                yield Subject(I386, title, functools.partial(plain_rows, plain))
+                yield Subject(X86_64, title, google, google_rows)
+                yield Subject(I386, title, plain, plain_rows)
 
 
 def quickest_calls(every):
-    """Architecture to its quickest empty call."""
+    """Program to its quickest empty call."""
     least = {}
     for each in every:
         for call, _ in each.rounds:
-            least[each.architecture] = min(call, least.get(each.architecture, call))
+            least[each.program] = min(call, least.get(each.program, call))
     return least
 
 
@@ -176,7 +177,7 @@ def measure(every):
             if len(each.rounds) < 2 or time.monotonic() < end:
                 each.run()
         least = quickest_calls(every)
-        waiting = [each for each in every if not each.is_done(least[each.architecture])]
+        waiting = [each for each in every if not each.is_done(least[each.program])]
         print(f"\r{len(every) - len(waiting)} of {len(every)} tables measured ", end="", file=sys.stderr, flush=True)
         if time.monotonic() >= end and all(len(each.rounds) >= 2 for each in every):
             break
@@ -186,11 +187,12 @@ def measure(every):
 
 def quietness(every, disturbed, least):
     if not disturbed:
-        return f"{ROUNDS} quiet ones of each table; {sum(len(each.rounds) - each.wanted for each in every)} were repeated"
-    slow = max(each.kept()[-1][0] / least[each.architecture] for each in disturbed)
-    return (f"the machine was not quiet for long enough: {len(every) - len(disturbed)} of {len(every)} tables have "
-            f"{ROUNDS} quiet ones; of the others those with the quickest empty calls count, which took up to "
-            f"{slow:.2f} times the least")
+        repeated = sum(len(each.rounds) - each.wanted for each in every)
+        return f"{ROUNDS} quiet ones of each table, {GROWTH_ROUNDS} of growth; {repeated} were disturbed, and repeated"
+    slow = max(each.kept()[-1][0] / least[each.program] for each in disturbed)
+    return (f"the machine was not quiet for long enough: {len(every) - len(disturbed)} of {len(every)} tables, those "
+            "of both architectures counted, have enough quiet ones; of the others those with the quickest empty calls "
+            f"count, which took up to {slow:.2f} times the least")
 
 
 def by_table(every):
@@ -374,7 +376,10 @@ def arguments():
     parser.add_argument("--markdown", type=pathlib.Path)
     parser.add_argument("--plot", type=pathlib.Path)
     parser.add_argument("--filter", default=".")
-    return parser.parse_args()
+    asked = parser.parse_args()
+    if len(asked.google) != len(asked.plain):
+        parser.error("as many programs after --plain as after --google")
+    return asked
 
 
 def report_text(context, measured):

@@ -118,7 +118,8 @@ function(orla_test_code target level)
   if(ORLA_SANITIZE)
     target_compile_definitions(${target} PRIVATE ORLA_SANITIZED)
   endif()
-  target_include_directories(${target} PRIVATE "${PROJECT_SOURCE_DIR}" "${PROJECT_SOURCE_DIR}/tests")
+  target_include_directories(${target} PRIVATE
+    "${PROJECT_SOURCE_DIR}" "${PROJECT_SOURCE_DIR}/tests")
   target_link_libraries(${target} PRIVATE orla::orla)
 endfunction()
 

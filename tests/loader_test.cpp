@@ -393,7 +393,8 @@ TEST_F(ProcAddr, TakesASymbolWhoseValueIsNullForMissing) {
 }
 
 TEST_F(ProcAddr, OfANameWithPercentSignsPrintsThemAsTheyAre) {
-  EXPECT_TRUE(look_up("%s%n%%").starts_with("Error looking up procedure %s%n%%\n,"));
+  const std::string printed = look_up("%s%n%%");
+  EXPECT_TRUE(printed.starts_with("Error looking up procedure %s%n%%\n,")) << printed;
 }
 
 TEST_F(ProcAddr, AfterAFailedLoadSeesTheWholeProgram) {

@@ -205,7 +205,8 @@ TEST(NodeName, IsEmptyWhenTheCompanionHasNoProviderWhichTheLoaderSaysAtEveryCall
   for (int call = 0; call < 2; ++call) {
     CaptureStdout();
     EXPECT_EQ(node_name(), "");
-    EXPECT_TRUE(GetCapturedStdout().starts_with("Error looking up procedure orla_node_name\n,"));
+    const std::string printed = GetCapturedStdout();
+    EXPECT_TRUE(printed.starts_with("Error looking up procedure orla_node_name\n,")) << printed;
     EXPECT_EQ(fake_dlopen.real(kGoodModule, RTLD_NOW | RTLD_NOLOAD), nullptr);
   }
 }
