@@ -189,7 +189,7 @@ TEST(ProfileRandom, FilesOfTheFileSystemMakeNoDifference) {
   const std::string path = folder.path("profile.ini");
   const With closing(fake_mkstemp, [](char *name) {
     const int descriptor = fake_mkstemp.real(name);
-    close(descriptor);  // tens of thousands would exceed what a process may have
+    close(descriptor);  // a thousand come close to what a process may have
     return descriptor;
   });
   for (int i = 0; i < kDiskFiles && !testing::Test::HasFatalFailure(); ++i) {
