@@ -39,6 +39,7 @@ class Installed(unittest.TestCase):
         cls.folder = Path(cls.enterClassContext(tempfile.TemporaryDirectory(prefix="orla-test-")))
         cls.programs = cls.folder / "venv/bin"
         cls.run_program(sys.executable, "-m", "venv", cls.folder / "venv")
+        cls.addClassCleanup(cls.run_program, cls.programs / "pip", "uninstall", "--yes", "orla")
 
     @classmethod
     def run_program(cls, *command):
