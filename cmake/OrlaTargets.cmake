@@ -1,6 +1,7 @@
 # How our targets are compiled: one function per kind of target, so that each rule is written once.
 
 include(CheckCXXCompilerFlag)
+include(CheckLinkerFlag)
 
 # Warnings and sanitizers, for everything of ours (never for what we only use).
 function(orla_developer_flags target)
@@ -83,6 +84,16 @@ function(orla_library_code target)
   endif()
 endfunction()
 
+# The linker of GNU and that of LLVM know how; others leave the constants where they are.
+function(orla_constants_first target)
+  set(script "${PROJECT_SOURCE_DIR}/cmake/constants_first.ld")
+  check_linker_flag(CXX "LINKER:-T,${script}" ORLA_HAVE_CONSTANTS_FIRST)
+  if(ORLA_HAVE_CONSTANTS_FIRST)
+    target_link_options(${target} PRIVATE "LINKER:-T,${script}")
+    set_property(TARGET ${target} APPEND PROPERTY LINK_DEPENDS "${script}")
+  endif()
+endfunction()
+
 # A shared library of ours: its exports are the names in `map`, its soname carries the major
 # version.
 function(orla_plain_library target map)
@@ -98,6 +109,7 @@ function(orla_plain_library target map)
     LINK_DEPENDS "${PROJECT_SOURCE_DIR}/${map}")
   target_link_options(${target} PRIVATE
     "LINKER:--version-script=${PROJECT_SOURCE_DIR}/${map}" LINKER:--as-needed -static-libgcc)
+  orla_constants_first(${target})
   if(NOT ORLA_SANITIZE)
     target_link_options(${target} PRIVATE LINKER:--no-undefined)
   endif()

@@ -1,25 +1,26 @@
-// Delimited tokens. The reader looks at one character at a time and at none after the closing
-// delimiter: the memory after it need not be readable.
+// Delimited tokens. The C library finds the opening delimiter. From there on the reader looks at one
+// character at a time and at none after the closing delimiter: the memory after it need not be
+// readable.
 
 #include <orla/token.h>
 
+#include <cstddef>
 #include <cstdint>
 #include <cstring>
 
 const char *get_first_delimited_token_in_string(const char *text, char delimiter, char *out,
                                                 int out_size) noexcept {
   if (out_size > 0) *out = '\0';
-  while (*text != '\0' && *text != delimiter)
-    ++text;
-  if (*text == '\0') return nullptr;
-  ++text;
+  const char *opening = std::strchr(text, delimiter);
+  if (opening == nullptr || *opening == '\0') return nullptr;  // a delimiter of zero is found there
+  const char *token = opening + 1;
   // Quirk: without a buffer no character is skipped, so only an empty token is found.
-  for (int room = out_size > 0 ? out_size - 1 : 0; room != 0; --room) {
-    if (*text == '\0' || *text == delimiter) break;
-    *out++ = *text++;
-  }
-  if (out_size > 0) *out = '\0';
-  return *text == delimiter ? text + 1 : nullptr;
+  const std::size_t limit = out_size > 0 ? static_cast<std::size_t>(out_size) - 1 : 0;
+  std::size_t length = 0;
+  for (; length < limit && token[length] != '\0' && token[length] != delimiter; ++length)
+    out[length] = token[length];
+  if (out_size > 0) out[length] = '\0';
+  return token[length] == delimiter ? token + length + 1 : nullptr;
 }
 
 const char *get_delimited_token_in_string(const char *text, short index, char delimiter, char *out,

@@ -68,17 +68,21 @@ bool open_trace(const char *path) {
   umask(old_mask);
   trace_descriptor = fileno(trace_stream);
   std::snprintf(opened_path, sizeof opened_path, "%s", path);
-  // Unbuffered: each line is one system call, and nothing is left to flush.
+  // Unbuffered: nothing is left to flush.
   std::setvbuf(trace_stream, nullptr, _IONBF, 0);
   return true;
 }
 
-// "%m" in the message is the text of `error`.
+// One system call for each line, without the stream, which would make it a sixteenth slower. "%m" in
+// the message is the text of `error`.
 void write_line(const char *message, int error) {
   const char *stamp = orla::trace_stamp();
   errno = error;
   const orla::PercentText line(stamp, message, "");
-  std::fwrite(line.data(), 1, line.size(), trace_stream);
+  if (trace_descriptor >= 0)
+    static_cast<void>(orla::write_all(trace_descriptor, {line.data(), line.size()}));
+  else  // a stream of a program that has an fopen() of its own
+    std::fwrite(line.data(), 1, line.size(), trace_stream);
 }
 
 // Bytes of the trace file, the low 32 bits; 0 when the system does not say.

@@ -1,12 +1,13 @@
 #!/usr/bin/env python3
 """Looks into the shipped ELF files and the commands that made them for what hardens them.
 
-    hardening.py --readelf READELF --strip STRIP --build BUILD_FOLDER FILE...
+    hardening.py --readelf READELF --strip STRIP --segments NUMBER --build BUILD_FOLDER FILE...
 
 The libraries come before the tool. In the files: relocations read-only once they are done, all done
 at the start (so that no function pointer of the linker stays writable), no stack that can be
-executed, no text that is written to, position-independent code, guarded stacks. In the commands:
-what leaves no trace in small functions. The first library is held small as well.
+executed, no constants that can be, no text that is written to, position-independent code, guarded
+stacks. In the commands: what leaves no trace in small functions. The first library is held small as
+well, and mapped in so many segments.
 """
 
 import argparse
@@ -47,6 +48,8 @@ def faults_of_file(readelf, path, is_library):
         yield "functions are bound at their first call"
     if stack is None or "E" in stack[1]:
         yield "the stack can be executed"
+    if ".rodata" in executed_sections(headers):
+        yield "constants can be executed"
     if "TEXTREL" in dynamic:
         yield "code is relocated"
     if is_library and not fortified <= MAY_BE_FORTIFIED:
@@ -57,6 +60,14 @@ def faults_of_file(readelf, path, is_library):
         yield "stacks are not guarded"
     if "liborlanode" not in path and not fortified:
         yield "no call is fortified"
+
+
+def executed_sections(headers):
+    """The sections in segments that can be executed."""
+    segments = re.findall(r"^ +(\w+) +0x.* ([RWE ]{3}) 0x\w+$", headers, re.M)
+    sections = re.findall(r"^ +\d\d +(.*)$", headers, re.M)  # in the order of the segments
+    return {name for (kind, flags), names in zip(segments, sections)
+            if kind == "LOAD" and "E" in flags for name in names.split()}
 
 
 def faults_of_commands(build, is_64_bit):
@@ -109,6 +120,7 @@ def main():
     parser = argparse.ArgumentParser()
     parser.add_argument("--readelf", required=True)
     parser.add_argument("--strip", required=True)
+    parser.add_argument("--segments", type=int, required=True)
     parser.add_argument("--build", type=pathlib.Path, required=True)
     parser.add_argument("files", nargs="+")
     options = parser.parse_args()
@@ -124,6 +136,9 @@ def main():
     print(f"{library} takes {size} bytes without its symbols")
     if size >= LARGEST_LIBRARY:
         faults.append(f"{library}: more than {LARGEST_LIBRARY} bytes")
+    segments = output_of(options.readelf, "--wide", "--program-headers", library).count(" LOAD ")
+    if segments != options.segments:
+        faults.append(f"{library}: {segments} segments")
     print("\n".join(faults))
     return 1 if faults else 0
 
