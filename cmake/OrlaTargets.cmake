@@ -1,7 +1,7 @@
 # How our targets are compiled: one function per kind of target, so that each rule is written once.
 
 include(CheckCXXCompilerFlag)
-include(CheckLinkerFlag)
+include(CheckCXXSourceCompiles)
 
 # Warnings and sanitizers, for everything of ours (never for what we only use).
 function(orla_developer_flags target)
@@ -84,10 +84,13 @@ function(orla_library_code target)
   endif()
 endfunction()
 
-# The linker of GNU and that of LLVM know how; others leave the constants where they are.
+# Linkers that do not know such a script leave the constants where they put them themselves.
 function(orla_constants_first target)
   set(script "${PROJECT_SOURCE_DIR}/cmake/constants_first.ld")
-  check_linker_flag(CXX "LINKER:-T,${script}" ORLA_HAVE_CONSTANTS_FIRST)
+  # The check links a program, but by the linker that a builder chose for libraries.
+  separate_arguments(CMAKE_REQUIRED_LINK_OPTIONS UNIX_COMMAND "${CMAKE_SHARED_LINKER_FLAGS}")
+  list(APPEND CMAKE_REQUIRED_LINK_OPTIONS "LINKER:-T,${script}")
+  check_cxx_source_compiles("int main() {}" ORLA_HAVE_CONSTANTS_FIRST)
   if(ORLA_HAVE_CONSTANTS_FIRST)
     target_link_options(${target} PRIVATE "LINKER:-T,${script}")
     set_property(TARGET ${target} APPEND PROPERTY LINK_DEPENDS "${script}")
