@@ -32,11 +32,13 @@ Calls &seen() {
 }
 
 const char *running = nullptr;  // the function of the library that is running
+int calls_of_stand_ins = 0;
 
 // A function that is running, from its call to its return.
 class Running {
  public:
   explicit Running(const char *name) : earlier_(std::exchange(running, name)) {
+    ++calls_of_stand_ins;
     if (earlier_ != nullptr) seen().emplace(name, earlier_);
   }
   ~Running() { running = earlier_; }
@@ -261,6 +263,12 @@ TEST(Interposition, ReachesByNameWhatTheManualLists) {
   EXPECT_EQ(shown(manual, calls), "") << "listed in orla(3), and not called by name";
   EXPECT_EQ(shown(calls, manual), "") << "called by name, and not listed in orla(3)";
   EXPECT_FALSE(manual.empty());
+}
+
+TEST(Interposition, ReachesByNameWhatSkipsATokenAndWhatReadsTheNext) {
+  char token[8];
+  get_delimited_token_in_string("''''", 1, '\'', token, 8);
+  EXPECT_EQ(calls_of_stand_ins, 2);
 }
 
 // The numbers that the library preset then go on.
