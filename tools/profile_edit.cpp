@@ -71,15 +71,11 @@ ProfileLock::ProfileLock(Run &run, const std::string &file) {
   const bool is_held = acquire(run, file);
   sigset_t all;
   sigfillset(&all);
-  // A limit of the file size makes writing fail instead of ending the process.
-  sigdelset(&all, SIGXFSZ);
-  size_limit_ = signal(SIGXFSZ, SIG_IGN);
   sigprocmask(SIG_BLOCK, is_held ? &all : nullptr, &signals_);
 }
 
 ProfileLock::~ProfileLock() {
   if (held_ != -1) close(held_);
-  signal(SIGXFSZ, size_limit_);
   sigprocmask(SIG_SETMASK, &signals_, nullptr);
 }
 

@@ -33,8 +33,7 @@ class ProfileLock {
 
   int held_ = -1;  // the descriptor whose lock is held
   std::string error_;
-  sigset_t signals_;         // that were held back before
-  void (*size_limit_)(int);  // what SIGXFSZ did before
+  sigset_t signals_;  // that were held back before
 };
 
 // Why the library could not rewrite a file with a text of `size` bytes, as far as that can be seen.

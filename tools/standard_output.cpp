@@ -5,6 +5,7 @@
 #include <unistd.h>
 
 #include <cerrno>
+#include <csignal>
 #include <cstdio>
 
 namespace orla_tool {
@@ -23,6 +24,7 @@ void open_closed_descriptors() {
 
 void prepare_standard_output() {
   open_closed_descriptors();
+  std::signal(SIGXFSZ, SIG_IGN);
   static char buffer[kBufferSize];
   if (isatty(STDOUT_FILENO) == 0) std::setvbuf(stdout, buffer, _IOFBF, sizeof buffer);
 }

@@ -3,6 +3,7 @@
 #include <fcntl.h>
 #include <orla/trace.h>
 #include <sys/stat.h>
+#include <sys/syscall.h>
 #include <unistd.h>
 
 #include <CLI/CLI.hpp>
@@ -11,6 +12,7 @@
 #include <cstdlib>
 #include <cstring>
 #include <memory>
+#include <utility>
 
 #include "command.h"
 #include "inputs.h"
@@ -18,6 +20,14 @@
 
 namespace orla_tool {
 namespace {
+
+// What the system took since this was last emptied, and why it took no more, if it did not.
+struct Writing {
+  std::size_t bytes = 0;
+  int error = 0;
+};
+
+Writing writing;
 
 // Without its line feed, which ends every message of a service.
 constexpr std::size_t kLongestMessage = ORLA_STATUSLOG_SIZE - 2;
@@ -27,19 +37,6 @@ void write_as_services_do(const Input &message) {
                 message.text);
   TavTrace(statuslog);
   statuslog[0] = '\0';
-}
-
-// Why a device takes no more, for example because it is full; empty when it takes more, and for
-// anything but a device.
-std::string why_device_takes_nothing(const char *path) {
-  struct stat file;
-  if (stat(path, &file) != 0 || !S_ISCHR(file.st_mode)) return "";
-  const int descriptor = open(path, O_WRONLY | O_NOCTTY | O_NONBLOCK | O_CLOEXEC);
-  if (descriptor == -1) return "";
-  const bool is_full = write(descriptor, "", 0) == -1;
-  std::string reason = is_full ? std::strerror(errno) : "";
-  close(descriptor);
-  return reason;
 }
 
 std::string why_it_does_not_open(const char *path) {
@@ -66,39 +63,36 @@ void trace_to_output(const Run &run, const Input &message, Report &report) {
   report.row("line", "line", line.substr(0, line.find_last_not_of('\n') + 1));
 }
 
-// The size of a regular file; -1 for anything else.
-std::int64_t size_of(const char *path) {
-  struct stat file;
-  return stat(path, &file) == 0 && S_ISREG(file.st_mode) ? file.st_size : -1;
+// Why a line is not in the file as a whole; empty when it is.
+std::string why_not_written(const Writing &traced, const std::string &file) {
+  if (traced.error != 0 && traced.bytes != 0)
+    return "the line was cut after " + std::to_string(traced.bytes) +
+           " bytes in the trace file \"" + file + "\": " + std::strerror(traced.error);
+  if (traced.error != 0)
+    return "nothing was written to the trace file \"" + file + "\": " + std::strerror(traced.error);
+  if (traced.bytes != 0) return "";
+  return "nothing was written: the trace file \"" + file + "\" cannot be opened (" +
+         why_it_does_not_open(file.c_str()) + "); set K7LOG_PATH to a file that may be written";
 }
 
-// Why a file that opened did not take the line, by its size before; empty when it did.
-std::string why_not_written(const char *path, std::int64_t size_before, bool rotated) {
-  if (size_before < 0) return why_device_takes_nothing(path);
-  return !rotated && size_of(path) == size_before ? "it did not grow; is the disk full?" : "";
-}
-
-bool trace_to_file(Run &run, const Input &message, const char *path, Report &report) {
-  const std::int64_t size_before = size_of(path);
-  Captured errors(STDERR_FILENO);
-  write_as_services_do(message);
-  const std::string complaint = errors.text();
-  if (!complaint.empty()) {
-    run.fail("nothing was written: the trace file \"" + std::string(path) +
-             "\" cannot be opened (" + why_it_does_not_open(path) +
-             "); set K7LOG_PATH to a file that may be written");
-    return false;
+bool trace_to_file(Run &run, const Input &message, const std::string &path, Report &report) {
+  {
+    const Captured complaint(STDERR_FILENO);  // of a file that does not open
+    writing = {};
+    write_as_services_do(message);
   }
+  const Writing traced = std::exchange(writing, {});
   struct stat file;
-  const bool rotated = stat(path, &file) != 0 && errno == ENOENT;
-  const std::string reason = why_not_written(path, size_before, rotated);
+  const bool rotated = traced.bytes != 0 && stat(path.c_str(), &file) != 0 && errno == ENOENT;
+  const std::string to = rotated ? path + ".1" : path;
+  const std::string reason = why_not_written(traced, to);
   if (!reason.empty()) {
-    run.fail("nothing was written to the trace file \"" + std::string(path) + "\": " + reason);
+    run.fail(reason);
     return false;
   }
   report_line(report, message);
   report.row(
-      "to", "to", rotated ? std::string(path) + ".1" : path,
+      "to", "to", to,
       rotated ? "the file had reached its size limit and was renamed to this" : "by K7LOG_PATH");
   return true;
 }
@@ -121,6 +115,20 @@ void trace_messages(Run &run, const std::vector<std::string> &messages) {
 }
 
 }  // namespace
+}  // namespace orla_tool
+
+// The library writes a line with write() and does not tell how that ended. Only the call itself
+// knows: the file's size is also that of what other processes trace. So the tool has a write() of
+// its own, which the library then calls.
+extern "C" [[gnu::visibility("default")]] ssize_t write(int descriptor, const void *bytes,
+                                                        std::size_t size) {
+  const long written = syscall(SYS_write, descriptor, bytes, size);
+  orla_tool::writing.error = written < 0 ? errno : 0;
+  if (written > 0) orla_tool::writing.bytes += static_cast<std::size_t>(written);
+  return written;
+}
+
+namespace orla_tool {
 
 void add_trace_command(CLI::App &program, Run &run) {
   const auto messages = std::make_shared<std::vector<std::string>>();

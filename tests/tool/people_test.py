@@ -5,6 +5,7 @@ does where its output goes nowhere."""
 import os
 import pty
 import re
+import resource
 import signal
 import subprocess
 import sys
@@ -165,6 +166,14 @@ class OutputThatGoesNowhere(tool.Tool):
             self.assertEqual(result.returncode, 1, arguments)
             self.assertEqual(result.stderr, "orla: the result could not be written to standard output: "
                              "No space left on device\n")
+
+    def test_a_limit_of_the_file_size_is_a_failure_too(self):
+        with tempfile.TemporaryFile() as file:
+            result = subprocess.run([tool.PATH, "now"], stdout=file, stderr=subprocess.PIPE, text=True,
+                                    env=self.environment(), check=False,
+                                    preexec_fn=lambda: resource.setrlimit(resource.RLIMIT_FSIZE, (0, 0)))
+        self.assertEqual((result.returncode, result.stderr),
+                         (1, "orla: the result could not be written to standard output: File too large\n"))
 
     def run_into_closed_pipe(self, disposition):
         reading, writing = os.pipe()

@@ -5,8 +5,9 @@ import os
 import pathlib
 import re
 import resource
-import signal
+import shutil
 import sys
+import unittest
 
 import tool
 
@@ -164,15 +165,67 @@ class Trace(ToolTest):
         self.assertEqual(said["to"], str(self.path) + ".1")
         self.assertFalse(self.path.exists())
 
-    def test_tells_that_the_file_did_not_grow(self):
-        def no_file_may_grow():
-            signal.signal(signal.SIGXFSZ, signal.SIG_IGN)
-            resource.setrlimit(resource.RLIMIT_FSIZE, (1, 1))
-        self.path.write_text("x")
-        result = self.orla("trace", "lost", preexec_fn=no_file_may_grow,
-                           environment={"K7LIB_VERB": "y", "K7LOG_PATH": str(self.path)})
+    # In a mount namespace of its own: a file system of two pages, of which the trace file has the
+    # bytes given and another file the rest. What the file then holds follows what the tool prints.
+    FULL_DISK = """
+        mount -t tmpfs -o size=8k none "$1" || exit 125
+        [ "$2" -eq 0 ] || head -c "$2" /dev/zero > "$1/trace"
+        head -c 8192 /dev/zero > "$1/filler" 2> /dev/null
+        K7LIB_VERB=y K7LOG_PATH=$1/trace "$3" trace lost also
+        status=$?
+        tail -c +"$(($2 + 1))" "$1/trace"
+        exit "$status"
+    """
+
+    def trace_to_a_full_disk(self, size):
+        """Two messages, with so many bytes in the trace file."""
+        folder = self.path.with_name("disk")
+        folder.mkdir()
+        user = [] if os.geteuid() == 0 else ["--map-root-user"]
+        result = self.orla_under(["unshare", "--mount", *user, "sh", "-c", self.FULL_DISK, "sh",
+                                  str(folder), str(size)])
+        if result.status == 125 or result.err.startswith("unshare:"):
+            self.skipTest("no mounts of its own for this process: " + result.err)
         self.assertEqual(result.status, 1)
-        self.assertIn("did not grow", result.err)
+        return result.out, result.err.replace(str(folder), "disk")
+
+    @unittest.skipUnless(shutil.which("unshare"), "unshare is not installed")
+    def test_tells_that_the_disk_is_full(self):
+        nothing = 'orla: nothing was written to the trace file "disk/trace": No space left on device\n'
+        self.assertEqual(self.trace_to_a_full_disk(0), ("", nothing * 2))
+
+    @unittest.skipUnless(shutil.which("unshare"), "unshare is not installed")
+    def test_tells_that_a_full_disk_cut_the_line(self):
+        out, err = self.trace_to_a_full_disk(4090)
+        self.assertRegex(out, r"\A\d\d/\d\d/\Z")
+        cut, nothing = err.splitlines()
+        self.assertEqual(cut, 'orla: the line was cut after 6 bytes in the trace file "disk/trace": '
+                         "No space left on device")
+        self.assertIn("nothing was written", nothing)
+
+    def trace_within(self, limit):
+        """A run in which no file may have more bytes than that."""
+        return self.orla("trace", "lost", environment={"K7LIB_VERB": "y", "K7LOG_PATH": str(self.path)},
+                         preexec_fn=lambda: resource.setrlimit(resource.RLIMIT_FSIZE, (limit, limit)))
+
+    def test_tells_that_a_limit_kept_the_file_from_growing(self):
+        self.path.write_text("x")
+        for limit in (0, 1):
+            result = self.trace_within(limit)
+            self.assertEqual((result.status, result.out, result.err),
+                             (1, "", f'orla: nothing was written to the trace file "{self.path}": '
+                              "File too large\n"))
+
+    def test_tells_that_the_line_was_cut_that_moved_the_file(self):
+        self.path.write_bytes(b"." * ROTATION_SIZE)
+        result = self.trace_within(ROTATION_SIZE + 6)
+        self.assertEqual((result.status, result.out, result.err),
+                         (1, "", f'orla: the line was cut after 6 bytes in the trace file "{self.path}.1": '
+                          "File too large\n"))
+
+    def test_tells_that_a_file_does_not_open_where_a_limit_silences_the_library(self):
+        self.path = self.path / "below"
+        self.assertIn("cannot be opened (No such file or directory)", self.trace_within(0).err)
 
     def test_tells_that_a_device_is_full(self):
         run = self.run_tool("trace", "lost", status=1, K7LIB_VERB="y", K7LOG_PATH="/dev/full")
