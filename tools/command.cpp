@@ -5,6 +5,7 @@
 #include <CLI/CLI.hpp>
 #include <cstdio>
 
+#include "fields.h"
 #include "standard_output.h"
 
 namespace orla_tool {
@@ -72,8 +73,17 @@ CLI::App *add_command(CLI::App &parent, Run &run, const Command &command,
                       std::function<void()> action) {
   CLI::App *added = parent.add_subcommand(command.name, command.description);
   add_common_options(*added, run, command);
-  added->callback(std::move(action));
+  added->callback([&run, added, action = std::move(action)] {
+    const std::string reason = why_no_field(*added, run.field);
+    if (!run.field.empty() && !reason.empty()) return run.fail(reason);
+    action();
+  });
   return added;
+}
+
+std::string path_of(const CLI::App &command) {
+  const CLI::App *parent = command.get_parent();
+  return (parent == nullptr ? "" : path_of(*parent) + ' ') + command.get_name();
 }
 
 }  // namespace orla_tool

@@ -62,12 +62,16 @@ struct Command {
 // Adds what every command has: --json, --field, --color, and the end of its help.
 void add_common_options(CLI::App &app, Run &run, const Command &command);
 
-// A subcommand of `parent` that does something.
+// A subcommand of `parent` that does something. Nothing is done where its report cannot have the
+// value that --field names.
 CLI::App *add_command(CLI::App &parent, Run &run, const Command &command,
                       std::function<void()> action);
 
 // One that groups others, of which one is to be chosen.
 CLI::App *add_group(CLI::App &parent, Run &run, const Command &command);
+
+// Such as "orla profile get".
+std::string path_of(const CLI::App &command);
 
 void add_date_command(CLI::App &program, Run &run);
 void add_help_command(CLI::App &program, Run &run);

@@ -4,6 +4,7 @@
 
 #include <CLI/CLI.hpp>
 
+#include "fields.h"
 #include "help_command.h"
 #include "profile_file.h"
 #include "profile_lint.h"
@@ -133,7 +134,8 @@ void print_values(const Place &place) {
   if (wanted == "SUBCOMMAND") print_helped(place);
 }
 
-void print_option_values(const CLI::Option &option) {
+void print_option_values(const CLI::App &command, const CLI::Option &option) {
+  if (option.check_name("--field")) print_words(fields_of(command));
   if (option.check_name("--color")) print_words({"auto", "always", "never"});
   if (option.check_name("--ignore")) print_words(kinds_of_findings());
 }
@@ -145,7 +147,7 @@ void print_completions(const CLI::App &program, const std::vector<std::string> &
   Place place = {&program, {}};
   for (std::size_t i = 0; i + 1 < words.size(); ++i)
     advance(place, words[i]);
-  if (place.awaiting != nullptr) return print_option_values(*place.awaiting);
+  if (place.awaiting != nullptr) return print_option_values(*place.command, *place.awaiting);
   if (!place.only_values && words.back().starts_with('-')) return print_options(*place.command);
   print_subcommands(*place.command);
   print_values(place);

@@ -34,14 +34,6 @@ const CLI::App &innermost(const CLI::App &program) {
   return *app;
 }
 
-// Such as "orla profile get".
-std::string path_of(const CLI::App &app) {
-  std::string path = app.get_name();
-  for (const CLI::App *above = app.get_parent(); above != nullptr; above = above->get_parent())
-    path.insert(0, above->get_name() + " ");
-  return path;
-}
-
 // What was given and has no meaning here, if anything: first of all an option, as a word after it
 // may be its value.
 std::string unexpected(const CLI::App &program) {
@@ -75,7 +67,7 @@ int parse_failed(CLI::App &program, Run &run, const CLI::ParseError &error) {
     return orla_tool::kDone;
   }
   run.complain(what_is_wrong(program, error),
-               "Try \"" + path_of(innermost(program)) + " --help\".");
+               "Try \"" + orla_tool::path_of(innermost(program)) + " --help\".");
   return orla_tool::kWrongUse;
 }
 

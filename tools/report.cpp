@@ -53,18 +53,22 @@ class FieldSearch {
     }
   }
 
-  Values found() const { return elements_of(found_); }
+  const Values &found() const { return found_; }
   const std::string &missing() const { return missing_; }
 
  private:
   void go(const std::string &step) {
+    static const Json kNone;  // of an element that lacks the name: the others keep their places
+    for (const Json *value : found_)
+      in_array_ = in_array_ || value->is_array();
     Values next;
     for (const Json *value : elements_of(found_)) {
       const auto member = value->is_object() ? value->find(step) : value->end();
-      if (member == value->end()) return lack(*value);
-      if (member->is_null() && value->contains(step + "_missing"))
+      const bool is_there = member != value->end();
+      if (!is_there && !in_array_) return lack(*value);
+      if (is_there && member->is_null() && value->contains(step + "_missing"))
         missing_ = name_ + ": " + (*value)[step + "_missing"].get<std::string>();
-      next.push_back(&*member);
+      next.push_back(is_there ? &*member : &kNone);
     }
     found_ = next;
   }
@@ -77,6 +81,7 @@ class FieldSearch {
 
   std::string name_;
   Values found_;
+  bool in_array_ = false;  // whether an array has been passed
   std::string missing_;
 };
 
@@ -92,6 +97,7 @@ void append_json_list(std::string &out, const std::vector<std::string> &texts) {
 }  // namespace
 
 std::string value_text(const Json &value) {
+  if (value.is_null()) return "";
   return value.is_string() ? value.get<std::string>() : json_text(value, -1);
 }
 
@@ -188,7 +194,7 @@ Field Report::field(const std::string &name, bool as_json) const {
   const FieldSearch search(json_, name);
   if (!search.missing().empty()) return {"", search.missing()};
   std::string text;
-  for (const Json *value : search.found())
+  for (const Json *value : as_json ? search.found() : elements_of(search.found()))
     text += (as_json ? json_text(*value, -1) : visible(value_text(*value))) + '\n';
   return {text, ""};
 }

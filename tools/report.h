@@ -15,7 +15,7 @@ namespace orla_tool {
 
 using Json = nlohmann::ordered_json;
 
-// A value as it stands in a row.
+// A value as it stands in a row; nothing for null.
 std::string value_text(const Json &value);
 inline std::string value_text(std::string_view value) { return std::string(value); }
 inline std::string value_text(const std::string &value) { return value; }
@@ -104,7 +104,8 @@ class Report {
 
   // The value under a name such as "processors.count", for scripts: a text as it stands in a row,
   // an array as one line for each element. A name leads through the elements of an array to theirs,
-  // with or without "[]".
+  // with or without "[]"; an element that lacks it has an empty line. As JSON a value is one line,
+  // also an array.
   Field field(const std::string &name, bool as_json) const;
 
  private:

@@ -15,8 +15,8 @@ struct OutputFailed {
 };
 
 // To be called first. A standard descriptor that is closed is opened on /dev/null, so that no file
-// of the library's takes its place; standard output gets a large buffer unless it is a terminal; and a limit of the
-// file size makes writing fail, with a message, instead of ending the process.
+// of the library's takes its place. Standard output gets a large buffer unless it is a terminal. A
+// limit of the file size makes writing fail, with a message, instead of ending the process.
 void prepare_standard_output();
 
 void print(std::string_view text);

@@ -89,10 +89,8 @@ class Maker {
 
 // Written as they are made, so that any number of them needs no memory.
 void make_new(Run &run, const UuidArguments &arguments) {
-  if (!run.field.empty() && run.field != "uuids")
-    return run.fail("the report has no field " + in_quotes(run.field) + "; it has uuids");
   const bool is_object = run.json && run.field.empty();
-  print(is_object ? "{\n  \"uuids\": [\n" : "");
+  print(is_object ? "{\n  \"uuids\": [\n" : run.json ? "[" : "");
   run.progress.begin_beside_output("UUIDs", static_cast<std::uint64_t>(arguments.count));
   Maker maker;
   k7_uuid__t uuid;
@@ -102,10 +100,11 @@ void make_new(Run &run, const UuidArguments &arguments) {
     const auto length = static_cast<std::size_t>(orla_uuid_encode(&uuid, text));
     print(is_object ? "    \"" : run.json ? "\"" : "");
     print({text, length});
-    print(!run.json ? "\n" : !is_object || left == 1 ? "\"\n" : "\",\n");
+    print(!run.json ? "\n" : left > 1 ? "\"," : "\"");
+    print(is_object ? "\n" : "");
     run.progress.step();
   }
-  print(is_object ? "  ]\n}\n" : "");
+  print(is_object ? "  ]\n}\n" : run.json ? "]\n" : "");
 }
 
 void make_reserved(Run &run, const UuidArguments &arguments) {

@@ -90,7 +90,8 @@ class Proposals(CompletionCase):
                       ["profile", "diff", "a"]):
             self.assertEqual(self.proposed(*words, ""), [":files"], words)
         for words in (["uuid", "show"], ["load", "x.so"], ["profile", "lint", "--int"], ["host"],
-                      ["profile", "diff", "a", "b"], ["--field"]):
+                      ["profile", "diff", "a", "b"], ["--field"],
+                      ["help", "--field"]):
             self.assertEqual(self.proposed(*words, ""), [], words)
 
     def test_are_the_sections_and_keys_of_the_file(self):
@@ -112,6 +113,7 @@ class Proposals(CompletionCase):
 
     def test_are_the_words_that_an_option_takes(self):
         self.assertEqual(self.proposed("uuid", "--color", ""), ["auto", "always", "never"])
+        self.assertEqual(self.proposed("uuid", "compare", "--field", ""), ["input", "order", "equal"])
         self.assertIn("remark", self.proposed("profile", "lint", "--ignore", ""))
 
     def test_are_the_subcommands_whose_help_can_be_had(self):

@@ -157,10 +157,16 @@ class Json(tool.Tool):
                     if command in changing:
                         self.assertEqual(len(found), 1)
                     elif "[]" not in name:
-                        self.assertEqual(found, expected if isinstance(expected, list) else [expected])
+                        self.assertEqual(found, [expected])
                     else:
-                        for each in expected if isinstance(expected, list) else [expected]:
-                            self.assertIn(each, found)
+                        self.assertIn(expected, found)
+
+    def test_the_tool_knows_every_documented_name(self):
+        for command, keys in documented().items():
+            proposed = self.orla("--complete", *command.split(), "--field", "").out.split()
+            several = "- for the lines of standard input" in self.orla(*command.split(), "--help").out
+            wanted = ["input"] * several + [key.replace("[]", "") for key in keys]
+            self.assertEqual(proposed, wanted, command)
 
     def test_a_field_is_bare_text(self):
         self.assertEqual(self.orla("date", "show", "0", "--field", "date").out, "12/28/1986\n")
@@ -171,6 +177,50 @@ class Json(tool.Tool):
         self.assertGreaterEqual(int(count), 1)
         self.assertEqual(self.orla("load", GOOD_MODULE, "orla_module_answer", "no", "--field",
                                    "symbols.found").out, "true\nfalse\n")
+
+    def test_a_field_is_a_line_of_json_where_that_is_wanted(self):
+        for arguments, output in ((["date", "lengths", "2007", "2", "--field", "months"], "[28]\n"),
+                                  (["tokens", '"a" "b c"', "--field", "tokens"], '["a","b c"]\n'),
+                                  (["tokens", '"a"', "", "--field", "tokens"], '["a"]\n[]\n'),
+                                  (["tokens", "", "--field", "tokens[]"], "[]\n"),
+                                  (["uuid", "reserved", "1", "--field", "uuids"], '["'),
+                                  (["load", GOOD_MODULE, "no", "--field", "symbols[].found"], "false\n"),
+                                  (["load", GOOD_MODULE, "no", "--field", "symbols"], '[{"name":"no",')):
+            self.assertTrue(self.orla(*arguments, "--json").out.startswith(output), arguments)
+        for count in (1, 3):
+            line, = self.orla("uuid", "new", "-n", str(count), "--field", "uuids", "--json").out.splitlines()
+            self.assertEqual(len(json.loads(line)), count)
+
+    def test_an_element_without_the_name_has_an_empty_line(self):
+        symbols = ["orla_module_answer", "nope", "orla_module_answer"]
+        for name in ("symbols[].reason", "symbols.reason"):
+            result = self.orla("load", GOOD_MODULE, *symbols, "--field", name)
+            self.assertEqual((result.status, result.err), (1, ""))
+            self.assertRegex(result.out, r"\A\n.*undefined symbol: nope\n\n\Z")
+        result = self.orla("load", GOOD_MODULE, symbols[0], "--field", "symbols.reason")
+        self.assertEqual((result.status, result.out, result.err), (0, "\n", ""))
+        result = self.orla("load", GOOD_MODULE, symbols[0], "--field", "symbols.reason", "--json")
+        self.assertEqual((result.status, result.out), (0, "null\n"))
+        changed = self.run_command("profile diff", ["FILE", "EMPTY"], "--field", "differences.new")
+        self.assertEqual((changed.status, changed.out, changed.err), (1, "null\n", ""))
+
+    def test_a_misspelt_field_is_refused_before_anything_is_done(self):
+        for command, calls in CALLS.items():
+            for name in ("typo", "input.typo", ".", "processors.", "symbols[].typo", "[]"):
+                result = self.run_command(command, calls[0], "--field", name)
+                self.assertEqual((result.status, result.out), (1, ""), (command, name))
+                self.assertIn(f'the report has no field "{name}"', result.err)
+                with open(self.profile, encoding="ascii") as file:
+                    self.assertEqual(file.read(), "[M]\nK=5\nlast", command)
+        # Where the array is empty.
+        result = self.run_command("profile diff", ["FILE", "FILE"], "--field", "differences.typo")
+        self.assertEqual((result.status, result.err.partition("; ")[2]), (1, "it has section, key, old, new\n"))
+        result = self.run_command("profile diff", ["FILE", "FILE"], "--field", "differences.new")
+        self.assertEqual((result.status, result.out, result.err), (0, "", ""))
+
+    def test_a_reason_is_a_field_too(self):
+        self.assertIn("cannot open", self.orla("load", "nowhere.so", "--field", "by_name_missing").out)
+        self.assert_fails("load", GOOD_MODULE, "--field", "by_name_missing", naming="it has library, opened, file\n")
 
     def test_a_field_that_is_not_there_is_a_failure(self):
         self.assert_fails("host", "--field", "nope",
