@@ -30,12 +30,6 @@ struct Place {
 
 bool takes_value(const CLI::Option &option) { return option.get_items_expected_max() > 0; }
 
-const CLI::Option *find_option(const CLI::App &command, const std::string &name) {
-  for (const CLI::Option *option : command.get_options())
-    if (option->nonpositional() && option->check_name(name)) return option;
-  return nullptr;
-}
-
 bool looks_like_option(const std::string &word) { return word.size() > 1 && word[0] == '-'; }
 
 void advance(Place &place, const std::string &word) {

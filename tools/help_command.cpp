@@ -32,10 +32,15 @@ std::size_t distance(const std::string &a, const std::string &b) {
   return steps[a.size()][b.size()];
 }
 
-// "; did you mean ...?" for the one of `words` that is most like `word`; nothing when none is.
-std::string suggestion(const std::string &word, const std::vector<std::string> &words) {
-  constexpr std::size_t kLongest = 40;  // longer than any name
-  if (word.size() < 2 || word.size() > kLongest) return "";
+constexpr std::size_t kLongestName = 40;  // and more than any has
+
+std::string did_you_mean(const std::string &meant) { return "; did you mean " + meant + "?"; }
+
+// "; did you mean ...?" for the one of `words` that is most like a word, in capitals or not;
+// nothing when none is.
+std::string suggestion(const std::string &given, const std::vector<std::string> &words) {
+  if (given.size() < 2 || given.size() > kLongestName) return "";
+  const std::string word = CLI::detail::to_lower(given);
   std::size_t least = std::max<std::size_t>(word.size() / 3, 1) + 1;
   const std::string *best = nullptr;
   for (const std::string &each : words) {
@@ -44,7 +49,30 @@ std::string suggestion(const std::string &word, const std::vector<std::string> &
     least = steps;
     best = &each;
   }
-  return best == nullptr ? "" : "; did you mean " + in_quotes(*best) + "?";
+  return best == nullptr ? "" : did_you_mean(in_quotes(*best));
+}
+
+// The paths of all subcommands of a name, for a message: several commands may have one.
+void add_paths(const CLI::App &command, const std::string &name, std::string &paths) {
+  for (const CLI::App *each : command.get_subcommands({})) {
+    if (each->get_name() == name)
+      paths += (paths.empty() ? "" : " or ") + in_quotes(path_of(*each));
+    add_paths(*each, name, paths);
+  }
+}
+
+// The right word, but in capitals, at another command's place, or without its dashes.
+std::string elsewhere(const CLI::App &command, const std::string &given) {
+  if (given.size() > kLongestName) return "";
+  const std::string word = CLI::detail::to_lower(given);
+  const CLI::App *program = &command;
+  while (program->get_parent() != nullptr)
+    program = program->get_parent();
+  std::string meant;
+  add_paths(*program, word, meant);
+  if (meant.empty() && find_option(command, "--" + word) != nullptr)
+    meant = in_quotes(path_of(command) + " --" + word);
+  return meant.empty() ? "" : did_you_mean(meant);
 }
 
 std::vector<std::string> subcommand_names(const CLI::App &command) {
@@ -88,13 +116,30 @@ const CLI::App *find_subcommand(const CLI::App &command, const std::string &name
   return nullptr;
 }
 
+const CLI::Option *find_option(const CLI::App &command, const std::string &name) {
+  for (const CLI::Option *option : command.get_options())
+    if (option->nonpositional() && option->check_name(name)) return option;
+  return nullptr;
+}
+
 std::string no_subcommand(const CLI::App &command, const std::string &name) {
-  return "there is no subcommand " + in_quotes(name) + suggestion(name, subcommand_names(command));
+  const std::string meant = elsewhere(command, name);
+  return "there is no subcommand " + in_quotes(name) +
+         (!meant.empty() ? meant : suggestion(name, subcommand_names(command)));
 }
 
 std::string no_option(const CLI::App &command, const std::string &name) {
+  const std::string bare = name.substr(0, name.find('='));
+  if (find_option(command, bare) != nullptr)
+    return "write " + bare + " after " + in_quotes(command.get_name());
   return "there is no option " + in_quotes(name) +
          (name.starts_with("--") ? suggestion(name, option_names(command)) : "");
+}
+
+std::string help_goes_first(const CLI::App &command, const std::string &word) {
+  std::string path = path_of(command);
+  return in_quotes(word) + " was not expected" +
+         did_you_mean(in_quotes(path.insert(path.find(' '), " help")));
 }
 
 void add_help_command(CLI::App &program, Run &run) {

@@ -34,27 +34,18 @@ const CLI::App &innermost(const CLI::App &program) {
   return *app;
 }
 
-// What was given and has no meaning here, if anything: first of all an option, as a word after it
-// may be its value.
-std::string unexpected(const CLI::App &program) {
-  std::string word;
-  for (const std::string &each : program.remaining(true)) {
-    if (each == "--") continue;
-    if (each.starts_with('-')) return each;
-    if (word.empty()) word = each;
-  }
-  return word;
-}
-
 std::string what_is_wrong(const CLI::App &program, const CLI::ParseError &error) {
   std::string text = error.what();
   if (dynamic_cast<const CLI::ArgumentMismatch *>(&error) != nullptr && text.ends_with(" missing"))
     return text.substr(0, text.find(':')) + " needs a value";
   // Something that is missing may have been misspelt.
-  const std::string word = unexpected(program);
-  if (word.empty()) return text;
+  const std::vector<std::string> unexpected = program.remaining(true);
+  if (unexpected.empty() || unexpected.front() == "--") return text;
+  const std::string &word = unexpected.front();
   const CLI::App &app = innermost(program);
   if (word.starts_with('-')) return orla_tool::no_option(app, word);
+  if (CLI::detail::to_lower(word) == "help" && &app != &program)
+    return orla_tool::help_goes_first(app, word);
   if (app.get_require_subcommand_min() > 0) return orla_tool::no_subcommand(app, word);
   return orla_tool::in_quotes(word) + " was not expected";
 }

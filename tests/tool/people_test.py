@@ -257,7 +257,33 @@ class Help(tool.Tool):
                 (["now", "-x"], 'there is no option "-x"'),
                 (["names", "x"], '"x" was not expected'),
                 (["uuid", "new", "-n"], "--count needs a value"),
-                (["--", "host"], "A subcommand is required")):
+                (["--", "host"], "A subcommand is required"),
+                (["names", "x", "--typo"], '"x" was not expected'),
+                (["names", "--typo", "x"], 'there is no option "--typo"')):
+            with self.subTest(arguments=arguments):
+                self.assert_wrong_use(*arguments, naming=f"orla: {message}\nTry ")
+
+    def test_wrong_use_names_the_right_place_for_a_word(self):
+        for arguments, message in (
+                (["date", "--iso", "show", "7673"], 'write --iso after "show"'),
+                (["--iso", "date", "show", "7673"], 'write --iso after "show"'),
+                (["profile", "--int", "get", "f", "s", "k"], 'write --int after "get"'),
+                (["profile", "--default=7", "get", "f", "s", "k"], 'write --default after "get"'),
+                (["uuid", "-n", "3", "new"], 'write -n after "new"'),
+                (["parse", "2007-12-31"], 'there is no subcommand "parse"; did you mean "orla date parse"?'),
+                (["lint", "f", "--int", "K"], 'there is no subcommand "lint"; did you mean "orla profile lint"?'),
+                (["uuid", "host"], 'there is no subcommand "host"; did you mean "orla host"?'),
+                (["show", "1"], 'there is no subcommand "show"; did you mean "orla date show" or '
+                 '"orla uuid show"?'),
+                (["help", "get"], 'there is no subcommand "get"; did you mean "orla profile get"?'),
+                (["HOST"], 'there is no subcommand "HOST"; did you mean "orla host"?'),
+                (["HSOT"], 'there is no subcommand "HSOT"; did you mean "host"?'),
+                (["--JSON"], 'there is no option "--JSON"; did you mean "--json"?'),
+                (["version"], 'there is no subcommand "version"; did you mean "orla --version"?'),
+                (["date", "help"], '"help" was not expected; did you mean "orla help date"?'),
+                (["date", "help", "parse"], '"help" was not expected; did you mean "orla help date parse"?'),
+                (["host", "help"], '"help" was not expected; did you mean "orla help host"?'),
+                (["HELP"], 'there is no subcommand "HELP"; did you mean "orla help"?')):
             with self.subTest(arguments=arguments):
                 self.assert_wrong_use(*arguments, naming=f"orla: {message}\nTry ")
 
