@@ -33,6 +33,7 @@ struct DateArguments {
 
 constexpr NumberRange kYears = {1, 9999};
 constexpr NumberRange kMonths = {1, 12};
+constexpr NumberRange kDays = {1, 31};
 constexpr NumberRange kAnyNumber = {INT32_MIN, INT32_MAX};
 constexpr NumberRange kDateNumbers = {0, 65535};
 constexpr NumberRange kStamps = {INT32_MIN, UINT32_MAX};
@@ -135,9 +136,10 @@ std::optional<std::uint16_t> number_of(const DateFields &fields) {
 ReadDate read_library_text(const char *text) {
   ReadDate date;
   if (k7_parse_date(text, &date.fields.year, &date.fields.month, &date.fields.day) != 0) {
-    date.refusal =
-        is_old_mode() ? " is not a date in the old input mode: write YYYY/MM/DD, or try --standard"
-                      : " is not a date in the standard input mode: write MM/DD/YYYY, or try --old";
+    date.refusal = is_old_mode() ? " is not a date in the old input mode: write YYYY/MM/DD, "
+                                   "YYYY-MM-DD, today or now, or try --standard"
+                                 : " is not a date in the standard input mode: write MM/DD/YYYY, "
+                                   "YYYY-MM-DD, today or now, or try --old";
     return date;
   }
   date.fields.year += 1900;
@@ -333,8 +335,9 @@ void add_fields(CLI::App &date, Run &run, const SharedDates &arguments) {
                    "  orla date fields 2007 12 31\n  orla date fields $(date '+%Y %m %d')\n"},
                   [&run, arguments] { number_of_fields(run, *arguments); });
   add_number(*fields, "YEAR", arguments->year, "In full, such as 2007", kYears)->required();
-  add_number(*fields, "MONTH", arguments->month, "1 to 12", kAnyNumber)->required();
-  add_number(*fields, "DAY", arguments->day, "1 to 31", kAnyNumber)->required();
+  // The library itself refuses the numbers beyond these ranges, and that is what is shown.
+  add_number(*fields, "MONTH", arguments->month, "1 to 12", kAnyNumber, kMonths)->required();
+  add_number(*fields, "DAY", arguments->day, "1 to 31", kAnyNumber, kDays)->required();
 }
 
 void add_lengths(CLI::App &date, Run &run, const SharedDates &arguments) {

@@ -22,13 +22,19 @@ std::string NumberRange::refusal(std::string_view text) const {
 
 CLI::Option *add_number(CLI::App &command, const std::string &name, std::int64_t &number,
                         const std::string &help, const NumberRange &allowed) {
+  return add_number(command, name, number, help, allowed, allowed);
+}
+
+CLI::Option *add_number(CLI::App &command, const std::string &name, std::int64_t &number,
+                        const std::string &help, const NumberRange &allowed,
+                        const NumberRange &advised) {
   const auto keep = [&number, allowed](const std::string &text) {
     number = allowed.read(text).value_or(0);
   };
   return command.add_option_function<std::string>(name, keep, help)
       ->type_name("")
-      ->check([allowed](const std::string &text) {
-        return allowed.read(text) ? "" : allowed.refusal(text);
+      ->check([allowed, advised](const std::string &text) {
+        return allowed.read(text) ? "" : advised.refusal(text);
       });
 }
 

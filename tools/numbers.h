@@ -29,6 +29,11 @@ struct NumberRange {
 CLI::Option *add_number(CLI::App &command, const std::string &name, std::int64_t &number,
                         const std::string &help, const NumberRange &allowed);
 
+// The same, where the message names a narrower range than is taken.
+CLI::Option *add_number(CLI::App &command, const std::string &name, std::int64_t &number,
+                        const std::string &help, const NumberRange &allowed,
+                        const NumberRange &advised);
+
 }  // namespace orla_tool
 
 #endif

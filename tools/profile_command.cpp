@@ -53,9 +53,12 @@ struct Word {
 
 void add_words(CLI::App &command, ProfileArguments &arguments, std::initializer_list<Word> words) {
   std::string *word = arguments.words;
-  for (const Word &each : words)
-    arguments.options.push_back(
-        command.add_option(each.name, *word++, each.description)->type_name(""));
+  for (const Word &each : words) {
+    CLI::Option *option = command.add_option(each.name, *word++, each.description)->type_name("");
+    // settle_words() requires them; FILE has something to stand for it.
+    if (option != command.get_option("FILE")) option->option_text("REQUIRED");
+    arguments.options.push_back(option);
+  }
   add_default_path_flag(command, arguments.default_path);
   command.formatter(std::make_shared<WordsFormatter>());
 }

@@ -3,6 +3,7 @@
 
 import json
 import os
+import re
 import shutil
 import tempfile
 import time
@@ -43,6 +44,12 @@ class Program(tool.Tool):
                             (["help"], "[SUBCOMMAND...]")):
             self.assertIn(f"\nUsage: orla {' '.join(path)} [OPTIONS] {usage}\n",
                           self.orla(*path, "--help").out)
+
+    def test_help_marks_what_is_required(self):
+        for command, required in (("get", ["SECTION", "KEY"]), ("set", ["SECTION", "KEY", "VALUE"]),
+                                  ("unset", ["SECTION", "KEY"]), ("diff", ["OLD", "NEW"]), ("list", [])):
+            text = self.orla("profile", command, "--help").out
+            self.assertEqual(re.findall(r"(?m)^  ([A-Z]+) REQUIRED  ", text), required)
 
     def test_options_may_stand_before_the_subcommand(self):
         for arguments in (["--json", "date", "show", "0"], ["date", "--json", "show", "0"],
@@ -192,8 +199,10 @@ class Date(tool.Tool):
         self.assertEqual(result.json["mode"], "standard")
 
     def test_a_rejected_text_says_what_to_write(self):
-        self.assert_fails("date", "parse", "12/31/07", naming="write MM/DD/YYYY")
-        self.assert_fails("date", "parse", "--old", "12/31/2007", naming="write YYYY/MM/DD")
+        self.assert_fails("date", "parse", "12/31/07",
+                          naming=": write MM/DD/YYYY, YYYY-MM-DD, today or now, or try --old\n")
+        self.assert_fails("date", "parse", "--old", "12/31/2007",
+                          naming=": write YYYY/MM/DD, YYYY-MM-DD, today or now, or try --standard\n")
         self.assert_fails("date", "parse", "02/29/2007", naming="has no day 29")
 
     def test_both_modes_at_once_are_wrong_use(self):
@@ -217,6 +226,11 @@ class Date(tool.Tool):
     def test_fields_to_number(self):
         self.assertEqual(self.orla("date", "fields", "1986", "12", "28", "--json").json["number"], 0)
         self.assert_fails("date", "fields", "2007", "2", "29", naming="month 2 of 2007 has no day 29")
+        self.assert_fails("date", "fields", "2026", "13", "1", naming="months are 1 to 12")
+        for month in ("0x8", "8.", "2147483648"):
+            self.assert_wrong_use("date", "fields", "2026", month, "9",
+                                  naming=f'"{month}" is not a whole number from 1 to 12\n')
+        self.assert_wrong_use("date", "fields", "2026", "8", "x", naming='"x" is not a whole number from 1 to 31\n')
         self.assertIn("do not convert back to themselves", self.orla("date", "fields", "1960", "1", "1").out)
 
     def test_lengths(self):
