@@ -82,8 +82,10 @@ CLI::App *add_command(CLI::App &parent, Run &run, const Command &command,
 }
 
 std::string path_of(const CLI::App &command) {
-  const CLI::App *parent = command.get_parent();
-  return (parent == nullptr ? "" : path_of(*parent) + ' ') + command.get_name();
+  std::string path = command.get_name();
+  for (const CLI::App *above = command.get_parent(); above != nullptr; above = above->get_parent())
+    path.insert(0, above->get_name() + ' ');
+  return path;
 }
 
 }  // namespace orla_tool

@@ -52,13 +52,15 @@ std::string suggestion(const std::string &given, const std::vector<std::string> 
   return best == nullptr ? "" : did_you_mean(in_quotes(*best));
 }
 
-// The paths of all subcommands of a name, for a message: several commands may have one.
-void add_paths(const CLI::App &command, const std::string &name, std::string &paths) {
-  for (const CLI::App *each : command.get_subcommands({})) {
-    if (each->get_name() == name)
-      paths += (paths.empty() ? "" : " or ") + in_quotes(path_of(*each));
-    add_paths(*each, name, paths);
+// All subcommands, those of groups among them.
+std::vector<const CLI::App *> all_subcommands(const CLI::App &program) {
+  std::vector<const CLI::App *> all;
+  for (const CLI::App *each : program.get_subcommands({})) {
+    all.push_back(each);
+    const auto below = each->get_subcommands({});
+    all.insert(all.end(), below.begin(), below.end());
   }
+  return all;
 }
 
 // The right word, but in capitals, at another command's place, or without its dashes.
@@ -69,7 +71,9 @@ std::string elsewhere(const CLI::App &command, const std::string &given) {
   while (program->get_parent() != nullptr)
     program = program->get_parent();
   std::string meant;
-  add_paths(*program, word, meant);
+  for (const CLI::App *each : all_subcommands(*program))
+    if (each->get_name() == word)
+      meant += (meant.empty() ? "" : " or ") + in_quotes(path_of(*each));
   if (meant.empty() && find_option(command, "--" + word) != nullptr)
     meant = in_quotes(path_of(command) + " --" + word);
   return meant.empty() ? "" : did_you_mean(meant);

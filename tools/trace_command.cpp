@@ -120,9 +120,8 @@ void trace_messages(Run &run, const std::vector<std::string> &messages) {
 // The library writes a line with write() and does not tell how that ended. Only the call itself
 // knows: the file's size is also that of what other processes trace. So the tool has a write() of
 // its own, which the library then calls.
-extern "C" [[gnu::visibility("default")]] ssize_t write(int descriptor, const void *bytes,
-                                                        std::size_t size) {
-  const long written = syscall(SYS_write, descriptor, bytes, size);
+extern "C" [[gnu::visibility("default")]] ssize_t write(int fd, const void *buf, std::size_t n) {
+  const long written = syscall(SYS_write, fd, buf, n);
   orla_tool::writing.error = written < 0 ? errno : 0;
   if (written > 0) orla_tool::writing.bytes += static_cast<std::size_t>(written);
   return written;
