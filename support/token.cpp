@@ -1,5 +1,5 @@
-// Delimited tokens. The C library finds the opening delimiter. From there on the reader looks at one
-// character at a time and at none after the closing delimiter: the memory after it need not be
+// Delimited tokens. The C library finds the opening delimiter. From there on the reader looks at
+// one character at a time and at none after the closing delimiter: the memory after it need not be
 // readable.
 
 #include <orla/token.h>

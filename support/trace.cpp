@@ -73,8 +73,8 @@ bool open_trace(const char *path) {
   return true;
 }
 
-// One system call for each line, without the stream, which would make it a sixteenth slower. "%m" in
-// the message is the text of `error`.
+// One system call for each line, without the stream, which would make it a sixteenth slower. "%m"
+// in the message is the text of `error`.
 void write_line(const char *message, int error) {
   const char *stamp = orla::trace_stamp();
   errno = error;
