@@ -8,6 +8,7 @@
 #include "help_command.h"
 #include "profile_file.h"
 #include "profile_lint.h"
+#include "profile_sections.h"
 #include "standard_output.h"
 #include "terminal.h"
 #include "whole_file.h"
@@ -81,34 +82,32 @@ std::string wanted_value(const Place &place) {
   return "";
 }
 
-// Words of a profile file, without those that nobody can type.
-void print_typable(const std::vector<std::string> &words) {
-  for (const std::string &word : words)
-    if (visible(word) == word) print_candidate(word);
+// A word of a profile file, where somebody can type it.
+void print_typable(std::string_view word) {
+  if (!word.empty() && visible(word) == word) print_candidate(std::string(word));
 }
 
-// The sections of the file that the words before have named.
-std::vector<ProfileSection> named_sections(const Place &place) {
+// The file that the words before have named. Standard input is not read: nobody has typed it yet.
+std::string named_file(const Place &place) {
   const std::string file = place.default_path ? ORLA_DEFAULT_PROFILE_PATH : place.values.at(0);
-  return file == kStandardInput ? std::vector<ProfileSection>()
-                                : sections_of(ProfileFile(resolved_path(file)).text);
+  return file == kStandardInput ? "" : resolved_path(file);
 }
 
 void print_sections(const Place &place) {
-  std::vector<std::string> names;
-  for (const ProfileSection &section : named_sections(place))
-    names.push_back(section.name);
-  print_typable(names);
+  const ProfileFile file(named_file(place));
+  const Keys none;
+  const ProfileSections sections(file.text, none);
+  for (const std::string_view name : sections.names())
+    print_typable(name);
 }
 
+// What looks like a comment is a key to the readers, but not to whoever completes one.
 void print_keys(const Place &place) {
-  const std::vector<ProfileSection> sections = named_sections(place);
-  const ProfileSection *section = find_section(sections, place.values.back());
-  if (section == nullptr) return;
-  std::vector<std::string> keys;
-  for (const ProfileEntry &entry : section->entries)
-    keys.push_back(entry.key);
-  print_typable(keys);
+  const ProfileFile file(named_file(place));
+  const Keys keys = keys_of({&file.text});
+  ProfileSections sections(file.text, keys);
+  for (const Line &entry : sections.entries_below(sections.header(place.values.back())))
+    if (!looks_like_comment(entry.text)) print_typable(key_of(entry.text));
 }
 
 // Of `orla help`: the subcommands of what the words before have named.

@@ -112,6 +112,9 @@ int main(int argc, char **argv) try {
   return run_tool(program, run, argc, argv);
 } catch (const orla_tool::OutputFailed &failure) {
   return output_failed(failure.error);
+} catch (const std::bad_alloc &) {
+  std::fputs("orla: there is not enough memory for this\n", stderr);
+  return orla_tool::kServiceFailed;
 } catch (const std::exception &error) {
   std::fprintf(stderr, "orla: %s\n", error.what());
   return orla_tool::kServiceFailed;

@@ -116,8 +116,8 @@ Search search_for_key(const ProfileArguments &arguments, const ProfileFile &file
 void get_string(Run &run, const ProfileArguments &arguments, const ProfileFile &file) {
   const Search search = search_for_key(arguments, file, HeaderRule::beginning);
   std::string missing = !file.error.empty() ? file.error : search.missing;
-  if (missing.empty() && file.text.line_text(search.number).find('=') == std::string::npos)
-    missing = in_line(file, search.number) + "no \"=\" after the key";
+  if (missing.empty() && !has_equals(search.line.text))
+    missing = in_line(file, search.line.number) + "no \"=\" after the key";
   if (!missing.empty() && !arguments.has_fallback()) return run.fail(missing);
   // Without a default to take its place the reader gives a blank value as it is.
   const std::string own = read_string(arguments, nullptr);
@@ -141,9 +141,9 @@ void get_integer(Run &run, const ProfileArguments &arguments, const ProfileFile 
                       number != kNone);
   if (!file.error.empty()) return run.fail(file.error);
   const Search search = search_for_key(arguments, file, HeaderRule::whole_line);
-  run.fail(!search.missing.empty()
-               ? search.missing
-               : in_line(file, search.number) + "no number of 1 to 5 characters after a \"=\"");
+  run.fail(!search.missing.empty() ? search.missing
+                                   : in_line(file, search.line.number) +
+                                         "no number of 1 to 5 characters after a \"=\"");
 }
 
 // What cannot be read twice reaches the library as a copy.
@@ -183,13 +183,13 @@ std::string why_not_found(const ProfileArguments &arguments, const ProfileFile &
                           const std::string &entry, const std::string &answer) {
   if (!file.error.empty()) return file.error;
   const Search written = search_for_key(arguments, file, HeaderRule::whole_line);
-  if (!written.missing.empty() || file.text.line_text(written.number) != entry)
+  if (!written.missing.empty() || written.line.text != entry)
     return "it does not hold the entry; was there room for it?";
   const Search found = search_for_key(arguments, file, HeaderRule::beginning);
   if (!found.missing.empty()) return found.missing;
-  if (found.number != written.number)
+  if (found.line.number != written.line.number)
     return "an earlier header begins like [" + arguments.section() + "], and line " +
-           std::to_string(found.number) + " is found after it";
+           std::to_string(found.line.number) + " is found after it";
   if (answer != arguments.value())
     return "the value is read as " + in_quotes(answer) +
            ": only what follows its last \"=\" counts";
@@ -209,7 +209,7 @@ void report_set(Run &run, const ProfileArguments &arguments, const std::string &
 // The line that an entry for the key takes the place of; empty when there is none.
 std::string line_of_key(const ProfileArguments &arguments, const ProfileFile &file) {
   const Search search = search_for_key(arguments, file, HeaderRule::whole_line);
-  return search.missing.empty() ? file.text.line_text(search.number) : "";
+  return std::string(search.line.text);
 }
 
 // What came of writing an entry.
@@ -253,25 +253,31 @@ void set_key(Run &run, const ProfileArguments &arguments) {
 }
 
 // The lines of a section whose key is this very one.
-std::vector<std::size_t> lines_of_key(const ProfileArguments &arguments, const ProfileText &text) {
-  std::vector<std::size_t> numbers;
-  const std::string key = in_small_letters(arguments.key());
-  const std::size_t header = find_header(text, arguments.section(), HeaderRule::whole_line);
-  if (header == 0) return numbers;
-  for (std::size_t number = header + 1; number <= text.size(); ++number) {
-    const std::string &line = text.line_text(number);
+std::vector<Line> lines_of_key(const ProfileArguments &arguments, const ProfileText &text) {
+  std::vector<Line> lines;
+  const Line header = find_header(text, arguments.section(), HeaderRule::whole_line);
+  if (header.number == 0) return lines;
+  for (LineWalk walk = text.lines_after(header); walk.next();) {
+    const std::string_view line = walk.line().text;
     if (line.empty() || is_header(line)) break;
-    if (in_small_letters(key_of(line)) == key || in_small_letters(line) == key)
-      numbers.push_back(number);
+    if (is_same(has_equals(line) ? bare_key_of(line) : line, arguments.key()))
+      lines.push_back(walk.line());
   }
-  return numbers;
+  return lines;
 }
 
-std::string bytes_without(const ProfileText &text, const std::vector<std::size_t> &numbers) {
+std::string bytes_without(const ProfileText &text, const std::vector<Line> &lines) {
   std::string bytes;
-  for (std::size_t number = 1; number <= text.size(); ++number)
-    if (!std::binary_search(numbers.begin(), numbers.end(), number))
-      bytes.append(text.line(number).raw) += '\n';
+  auto left_out = lines.begin();
+  std::size_t number = 0;
+  for (LineWalk walk = text.raw_lines(); walk.next();) {
+    ++number;
+    if (left_out != lines.end() && left_out->number == number) {
+      ++left_out;
+    } else {
+      bytes.append(walk.whole()) += '\n';
+    }
+  }
   return bytes.append(text.rest());
 }
 
@@ -280,8 +286,8 @@ std::string still_found(const ProfileArguments &arguments, const ProfileFile &fi
   for (const HeaderRule rule : {HeaderRule::whole_line, HeaderRule::beginning}) {
     const Search search = search_for_key(arguments, file, rule);
     if (file.error.empty() && search.missing.empty())
-      return "line " + std::to_string(search.number) + ", " +
-             in_quotes(file.text.line_text(search.number)) + ", is what readers find for this key";
+      return "line " + std::to_string(search.line.number) + ", " + in_quotes(search.line.text) +
+             ", is what readers find for this key";
   }
   return "";
 }
@@ -303,11 +309,11 @@ void unset_key(Run &run, const ProfileArguments &arguments) {
     if (!lock.error().empty()) return run.fail(file + " was not rewritten: " + lock.error());
     const ProfileFile before(file);
     if (!before.error.empty()) return run.fail(before.error);
-    const std::vector<std::size_t> numbers = lines_of_key(arguments, before.text);
-    if (numbers.empty()) return run.fail(why_not_there(arguments, before));
-    for (const std::size_t number : numbers)
-      removed.push_back(before.text.line_text(number));
-    const std::string error = replace_bytes(file, bytes_without(before.text, numbers));
+    const std::vector<Line> lines = lines_of_key(arguments, before.text);
+    if (lines.empty()) return run.fail(why_not_there(arguments, before));
+    for (const Line &line : lines)
+      removed.emplace_back(line.text);
+    const std::string error = replace_bytes(file, bytes_without(before.text, lines));
     if (!error.empty()) return run.fail(file + " was not rewritten: " + error);
     found = still_found(arguments, ProfileFile(file));
   }

@@ -20,10 +20,13 @@ struct Finding {
 // Every kind of finding there is.
 const std::vector<std::string> &kinds_of_findings();
 
-// Looks through a file, in the order of its lines. A value of one of `integer_keys` should be a
-// number.
-std::vector<Finding> lint_profile(const ProfileText &text,
-                                  const std::vector<std::string> &integer_keys);
+struct LintOptions {
+  std::vector<std::string> integer_keys;  // whose values should be numbers
+  std::vector<std::string> ignored;       // kinds of findings
+};
+
+// Looks through a file, in the order of its lines, until there are more findings than anybody reads.
+std::vector<Finding> lint_profile(const ProfileText &text, const LintOptions &options);
 
 }  // namespace orla_tool
 

@@ -23,8 +23,7 @@ namespace fs = std::filesystem;
 struct LintArguments {
   std::vector<std::string> files;
   bool default_path = false;
-  std::vector<std::string> integer_keys;
-  std::vector<std::string> ignored;  // kinds of findings
+  LintOptions options;
 };
 
 // What has been found so far.
@@ -112,19 +111,11 @@ Report report_of(const Run &run, const std::string &name, const std::vector<Find
   return report;
 }
 
-std::vector<Finding> find_in(const ProfileFile &file, const LintArguments &arguments) {
-  std::vector<Finding> findings = lint_profile(file.text, arguments.integer_keys);
-  std::erase_if(findings, [&arguments](const Finding &finding) {
-    return std::count(arguments.ignored.begin(), arguments.ignored.end(), finding.kind) != 0;
-  });
-  return findings;
-}
-
 void lint_file(Run &run, const std::string &path, const LintArguments &arguments, bool is_alone,
                Totals &totals) {
   const ProfileFile file(path);
   if (!file.error.empty()) return run.fail(file.error);
-  const std::vector<Finding> findings = find_in(file, arguments);
+  const std::vector<Finding> findings = lint_profile(file.text, arguments.options);
   ++totals.files;
   totals.findings += findings.size();
   if (!findings.empty()) {
@@ -192,9 +183,9 @@ void add_lint_options(CLI::App &command, LintArguments &arguments) {
   add_texts(command, "FILE", arguments.files, "Profile files and directories; - for standard input")
       ->required(false);
   add_default_path_flag(command, arguments.default_path);
-  add_repeatable(command, "--int", arguments.integer_keys,
+  add_repeatable(command, "--int", arguments.options.integer_keys,
                  "A key whose values should be numbers; may be repeated", "KEY");
-  add_repeatable(command, "--ignore", arguments.ignored,
+  add_repeatable(command, "--ignore", arguments.options.ignored,
                  "A kind of finding, as --json names it, to leave out; may be repeated", "KIND")
       ->check(CLI::Validator(check_kind, ""));
   command.formatter(std::make_shared<LintFormatter>());

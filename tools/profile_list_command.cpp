@@ -3,11 +3,14 @@
 #include <orla/profile.h>
 
 #include <CLI/CLI.hpp>
-#include <map>
+#include <algorithm>
 #include <memory>
+#include <optional>
+#include <set>
 
 #include "command.h"
 #include "profile_file.h"
+#include "profile_sections.h"
 #include "standard_output.h"
 #include "whole_file.h"
 
@@ -19,30 +22,51 @@ struct ListArguments {
   bool default_path = false;
 };
 
-Json object_of(const ProfileSection &section) {
+// A section as it is asked for, and what is found in it.
+struct Section {
+  std::string_view name;
+  Line header;
+  std::vector<Line> entries;
+};
+
+Json object_of(const Section &section) {
   Json entries = Json::array();
-  for (const ProfileEntry &entry : section.entries)
-    entries.push_back({{"key", entry.key}, {"value", entry.value}, {"line", entry.line}});
-  return {{"name", section.name}, {"line", section.line}, {"entries", entries}};
+  for (const Line &entry : section.entries)
+    entries.push_back(
+        {{"key", key_of(entry.text)}, {"value", value_of(entry.text)}, {"line", entry.number}});
+  return {{"name", section.name}, {"line", section.header.number}, {"entries", entries}};
+}
+
+void print_entry(const char *sign, std::string_view key, std::string_view value) {
+  std::string text = sign;
+  append_visible(text, key);
+  text += '=';
+  append_visible(text, value);
+  print(text + '\n');
 }
 
 // As a profile file of its own: an empty line ends each section.
-std::string text_of(const ProfileSection &section) {
-  std::string text = visible('[' + section.name + ']') + '\n';
-  for (const ProfileEntry &entry : section.entries)
-    text += visible(entry.key + '=' + entry.value) + '\n';
-  return text + '\n';
+void print_section(const Section &section) {
+  print(visible('[' + std::string(section.name) + ']') + '\n');
+  for (const Line &entry : section.entries)
+    print_entry("", key_of(entry.text), value_of(entry.text));
+  print("\n");
 }
 
-void show_sections(Run &run, const ProfileFile &file, const std::vector<ProfileSection> &sections) {
-  if (!run.wants_values()) {
-    for (const ProfileSection &section : sections)
-      print(text_of(section));
-    return;
-  }
+// Prints each section as soon as its entries are known, as all of them may be more than the file.
+void show_sections(Run &run, const ProfileFile &file, ProfileSections &sections,
+                   const std::vector<std::string_view> &names) {
   Json list = Json::array();
-  for (const ProfileSection &section : sections)
-    list.push_back(object_of(section));
+  for (const std::string_view name : names) {
+    const Line header = sections.header(name);
+    const Section section = {name, header, sections.entries_below(header)};
+    if (run.wants_values()) {
+      list.push_back(object_of(section));
+    } else {
+      print_section(section);
+    }
+  }
+  if (!run.wants_values()) return;
   Report report = run.report();
   report.row("file", "file", file.name);
   report.row("sections", "sections", list);
@@ -56,101 +80,100 @@ void list_file(Run &run, ListArguments &arguments) {
   if (words.size() > 2) throw CLI::ExtrasError({words.back()});
   const ProfileFile file(resolved_path(words[0]));
   if (!file.error.empty()) return run.fail(file.error);
-  std::vector<ProfileSection> sections = sections_of(file.text);
-  if (words.size() == 2) {
-    const ProfileSection *section = find_section(sections, words[1]);
-    if (section == nullptr) return run.fail(file.name + " has no section [" + words[1] + "]");
-    sections = {ProfileSection(*section)};
-  }
-  show_sections(run, file, sections);
+  const Keys keys = keys_of({&file.text});
+  ProfileSections sections(file.text, keys);
+  if (words.size() == 1) return show_sections(run, file, sections, sections.names());
+  if (sections.header(words[1]).number == 0)
+    return run.fail(file.name + " has no section [" + words[1] + "]");
+  show_sections(run, file, sections, {words[1]});
 }
 
-// One key that two files hold different values for; null where a file lacks it.
+// One key that two files give different values for; none where nothing is found.
 struct Difference {
-  std::string section;
-  std::string key;
-  const ProfileEntry *old_entry;
-  const ProfileEntry *new_entry;
+  std::string_view section;
+  std::string_view key;
+  std::optional<std::string_view> old_value;
+  std::optional<std::string_view> new_value;
 };
 
-using Sections = std::vector<ProfileSection>;
-
-// The entries of a section by their keys, in small letters.
-using Entries = std::map<std::string, const ProfileEntry *>;
-// The same by sections.
-using Index = std::map<std::string, Entries>;
-
-Index index_of(const Sections &sections) {
-  Index index;
-  for (const ProfileSection &section : sections) {
-    Entries &entries = index[in_small_letters(section.name)];
-    for (const ProfileEntry &entry : section.entries)
-      entries.emplace(in_small_letters(entry.key), &entry);
-  }
-  return index;
+std::optional<std::string_view> value_in(const Line &line) {
+  if (!has_equals(line.text)) return {};
+  return value_of(line.text);
 }
 
-const ProfileEntry *find_entry(const Index &index, const std::string &section,
-                               const std::string &key) {
-  const auto entries = index.find(in_small_letters(section));
-  if (entries == index.end()) return nullptr;
-  const auto entry = entries->second.find(in_small_letters(key));
-  return entry == entries->second.end() ? nullptr : entry->second;
-}
-
+// Asks two files for every section and key that stand in either.
 class Comparison {
  public:
-  Comparison(const Sections &old_sections, const Sections &new_sections)
-      : old_(index_of(old_sections)), new_(index_of(new_sections)) {
-    for (const ProfileSection &section : old_sections)
-      compare(section, find_section(new_sections, section.name));
-    for (const ProfileSection &section : new_sections)
-      if (!old_.contains(in_small_letters(section.name))) add_new_keys(section, section.name);
+  Comparison(const ProfileText &old_text, const ProfileText &new_text)
+      : keys_(keys_of({&old_text, &new_text})), old_(old_text, keys_), new_(new_text, keys_) {
+    std::set<std::string_view, InAnyCase> asked;
+    for (const ProfileSections *sections : {&old_, &new_})
+      for (const std::string_view name : sections->names())
+        if (asked.insert(name).second) compare(name);
   }
 
   const std::vector<Difference> &differences() const { return found_; }
 
  private:
-  // First what was there, then what is new.
-  void compare(const ProfileSection &section, const ProfileSection *other) {
-    for (const ProfileEntry &entry : section.entries) {
-      const ProfileEntry *now = find_entry(new_, section.name, entry.key);
-      if (now == nullptr || now->value != entry.value)
-        found_.push_back({section.name, entry.key, &entry, now});
-    }
-    if (other != nullptr) add_new_keys(*other, section.name);
+  // A key, and what is found for it.
+  struct Answer {
+    std::uint32_t key;
+    Line old_line;
+    Line new_line;
+  };
+
+  // First what is found in the old file, in its order, then what only the new one has.
+  static bool comes_before(const Answer &one, const Answer &other) {
+    const bool only_new = one.old_line.number == 0;
+    if (only_new != (other.old_line.number == 0)) return !only_new;
+    return only_new ? one.new_line.number < other.new_line.number
+                    : one.old_line.number < other.old_line.number;
   }
 
-  void add_new_keys(const ProfileSection &section, const std::string &name) {
-    for (const ProfileEntry &entry : section.entries)
-      if (find_entry(old_, name, entry.key) == nullptr)
-        found_.push_back({name, entry.key, nullptr, &entry});
+  void compare(std::string_view name) {
+    const Line old_header = old_.header(name);
+    const Line new_header = new_.header(name);
+    std::vector<Answer> answers;
+    for (const std::uint32_t key : keys_below(old_header, new_header))
+      answers.push_back({key, old_.find(old_header, key), new_.find(new_header, key)});
+    std::erase_if(answers, [](const Answer &each) {
+      return value_in(each.old_line) == value_in(each.new_line);
+    });
+    std::stable_sort(answers.begin(), answers.end(), comes_before);
+    for (const Answer &each : answers)
+      found_.push_back({name, keys_[each.key], value_in(each.old_line), value_in(each.new_line)});
   }
 
-  Index old_;
-  Index new_;
+  std::vector<std::uint32_t> keys_below(const Line &old_header, const Line &new_header) {
+    const std::vector<std::uint32_t> old_keys = old_.keys_below(old_header);
+    const std::vector<std::uint32_t> new_keys = new_.keys_below(new_header);
+    std::vector<std::uint32_t> keys;
+    std::set_union(old_keys.begin(), old_keys.end(), new_keys.begin(), new_keys.end(),
+                   std::back_inserter(keys));
+    return keys;
+  }
+
+  Keys keys_;
+  ProfileSections old_;
+  ProfileSections new_;
   std::vector<Difference> found_;
 };
 
 Json object_of(const Difference &difference) {
   Json object = {{"section", difference.section}, {"key", difference.key}};
-  if (difference.old_entry != nullptr) object["old"] = difference.old_entry->value;
-  if (difference.new_entry != nullptr) object["new"] = difference.new_entry->value;
+  if (difference.old_value) object["old"] = *difference.old_value;
+  if (difference.new_value) object["new"] = *difference.new_value;
   return object;
 }
 
-void print_entry(char sign, const ProfileEntry *entry) {
-  if (entry != nullptr) print(sign + visible(entry->key + '=' + entry->value) + '\n');
-}
-
 void print_differences(const std::vector<Difference> &differences) {
-  const std::string *section = nullptr;
+  const char *section = nullptr;
   for (const Difference &difference : differences) {
-    if (section == nullptr || *section != difference.section)
-      print(visible('[' + difference.section + ']') + '\n');
-    section = &difference.section;
-    print_entry('-', difference.old_entry);
-    print_entry('+', difference.new_entry);
+    if (section != difference.section.data())
+      print(visible('[' + std::string(difference.section) + ']') + '\n');
+    section = difference.section.data();
+    if (difference.old_value) print_entry("-", difference.key, *difference.old_value);
+    if (difference.new_value) print_entry("+", difference.key, *difference.new_value);
   }
 }
 
@@ -161,9 +184,7 @@ void show_differences(Run &run, const std::vector<std::string> &words) {
   const ProfileFile new_file(resolved_path(words[1]));
   for (const ProfileFile *file : {&old_file, &new_file})
     if (!file->error.empty()) return run.fail(file->error);
-  const Sections old_sections = sections_of(old_file.text);
-  const Sections new_sections = sections_of(new_file.text);
-  const Comparison comparison(old_sections, new_sections);
+  const Comparison comparison(old_file.text, new_file.text);
   if (!comparison.differences().empty()) run.status = kServiceFailed;
   if (!run.wants_values()) return print_differences(comparison.differences());
   Json list = Json::array();
@@ -188,9 +209,11 @@ void add_list(CLI::App &profile, Run &run) {
   CLI::App *list = add_command(
       profile, run,
       {"list", "List sections, keys and values",
-       "Lists only what the string reader finds: the first entry of a key, nothing after an\n"
-       "empty line, and of a value only what follows its last \"=\". Lines that look like\n"
-       "comments are left out.",
+       "Lists the section of each line that begins with \"[\", with the lines that the string\n"
+       "reader finds in it by their keys. Where no empty line ends a section, keys of the\n"
+       "sections below are found in it, and listed, too. A key is all that stands before the\n"
+       "first \"=\", and a value what follows the last. With SECTION the reader is asked for\n"
+       "that name, whether it stands in the file or not.",
        "  orla profile list app.ini\n"
        "  orla profile list app.ini Main\n"
        "  orla profile list app.ini --field 'sections[].name'\n"},
@@ -208,8 +231,8 @@ void add_diff(CLI::App &profile, Run &run) {
   CLI::App *diff =
       add_command(profile, run,
                   {"diff", "Compare two profile files by section and key",
-                   "Shows what readers find: after \"-\" what OLD holds, after \"+\" what NEW\n"
-                   "holds instead. The order of sections and keys makes no difference.\n"
+                   "Asks the string reader for every section and key that stand in either: after\n"
+                   "\"-\" comes what it finds in OLD, after \"+\" what it finds in NEW instead.\n"
                    "Exit status 1: the two differ.",
                    "  orla profile diff app.ini.old app.ini\n"
                    "  git show HEAD:app.ini | orla profile diff - app.ini\n"},

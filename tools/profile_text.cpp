@@ -1,86 +1,75 @@
 #include "profile_text.h"
 
 #include <algorithm>
-#include <set>
 
 namespace orla_tool {
 namespace {
 
-std::string as_read(std::string_view raw) {
-  std::string text(raw);
-  std::erase(text, '\r');
-  text.resize(std::min(text.size(), text.find('\0')));
-  return text;
+char small_letter(char c) { return c >= 'A' && c <= 'Z' ? static_cast<char>(c + ('a' - 'A')) : c; }
+
+bool is_header_of(std::string_view line, std::string_view section, HeaderRule rule) {
+  if (rule == HeaderRule::whole_line)
+    return line.size() == section.size() + 2 && line.front() == '[' && line.back() == ']' &&
+           begins_with(line.substr(1), section);
+  // Of an empty name nothing is compared, not even the bracket.
+  return section.empty() ||
+         (begins_header(line) && begins_with(line.substr(1), compared_name(section)));
 }
-
-// Gathers sections from the lines of a file, one after the other.
-class SectionReader {
- public:
-  void look_at(const std::string &line, std::size_t number) {
-    if (is_header(line)) {
-      begin(line, number);
-    } else if (line.empty()) {
-      is_open_ = false;
-    } else if (is_open_) {
-      look_at_entry(line, number);
-    }
-    if (line.starts_with('[')) headers_.add(line, number);
-  }
-
-  std::vector<ProfileSection> take() { return std::move(sections_); }
-
- private:
-  void begin(const std::string &header, std::size_t number) {
-    const std::string name(name_in(header));
-    is_open_ = headers_.find(searched_header(name)) == 0;
-    lines_.clear();
-    if (names_.insert(in_small_letters(name)).second) sections_.push_back({name, number, {}});
-  }
-
-  // What the string reader compares: as many characters as the name has.
-  static std::string searched_header(const std::string &name) {
-    return ('[' + name).substr(0, name.size());
-  }
-
-  void look_at_entry(const std::string &line, std::size_t number) {
-    const std::string_view key = key_of(line);
-    const bool is_seen = !key.empty() && !looks_like_comment(line) && lines_.find(key) == 0;
-    if (is_seen)
-      sections_.back().entries.push_back({std::string(key), std::string(value_of(line)), number});
-    lines_.add(line, number);
-  }
-
-  std::vector<ProfileSection> sections_;
-  std::set<std::string> names_;  // theirs, in small letters
-  bool is_open_ = false;         // whether entries that follow are found
-  EarlierLines headers_;         // all lines so far that begin with "["
-  EarlierLines lines_;           // those of the section
-};
 
 }  // namespace
 
+bool LineWalk::next() {
+  if (rest_.empty()) return false;
+  whole_ = rest_.substr(0, rest_.find('\n'));
+  rest_.remove_prefix(whole_.size() + 1);
+  ++number_;
+  return true;
+}
+
+Line LineWalk::line() const { return {whole_.substr(0, whole_.find('\0')), number_}; }
+
 void ProfileText::take(std::string bytes) {
   bytes_ = std::move(bytes);
-  std::string_view seen(bytes_.data(), std::min(bytes_.find('\xFF'), bytes_.size()));
-  for (std::size_t end; (end = seen.find('\n')) != std::string_view::npos;
-       seen.remove_prefix(end + 1))
-    lines_.push_back({seen.substr(0, end), as_read(seen.substr(0, end))});
-  rest_ = std::string_view(bytes_).substr(static_cast<std::size_t>(seen.data() - bytes_.data()));
+  raw_ = std::string_view(bytes_).substr(0, bytes_.find('\xFF'));
+  raw_ = raw_.substr(0, raw_.rfind('\n') + 1);  // without a line feed the sum is 0
+  seen_ = raw_;
+  if (raw_.find('\r') == std::string_view::npos) return;
+  without_returns_.reserve(raw_.size());
+  std::remove_copy(raw_.begin(), raw_.end(), std::back_inserter(without_returns_), '\r');
+  seen_ = without_returns_;
+}
+
+LineWalk ProfileText::lines_after(const Line &line) const {
+  return LineWalk(seen_.substr(seen_.find('\n', offset_of(line)) + 1), line.number);
+}
+
+Line ProfileText::line_at(std::uint32_t offset, std::size_t number) const {
+  LineWalk walk(seen_.substr(offset), number - 1);
+  walk.next();
+  return walk.line();
 }
 
 std::string in_small_letters(std::string_view text) {
   std::string out(text);
-  for (char &c : out)
-    if (c >= 'A' && c <= 'Z') c = static_cast<char>(c + ('a' - 'A'));
+  std::transform(out.begin(), out.end(), out.begin(), small_letter);
   return out;
 }
 
 bool begins_with(std::string_view line, std::string_view text) {
-  return in_small_letters(line.substr(0, text.size())) == in_small_letters(text);
+  return line.size() >= text.size() && is_same(line.substr(0, text.size()), text);
 }
 
-void EarlierLines::add(std::string_view line, std::size_t number) {
-  numbers_.emplace(in_small_letters(line), number);
+bool is_same(std::string_view one, std::string_view other) {
+  return std::equal(one.begin(), one.end(), other.begin(), other.end(),
+                    [](char a, char b) { return small_letter(a) == small_letter(b); });
+}
+
+bool InAnyCase::operator()(std::string_view one, std::string_view other) const {
+  const auto [a, b] =
+      std::mismatch(one.begin(), one.end(), other.begin(), other.end(),
+                    [](char x, char y) { return x == y || small_letter(x) == small_letter(y); });
+  if (b == other.end()) return false;
+  return a == one.end() || small_letter(*a) < small_letter(*b);
 }
 
 void EarlierLines::clear() {
@@ -88,20 +77,19 @@ void EarlierLines::clear() {
   first_.clear();
 }
 
-std::size_t EarlierLines::find(std::string_view text) {
-  const std::string wanted = in_small_letters(text);
-  if (const auto known = first_.find(wanted); known != first_.end()) return known->second;
-  std::size_t first = 0;
-  for (auto line = numbers_.lower_bound(wanted);
-       line != numbers_.end() && line->first.starts_with(wanted); ++line) {
-    if (first == 0 || line->second < first) first = line->second;
+Line EarlierLines::find(std::string_view text) {
+  if (const auto known = first_.find(text); known != first_.end()) return known->second;
+  Line first;
+  for (auto line = numbers_.lower_bound(text);
+       line != numbers_.end() && begins_with(line->first, text); ++line) {
+    if (first.number == 0 || line->second < first.number) first = {line->first, line->second};
   }
-  if (first != 0) first_.emplace(wanted, first);
+  if (first.number != 0) first_.emplace(text, first);
   return first;
 }
 
 std::size_t EarlierLines::find_same(std::string_view line) const {
-  const auto found = numbers_.find(in_small_letters(line));
+  const auto found = numbers_.find(line);
   return found == numbers_.end() ? 0 : found->second;
 }
 
@@ -109,61 +97,49 @@ bool is_header(std::string_view line) {
   return line.size() > 2 && line.front() == '[' && line.back() == ']';
 }
 
-std::string_view name_in(std::string_view header) { return header.substr(1, header.size() - 2); }
+std::string_view section_name(std::string_view line) {
+  const std::size_t end = is_header(line) ? line.size() - 1 : line.find(']');
+  return line.substr(1, end - 1);  // without "]" all that is left
+}
+
+std::string_view compared_name(std::string_view name) {
+  return name.substr(0, name.empty() ? 0 : name.size() - 1);
+}
 
 bool looks_like_comment(std::string_view line) {
   return line.starts_with(';') || line.starts_with('#');
 }
 
-std::string_view key_of(std::string_view line) {
-  const std::size_t equals = line.find('=');
-  if (equals == std::string_view::npos) return {};
-  const std::size_t last = line.substr(0, equals).find_last_not_of(" \t");
-  return last == std::string_view::npos ? std::string_view() : line.substr(0, last + 1);
+bool has_equals(std::string_view line) { return line.find('=') != std::string_view::npos; }
+
+std::string_view key_of(std::string_view line) { return line.substr(0, line.find('=')); }
+
+std::string_view bare_key_of(std::string_view line) {
+  const std::string_view key = key_of(line);
+  return key.substr(0, key.find_last_not_of(" \t") + 1);  // of blanks alone nothing is left
 }
 
 std::string_view value_of(std::string_view line) { return line.substr(line.rfind('=') + 1); }
 
-std::size_t find_header(const ProfileText &text, std::string_view section, HeaderRule rule) {
-  const std::string header = '[' + std::string(section) + ']';
-  for (std::size_t number = 1; number <= text.size(); ++number) {
-    const std::string &line = text.line_text(number);
-    const bool is_found = rule == HeaderRule::whole_line
-                              ? line.size() == header.size() && begins_with(line, header)
-                              : begins_with(line, header.substr(0, section.size()));
-    if (is_found) return number;
-  }
-  return 0;
+Line find_header(const ProfileText &text, std::string_view section, HeaderRule rule) {
+  for (LineWalk walk = text.lines(); walk.next();)
+    if (is_header_of(walk.line().text, section, rule)) return walk.line();
+  return {};
 }
 
 Search search_profile(const ProfileText &text, const std::string &name, const std::string &section,
                       const std::string &key, HeaderRule rule) {
-  const std::size_t header = find_header(text, section, rule);
-  if (header == 0) return {name + " has no section [" + section + "]"};
+  const Line header = find_header(text, section, rule);
+  if (header.number == 0) return {name + " has no section [" + section + "]", {}};
   const std::string place = "section [" + section + "] of " + name + ", line " +
-                            std::to_string(header) + ", has no key \"" + key + "\"";
-  for (std::size_t number = header + 1; number <= text.size(); ++number) {
-    const std::string &line = text.line_text(number);
-    if (line.empty()) return {place + " before the empty line " + std::to_string(number)};
-    if (begins_with(line, key)) return {"", number};
+                            std::to_string(header.number) + ", has no key \"" + key + "\"";
+  for (LineWalk walk = text.lines_after(header); walk.next();) {
+    const Line line = walk.line();
+    if (line.text.empty())
+      return {place + " before the empty line " + std::to_string(line.number), {}};
+    if (begins_with(line.text, key)) return {"", line};
   }
-  return {place + " up to the end of the file"};
-}
-
-std::vector<ProfileSection> sections_of(const ProfileText &text) {
-  SectionReader reader;
-  for (std::size_t number = 1; number <= text.size(); ++number)
-    reader.look_at(text.line_text(number), number);
-  return reader.take();
-}
-
-const ProfileSection *find_section(const std::vector<ProfileSection> &sections,
-                                   std::string_view name) {
-  const std::string wanted = in_small_letters(name);
-  const auto found = std::find_if(
-      sections.begin(), sections.end(),
-      [&](const ProfileSection &each) { return in_small_letters(each.name) == wanted; });
-  return found == sections.end() ? nullptr : &*found;
+  return {place + " up to the end of the file", {}};
 }
 
 }  // namespace orla_tool

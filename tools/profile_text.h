@@ -1,44 +1,73 @@
-// A profile file as the library's readers see it: its lines, its sections and their keys.
+// A profile file as the library's readers see it: its lines, and how a header and a key are found.
+//
+// Lines are not stored but walked through: a file may be nothing but line feeds.
 
 #ifndef ORLA_TOOLS_PROFILE_TEXT_H
 #define ORLA_TOOLS_PROFILE_TEXT_H
 
 #include <cstddef>
+#include <cstdint>
 #include <map>
 #include <string>
 #include <string_view>
-#include <vector>
 
 namespace orla_tool {
 
-struct ProfileLine {
-  std::string_view raw;  // as it stands in the file, without its line feed
-  std::string text;      // as it is read: without carriage returns, up to a zero byte
+struct Line {
+  std::string_view text;   // as it is read: without carriage returns, up to a zero byte
+  std::size_t number = 0;  // from 1; 0 stands for no line
+};
+
+// Goes from line to line of a text in which each ends in a line feed.
+class LineWalk {
+ public:
+  // `passed` lines stand before the text.
+  explicit LineWalk(std::string_view text, std::size_t passed = 0) : rest_(text), number_(passed) {}
+
+  // Moves to the next line; false when there is none.
+  bool next();
+
+  std::size_t number() const { return number_; }
+  // Without its line feed.
+  std::string_view whole() const { return whole_; }
+  Line line() const;
+
+ private:
+  std::string_view rest_;
+  std::string_view whole_;
+  std::size_t number_;
 };
 
 // The lines that readers see: those that end in a line feed, up to the first byte 0xFF.
 class ProfileText {
  public:
   ProfileText() = default;
-  // Lines point into the bytes.
+  // Views point into the bytes.
   ProfileText(const ProfileText &) = delete;
   ProfileText &operator=(const ProfileText &) = delete;
 
   void take(std::string bytes);
 
   const std::string &bytes() const { return bytes_; }
-  std::size_t size() const { return lines_.size(); }
-  // By its number, from 1.
-  const ProfileLine &line(std::size_t number) const { return lines_[number - 1]; }
-  const std::string &line_text(std::size_t number) const { return line(number).text; }
+  // As they are read. Lines point into this text.
+  LineWalk lines() const { return LineWalk(seen_); }
+  LineWalk lines_after(const Line &line) const;
+  // Where a line begins in this text, for those who keep many.
+  std::uint32_t offset_of(const Line &line) const {
+    return static_cast<std::uint32_t>(line.text.data() - seen_.data());
+  }
+  Line line_at(std::uint32_t offset, std::size_t number) const;
+  // The same lines as they stand in the file.
+  LineWalk raw_lines() const { return LineWalk(raw_); }
   // What no reader sees: a last line without a line feed, or all from the line with a byte 0xFF on.
-  std::string_view rest() const { return rest_; }
-  bool ends_at_byte_255() const { return rest_.find('\xFF') != std::string_view::npos; }
+  std::string_view rest() const { return std::string_view(bytes_).substr(raw_.size()); }
+  bool ends_at_byte_255() const { return rest().find('\xFF') != std::string_view::npos; }
 
  private:
   std::string bytes_;
-  std::vector<ProfileLine> lines_;
-  std::string_view rest_;
+  std::string without_returns_;  // the lines, where a carriage return is in them
+  std::string_view raw_;
+  std::string_view seen_;
 };
 
 // With the letters A to Z as small ones, as sections and keys are compared.
@@ -46,35 +75,49 @@ std::string in_small_letters(std::string_view text);
 
 // Whether a line begins with a text, in any letter case.
 bool begins_with(std::string_view line, std::string_view text);
+bool is_same(std::string_view one, std::string_view other);
 
-// Lines, in any letter case, and their numbers.
+// The order of texts, in any letter case.
+struct InAnyCase {
+  bool operator()(std::string_view one, std::string_view other) const;
+};
+
+// Lines, in any letter case, and their numbers. Keeps views of what it is given.
 class EarlierLines {
  public:
-  void add(std::string_view line, std::size_t number);
+  void add(const Line &line) { numbers_.emplace(line.text, line.number); }
   void clear();
 
-  // The number of the first line that begins with a text; 0 when there is none.
-  std::size_t find(std::string_view text);
+  // The first line that begins with a text.
+  Line find(std::string_view text);
   // The number of the first line that is the same; 0 when there is none.
   std::size_t find_same(std::string_view line) const;
 
  private:
-  std::map<std::string, std::size_t> numbers_;  // by the lines in small letters
+  std::map<std::string_view, std::size_t, InAnyCase> numbers_;
   // What find() found, by what was looked for: a key that stands in every line of a large file
   // would otherwise go through all of them each time. Later lines do not change it.
-  std::map<std::string, std::size_t> first_;
+  std::map<std::string_view, Line, InAnyCase> first_;
 };
 
 // Whether a line is "[name]", and nothing else.
 bool is_header(std::string_view line);
-std::string_view name_in(std::string_view header);
+// Whether the string reader takes a line for a header: it compares no more than the beginning.
+inline bool begins_header(std::string_view line) { return line.starts_with('['); }
+// The name that a line which begins with "[" is asked for: what stands between the brackets of
+// "[name]", and otherwise what stands before the first "]", or all of it.
+std::string_view section_name(std::string_view line);
+// As much of a section's name as the string reader compares: all but its last character.
+std::string_view compared_name(std::string_view name);
 
 // What a person takes for a comment, though the readers know none.
 bool looks_like_comment(std::string_view line);
 
-// The name of a line's key: what stands before its first "=", without spaces and tabs at its end.
-// Empty where there is none.
+bool has_equals(std::string_view line);
+// A line's key: what stands before its first "=".
 std::string_view key_of(std::string_view line);
+// The same as a person sees it: without spaces and tabs at its end.
+std::string_view bare_key_of(std::string_view line);
 // What readers take for its value: what stands after its last "=".
 std::string_view value_of(std::string_view line);
 
@@ -82,38 +125,18 @@ std::string_view value_of(std::string_view line);
 // its characters as the section's name has (the string reader).
 enum class HeaderRule { whole_line, beginning };
 
-// The number of the first line that counts as the header; 0 when there is none.
-std::size_t find_header(const ProfileText &text, std::string_view section, HeaderRule rule);
+// The first line that counts as the header.
+Line find_header(const ProfileText &text, std::string_view section, HeaderRule rule);
 
 // How a search for a key ends.
 struct Search {
-  std::string missing;     // why there is no line, for a message; empty when there is one
-  std::size_t number = 0;  // of the line
+  std::string missing;  // why there is no line, for a message; empty when there is one
+  Line line;
 };
 
 // In messages `name` stands for the file.
 Search search_profile(const ProfileText &text, const std::string &name, const std::string &section,
                       const std::string &key, HeaderRule rule);
-
-struct ProfileEntry {
-  std::string key;
-  std::string value;
-  std::size_t line;
-};
-
-struct ProfileSection {
-  std::string name;
-  std::size_t line;  // of its header
-  std::vector<ProfileEntry> entries;
-};
-
-// The sections, each once, with the entries that the string reader finds in them. Lines that look
-// like comments are left out.
-std::vector<ProfileSection> sections_of(const ProfileText &text);
-
-// The section with this name, in any letter case; null when there is none.
-const ProfileSection *find_section(const std::vector<ProfileSection> &sections,
-                                   std::string_view name);
 
 }  // namespace orla_tool
 

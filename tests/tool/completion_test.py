@@ -99,7 +99,7 @@ class Proposals(CompletionCase):
             words = ["profile", verb, "--json", self.profile]
             self.assertEqual(self.proposed(*words, ""), ["Main", "Two words", "Inner"])
             self.assertEqual(self.proposed(*words, "Main", ""), ["Port", "Host name"])
-            self.assertEqual(self.proposed(*words, "two WORDS", ""), ["K"])
+            self.assertEqual(self.proposed(*words, "two WORDS", ""), ["K", "L"])
             self.assertEqual(self.proposed(*words, "None", ""), [])
         self.assertEqual(self.proposed("profile", "get", self.folder + "/none", ""), [])
 
@@ -157,7 +157,7 @@ class Bash(CompletionCase):
         self.assertEqual(self.completed("profile", "get", "app.ini", "M"), ["Main"])
         self.assertEqual(self.completed("profile", "get", "app.ini", "T"), ["Two\\ words"])
         self.assertEqual(self.completed("profile", "get", "app.ini", '"Two'), ["Two words"])
-        self.assertEqual(self.completed("profile", "get", "'app.ini'", "Two\\ words", ""), ["K"])
+        self.assertEqual(self.completed("profile", "get", "'app.ini'", "Two\\ words", ""), ["K", "L"])
 
     def test_offers_no_word_that_the_shell_would_run(self):
         with open(self.profile, "w", encoding="utf-8") as file:
@@ -190,7 +190,7 @@ class Zsh(CompletionCase):
         self.assertEqual(self.completed("profile", "get", "a"), [":files"])
         self.assertEqual(self.completed("profile", "get", "app.ini", ""),
                          ["Main", "Two words", "Inner"])
-        self.assertEqual(self.completed("profile", "get", "app.ini", "'Two words'", ""), ["K"])
+        self.assertEqual(self.completed("profile", "get", "app.ini", "'Two words'", ""), ["K", "L"])
         self.assertEqual(self.completed("host", ""), [])
 
 

@@ -5,11 +5,13 @@ import fcntl
 import json
 import os
 import pty
+import random
 import re
 import resource
 import signal
 import subprocess
 import sys
+import unittest
 
 import tool
 
@@ -375,7 +377,8 @@ class List(ProfileCase):
 
     def test_shows_what_a_reader_finds_as_a_profile_of_its_own(self):
         file = self.write(self.CONTENT)
-        listed = "[Main]\nPortNumber=77\nURL=b\nName= n \n\n[Two words]\nK=\n\n[Maintenance]\nK=3\n\n[Mains]\n\n"
+        main = "PortNumber=77\n; x=1\nURL=b\nName = n \n\n"
+        listed = f"[Main]\n{main}[Two words]\nK=\nLost=2\n\n[Maintenance]\nK=3\n\n[Mains]\n{main}"
         self.expect(listed, "list", file)
         self.expect(listed, "list", self.write(listed, "listed.ini"))
 
@@ -387,7 +390,7 @@ class List(ProfileCase):
             for entry in section["entries"]:
                 self.expect(entry["value"] + "\n", "get", file, section["name"], entry["key"])
                 count += 1
-        self.assertEqual(count, 5)
+        self.assertEqual(count, 11)
 
     def test_json_says_in_which_line_each_stands(self):
         file = self.write("[Main]\nPort=5\n\n[Empty]\n")
@@ -395,14 +398,29 @@ class List(ProfileCase):
             {"name": "Main", "line": 1, "entries": [{"key": "Port", "value": "5", "line": 2}]},
             {"name": "Empty", "line": 4, "entries": []}]}, "list", file)
 
-    def test_a_section_that_the_string_reader_does_not_reach_has_no_entries(self):
-        self.expect("[Node1]\nK=1\n\n[Node2]\n\n", "list", self.write("[Node1]\nK=1\n\n[Node2]\nK=2\n"))
+    def test_a_section_holds_what_is_found_when_it_is_asked_for(self):
+        # Node2 is looked for by "[Node", Main and Two by lines that are not all header.
+        for content, listed in (
+                ("[Node1]\nK=1\n\n[Node2]\nK=2\n", "[Node1]\nK=1\n\n[Node2]\nK=1\n\n"),
+                ("[Main] \nK=1\n\n", "[Main]\nK=1\n\n"),
+                ("[Main] ; [x\nK=1\n\n[Two\nK=2\n", "[Main]\nK=1\n\n[Two]\nK=2\n\n"),
+                ("K=1\n[]\nK=2\n", "[]\nK=2\n\n"),
+                ("[A]\n=1\n =2\n", "[A]\n=1\n =2\n\n"),
+                ("[Aa]\nx=1\n[Bb]\ny=2\n\n", "[Aa]\nx=1\ny=2\n\n[Bb]\ny=2\n\n")):
+            self.expect(listed, "list", self.write(content))
+
+    def test_a_section_is_found_by_any_name_that_the_reader_takes(self):
+        file = self.write("[Node1]\nK=1\n\n")
+        self.expect_json({"file": file, "sections": [
+            {"name": "Node7", "line": 1, "entries": [{"key": "K", "value": "1", "line": 2}]}]},
+                         "list", file, "Node7")
+        self.expect("[]\nK=1\n\n", "list", file, "")
 
     def test_one_section(self):
         file = self.write(self.CONTENT)
-        self.expect("[Two words]\nK=\n\n", "list", file, "TWO words")
+        self.expect("[TWO words]\nK=\nLost=2\n\n", "list", file, "TWO words")
         self.expect_failure("has no section [None]", "list", file, "None")
-        self.expect("[Two words]\nK=\n\n", "list", "--default-path", "Two words", config=file)
+        self.expect("[Two words]\nK=\nLost=2\n\n", "list", "--default-path", "Two words", config=file)
 
     def test_fields(self):
         file = self.write("[Main]\nPort=5\nHost=h\n")
@@ -446,6 +464,29 @@ class Diff(ProfileCase):
              {"section": "Gone", "key": "K", "old": "1"},
              {"section": "Fresh", "key": "K", "new": "1"}])
 
+    def test_shows_all_that_is_read_differently(self):
+        for old, new, text in (
+                ("[Bb] \nz=1\n\n", "", "[Bb]\n-z=1\n"),
+                ("", "[Two\nz=1\n\n", "[Two]\n+z=1\n"),
+                # Without the empty line a search runs on.
+                ("[Aa]\nx=1\n[Bb]\ny=2\n\n", "[Aa]\nx=1\n\n[Bb]\ny=2\n\n", "[Aa]\n-y=2\n"),
+                ("[A]\n;c=1\n\n", "[A]\n;c=2\n\n", "[A]\n-;c=1\n+;c=2\n"),
+                # A key that is found in the line of a longer one.
+                ("[A]\nPa=1\nPb=2\nP=3\n", "[A]\nPb=2\nPa=1\nP=3\n", "[A]\n-P=1\n+P=2\n"),
+                ("[A]\nPort=7\n", "[A]\nPort\nPort=7\n", "[A]\n-Port=7\n"),
+                ("[A]\nPortNumber=7\n", "[A]\nPortNumber=7\nPort=8\n", "")):
+            self.expect_differences(old, new, text, self.differences_in(text))
+
+    @staticmethod
+    def differences_in(text):
+        """What the lines of a text with one section say, as JSON does."""
+        found = {}
+        for line in text.splitlines()[1:]:
+            key, value = line[1:].split("=")
+            difference = found.setdefault(key, {"section": text[1:text.index("]")], "key": key})
+            difference["old" if line[0] == "-" else "new"] = value
+        return list(found.values())
+
     def test_one_of_the_two_may_be_standard_input(self):
         file = self.write("[A]\nK=1\n")
         self.assertEqual(self.run_tool("diff", "-", file, input="[A]\nK=2\n").out, "[A]\n-K=2\n+K=1\n")
@@ -460,6 +501,111 @@ class Diff(ProfileCase):
         content = "[Main]\n" + "".join(f"Key{number:05}=1\n" for number in range(10000))
         self.expect_differences(content, content + "More=1\n", "[Main]\n+More=1\n",
                                 [{"section": "Main", "key": "More", "new": "1"}])
+
+
+class Answers(ProfileCase):
+    """Random profiles: what list and diff show is what the string reader answers."""
+
+    FILES = 24
+    ALPHABET = ["[", "]", "A", "a", "b", "=", "x", ";", " ", "\r", "\n", "\n", "\n\n", "\n[", "=a", "\nA"]
+
+    def random_content(self, random):
+        return "[" + "".join(random.choice(self.ALPHABET) for _ in range(random.randrange(30))) + "\n"
+
+    @staticmethod
+    def lines(content):
+        return [line.replace("\r", "") for line in content.split("\n")[:-1]]
+
+    def questions(self, content):
+        """Two names of sections and two keys of the file, as they stand in it."""
+        lines = self.lines(content)
+        headers = [line[1:] for line in lines if line.startswith("[")]
+        names = [line[:-1] if line.endswith("]") else line.partition("]")[0] for line in headers]
+        keys = [line.partition("=")[0] for line in lines if "=" in line]
+        return [(name, key) for name in names[-2:] for key in keys[-2:]]
+
+    def answer(self, file, section, key):
+        """The value that the reader gives; None without one."""
+        result = self.run_tool("get", "--", file, section, key)
+        return result.out[:-1] if result.status == 0 else None
+
+    @staticmethod
+    def found_in(entries, key):
+        """The value in the first of the listed lines that begins with the key."""
+        alike = [entry for entry in entries if entry["key"].lower().startswith(key.lower())]
+        return alike[0]["value"] if alike else None
+
+    def check_list(self, file, content):
+        sections = self.run_tool("list", "--json", file).json["sections"]
+        listed = {section["name"].lower(): section["entries"] for section in sections}
+        for section in sections[:2]:
+            for entry in section["entries"][-2:]:
+                self.assertEqual(self.answer(file, section["name"], entry["key"]), entry["value"], content)
+        for section, key in self.questions(content):
+            value = self.answer(file, section, key)
+            if value is not None:
+                self.assertEqual(self.found_in(listed[section.lower()], key), value, content)
+
+    def stands_below(self, content, section, key):
+        """Whether a line below the section's header, as the string reader finds it, has the key."""
+        lines = [line.lower() for line in self.lines(content)]
+        header = ("[" + section.lower())[:len(section)]
+        begin = next(at for at, line in enumerate(lines) if line.startswith(header)) + 1
+        end = lines.index("", begin) if "" in lines[begin:] else len(lines)
+        return any("=" in line and line.partition("=")[0] == key.lower() for line in lines[begin:end])
+
+    def test_list_shows_each_entry_that_is_found_and_no_other(self):
+        numbers = random.Random(7)
+        for _ in range(self.FILES):
+            content = self.random_content(numbers)
+            self.check_list(self.write(content), content)
+
+    def test_diff_shows_each_difference_and_no_other(self):
+        numbers = random.Random(8)
+        for _ in range(self.FILES):
+            content = self.random_content(numbers)
+            at = numbers.randrange(1, len(content))
+            old = self.write(content, "old.ini")
+            new = self.write(content[:at] + numbers.choice(self.ALPHABET) + content[at:], "new.ini")
+            differences = self.run_tool("diff", "--json", old, new).json["differences"]
+            shown = {(each["section"].lower(), each["key"].lower()): (each.get("old"), each.get("new"))
+                     for each in differences}
+            for each in differences[:1]:
+                asked = (each["section"], each["key"])
+                self.assertEqual((self.answer(old, *asked), self.answer(new, *asked)),
+                                 (each.get("old"), each.get("new")), (content, at))
+            for section, key in self.questions(content):
+                before, after = (self.answer(file, section, key) for file in (old, new))
+                expected = None if before == after else (before, after)
+                if self.stands_below(content, section, key):
+                    self.assertEqual(shown.get((section.lower(), key.lower())), expected, (content, at))
+
+
+class Large(ProfileCase):
+    """Lines cost no room of their own, also where there are as many as a file can hold."""
+
+    SIZE = 60000000
+
+    def expect_status(self, status, *arguments):
+        result = self.run_tool(*arguments, preexec_fn=lambda: resource.setrlimit(
+            resource.RLIMIT_AS, (1000000 << 10, 1000000 << 10)))
+        self.assertEqual((result.status, result.err.count("memory")), (status, 0), arguments)
+        return result
+
+    @unittest.skipIf("ASAN_OPTIONS" in os.environ, "AddressSanitizer needs more room")
+    def test_a_file_of_line_feeds(self):
+        file = self.write("\n" * self.SIZE)
+        self.expect_status(0, "lint", file)
+        self.expect_status(1, "get", file, "M", "P")
+        self.expect_status(0, "list", file)
+
+    @unittest.skipIf("ASAN_OPTIONS" in os.environ, "AddressSanitizer needs more room")
+    def test_a_file_of_one_finding_in_each_line(self):
+        file = self.write("[A]\n" + "K= 1\n" * (self.SIZE // 5))
+        result = self.expect_status(1, "lint", "--ignore", "hidden_key", "--json", file)
+        findings = result.json["findings"]
+        self.assertEqual((len(findings), findings[-1]["kind"], findings[-1]["line"]), (100001, "too_many", 100001))
+        self.assertEqual(self.expect_status(0, "list", file).out, "[A]\nK= 1\n\n")
 
 
 class Refused(ProfileCase):
@@ -511,8 +657,9 @@ class Lint(ProfileCase):
         ("", []),
         ("\n", []),
         ("[Xa]\nK=1\n\n[Yb]\nK=1\n", []),
-        ("[Xa]\n\ntext\n\n[Yb]\n", []),
-        ("text\n[Xa]\n", []),
+        # Lines without "=" in no section are told once.
+        ("[Xa]\n\ntext\n\n[Yb]\n", [(3, "passed_over")]),
+        ("text\n[Xa]\n\nmore\n", [(1, "passed_over")]),
         # A line without a value hides a key too.
         ("[M]\nPORTNUMBER\nPort=5\n", [(2, "no_equals"), (3, "hidden_key")]),
         ("[A]\nPortNumber=1\nPort=2\n", [(3, "hidden_key")]),
@@ -530,19 +677,25 @@ class Lint(ProfileCase):
         ("[Node1]\n\n[Node2]\n", [(3, "hidden_section")]),
         ("[Maintenance]\n\n[Main]\n", [(3, "hidden_section")]),
         ("[Main]\n\n[Maintenance]\n", []),
-        ("[Mai\n[Main]\n", [(2, "hidden_section")]),
+        ("[Mai\n\n[Main]\n", [(1, "loose_header"), (3, "hidden_section")]),
+        ("[Main] ; main\nPort=1\n\n[Two\nK=1\n", [(1, "loose_header"), (4, "loose_header")]),
+        ("[Main] \n\n[Main]\n", [(1, "spaced_header"), (3, "hidden_section")]),
+        ("[]\nK=1\n\n[]\n", [(4, "hidden_section")]),
+        # No reader takes it for a header.
+        (" [Xa]\nK=1\n", [(1, "spaced_header"), (2, "no_section")]),
         # Integers, only where they are expected.
         ("[A]\nPort=123456\nHost=123456\nMany=12345\n", []),
         ("[A]\nPort=123456\nHost=123456\nMany=12345\n", [(2, "long_integer")], "--int", "port", "--int", "Many"),
         ("[A]\nPort=x\nHost=\nMany=1x\n", [(2, "no_integer"), (3, "no_integer")],
          "--int", "Port", "--int", "Host", "--int", "Many"),
-        ("x" * 511 + "\n" + "x" * 512 + "\n", [(2, "long_line")]),
+        ("[A]\n\n" + "x" * 511 + "\n" + "x" * 512 + "\n", [(3, "passed_over"), (4, "long_line")]),
         # Bytes that do not show.
         ("\xef\xbb\xbf[A]\nK=1\n", [(1, "byte_order_mark")]),
         ("[A]\r\nK=1\r\n\r\n", [(1, "carriage_return")]),
         ("[A]\nK=1\0x\n", [(2, "zero_byte")]),
         ("[A]\n \t\nK=1\n", [(2, "blank_line")]),
-        ("[A]\n K=1\nL =1\nM= 1\nN=1 \n", [(2, "blanks"), (3, "blanks"), (4, "blanks")]),
+        ("[A]\n K=1\nL =1\nM= 1\nN=1 \n", [(2, "blanks"), (3, "blanks"), (4, "blanks"), (5, "blanks")]),
+        ("[A]\n=5\n", [(2, "no_key")]),
         ("[A]\nURL=a=b\n", [(2, "second_equals")]),
         ("K=1\n[A]\nL=1\n", [(1, "no_section")]),
         ("; x\n[A]\r\nURL=a=b\n", [(3, "second_equals")], "--ignore", "remark", "--ignore", "carriage_return"),
@@ -561,6 +714,22 @@ class Lint(ProfileCase):
         result = self.run_tool("lint", self.write("[A]\nK=1"))
         self.assertEqual(result.out, self.path("f.ini") + ":2: the last line has no line feed: "
                          "no reader sees it, and a rewrite drops it\n")
+
+    def test_a_header_that_only_the_string_reader_takes(self):
+        reason = "the integer reader and the writer do not take it for a header"
+        file = self.write("[Main] ; main\nPort=1\n\n[Main ; again\n")
+        self.assertEqual(self.run_tool("lint", file).out.splitlines(), [
+            f"{file}:1: not just [Main]: {reason}, but the string reader does",
+            f"{file}:4: not just [Main ; again]: {reason}, but the string reader does"])
+        file = self.write("[Main] ; main\n\n[Mai\n\n[Main ; again\n\n[Main ;; again]\n")
+        self.assertIn(f"{file}:3: not just [Mai]: {reason}\n", self.run_tool("lint", file).out)
+        for key, command in (("0", ["--default", "0", "--int"]), ("1", [])):
+            self.expect(key + "\n", "get", *command, self.write("[Main] ; main\nPort=1\n\n"), "Main", "Port")
+
+    def test_a_section_that_is_there_twice_is_found_by_no_reader(self):
+        file = self.write("[Mai]\n\n[Main]\n\n[main]\n")
+        self.assertIn(":5: section [main] is already in line 3: no reader finds it here\n",
+                      self.run_tool("lint", file).out)
 
     def test_lines_that_look_like_remarks_are_told_once(self):
         file = self.write("; a\n[A]\n# K=1\n;K=2\n")
