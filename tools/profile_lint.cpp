@@ -220,7 +220,7 @@ class Linter {
     if (is_space_or_tab(line_.front()))
       add("blanks", "spaces or tabs before the key belong to it: it is not found without them");
     if (line_.front() == '=')
-      add("no_key", "no key before the \"=\": only an empty key can find this line");
+      add("no_key", "no key stands before the \"=\" by which this line could be found");
     look_for_hiding();
   }
 

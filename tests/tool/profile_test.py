@@ -506,11 +506,12 @@ class Diff(ProfileCase):
 class Answers(ProfileCase):
     """Random profiles: what list and diff show is what the string reader answers."""
 
-    FILES = 24
-    ALPHABET = ["[", "]", "A", "a", "b", "=", "x", ";", " ", "\r", "\n", "\n", "\n\n", "\n[", "=a", "\nA"]
+    FILES = 50
+    # More of what makes lines with a key.
+    ALPHABET = list("[]Aax=; \r\n") + ["\n\n", "\n[", "\n[A]\n", "\na=x", "\nA=", "\nAx=a", "\n;=", "x\n="]
 
     def random_content(self, random):
-        return "[" + "".join(random.choice(self.ALPHABET) for _ in range(random.randrange(30))) + "\n"
+        return "[" + "".join(random.choice(self.ALPHABET) for _ in range(random.randrange(5, 25))) + "\n"
 
     @staticmethod
     def lines(content):
