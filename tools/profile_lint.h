@@ -25,7 +25,8 @@ struct LintOptions {
   std::vector<std::string> ignored;       // kinds of findings
 };
 
-// Looks through a file, in the order of its lines, until there are more findings than anybody reads.
+// Looks through a file, in the order of its lines, until there are more findings than anybody
+// reads.
 std::vector<Finding> lint_profile(const ProfileText &text, const LintOptions &options);
 
 }  // namespace orla_tool

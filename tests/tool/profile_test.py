@@ -477,6 +477,12 @@ class Diff(ProfileCase):
                 ("[A]\nPortNumber=7\n", "[A]\nPortNumber=7\nPort=8\n", "")):
             self.expect_differences(old, new, text, self.differences_in(text))
 
+    def test_asks_for_no_key_that_stands_above_a_section(self):
+        old, new = "[Aa]\nP=1\n[Bb]\nPa=2\n", "[Aa]\nP=1\n[Bb]\nPa=3\n"
+        changed = {"key": "Pa", "old": "2", "new": "3"}
+        self.expect_differences(old, new, "[Aa]\n-Pa=2\n+Pa=3\n[Bb]\n-Pa=2\n+Pa=3\n",
+                                [{"section": "Aa", **changed}, {"section": "Bb", **changed}])
+
     @staticmethod
     def differences_in(text):
         """What the lines of a text with one section say, as JSON does."""
