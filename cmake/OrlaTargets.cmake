@@ -67,6 +67,9 @@ function(orla_library_code target)
   orla_developer_flags(${target})
   target_compile_options(${target} PRIVATE
     $<$<COMPILE_LANGUAGE:CXX>:-fno-exceptions -fno-rtti -fno-threadsafe-statics>)
+  # The loops of a function then lie in cache lines in the same way whatever stands before it. The
+  # token reader's loop across two lines takes a third longer.
+  target_compile_options(${target} PRIVATE -falign-functions=64)
   # Clang assumes that malloc() never sets errno, and would drop the code that restores it.
   target_compile_options(${target} PRIVATE $<$<CXX_COMPILER_ID:Clang>:-fno-builtin-malloc>)
   target_compile_options(${target} PRIVATE
