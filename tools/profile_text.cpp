@@ -49,12 +49,6 @@ Line ProfileText::line_at(std::uint32_t offset, std::size_t number) const {
   return walk.line();
 }
 
-std::string in_small_letters(std::string_view text) {
-  std::string out(text);
-  std::transform(out.begin(), out.end(), out.begin(), small_letter);
-  return out;
-}
-
 bool begins_with(std::string_view line, std::string_view text) {
   return line.size() >= text.size() && is_same(line.substr(0, text.size()), text);
 }

@@ -27,7 +27,6 @@ class LineWalk {
   // Moves to the next line; false when there is none.
   bool next();
 
-  std::size_t number() const { return number_; }
   // Without its line feed.
   std::string_view whole() const { return whole_; }
   Line line() const;
@@ -70,10 +69,8 @@ class ProfileText {
   std::string_view seen_;
 };
 
-// With the letters A to Z as small ones, as sections and keys are compared.
-std::string in_small_letters(std::string_view text);
-
-// Whether a line begins with a text, in any letter case.
+// Whether a line begins with a text, in any letter case: the letters A to Z are compared as small
+// ones, as readers do.
 bool begins_with(std::string_view line, std::string_view text);
 bool is_same(std::string_view one, std::string_view other);
 
